@@ -1,0 +1,49 @@
+#include "core/event_pump.h"
+
+#include "core/clock.h"
+
+#include <QCoreApplication>
+#include <QTimer>
+#include <algorithm>
+#include <cmath>
+
+namespace mv {
+
+void EventPump::letEventsRun() {
+    if (QCoreApplication::instance()) QCoreApplication::processEvents(QEventLoop::AllEvents);
+}
+
+void EventPump::waitRound(int64_t deadline) {
+    letEventsRun();
+    const int64_t now = clock_.tickMs();
+    if (now >= deadline) return;
+    if (clock_.isVirtual()) {
+        auto& v = static_cast<VirtualClock&>(clock_);
+        v.advanceTo(std::min(deadline, v.nextDue()));
+        return;
+    }
+    if (!QCoreApplication::instance()) return;
+    // A timer of our own per round: a nested wait must not disturb the timer
+    // of the wait it runs inside.
+    QTimer wake;
+    wake.setTimerType(Qt::PreciseTimer);
+    wake.setSingleShot(true);
+    wake.start(static_cast<int>(std::min<int64_t>(deadline - now, 1 << 30)));
+    QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+}
+
+void EventPump::waitUntil(int64_t deadline) {
+    while (clock_.tickMs() < deadline) waitRound(deadline);
+}
+
+void EventPump::guardedWait(double seconds) {
+    if (!(clock_.dayClock() > 20.0f)) return;
+    waitUntil(clock_.tickMs() + static_cast<int64_t>(std::llround(seconds * 1000.0)));
+}
+
+void EventPump::waitAfterPlay(double seconds) {
+    if (!(clock_.dayClock() < 80000.0f)) return;
+    waitUntil(clock_.tickMs() + static_cast<int64_t>(std::llround(seconds * 1000.0)));
+}
+
+} // namespace mv

@@ -1,0 +1,207 @@
+#pragma once
+// The session: the process-wide variables, the members of the main window,
+// the state held in controls (setup fields, readouts, lights, cursor
+// pictures, scroll bars) and the platform objects.  One Session exists per
+// program; every handler reaches it.  The windows mirror the control state
+// kept here and call the handlers of the subsystems; the logic never needs a
+// window to run.
+
+#include "core/clock.h"
+#include "core/event_pump.h"
+#include "core/field.h"
+#include "core/file_numbers.h"
+#include "core/observable.h"
+#include "cursormap/tic_table.h"
+
+#include <QString>
+#include <array>
+#include <cstdint>
+#include <functional>
+
+namespace mv {
+
+class MediaPlayer;
+class PdfViewer;
+class Messages;
+class Beeper;
+class WindowRegistry;
+
+// The process-wide variables.  Flags are 0 or -1.
+struct Globals {
+    QString SongFile;                          // full path of the selected list entry
+    QString SongBase;                          // folder + cleaned name; empty: no song yet
+    std::array<QString, 37> MapHeaderLines;    // second sheet's adjustment per page, 0..36
+    int16_t CursorIndex = 0;                   // row the readout fields address
+    Flag CursorStarted = 0;                    // CursorIndex holds a valid position
+    Flag StopRequested = 0;                    // a play loop ends at its next test
+    int64_t PlayStartTick = 0;                 // base of the tic in progress (tick clock)
+    int16_t PlayLoopCount = 0;                 // passes of the play loop, capped at 30000
+    Flag Paused = 0;                           // Pause pressed
+    Flag PauseHeld = 0;                        // the loop holds on a tic
+    Flag CursorPlaySwitch = 0;                 // the panel's "Stop Play" asks the play to end
+    Flag RecordMode = 0, AppendMode = 0, RecordFirstTic = 0, RecordTicSeen = 0;
+    Flag NextPageMark = 0, PrevPageMark = 0;
+    double LastMouseX = 0, LastMouseY = 0;
+    Flag CursorDragging = 0;
+    Flag ScrollMarkPending = 0;                // the scroll readout changed: show the cursor
+    int16_t ScrollMarkTicks = 0;
+    int32_t TicAdjust = 0;
+    double AppendStartMs = 0;
+    Flag EditBusy = 0, SaveInProgress = 0, AbortScroll = 0;
+    QString PDFLeftDefault = QStringLiteral("0");
+    double ButtonStripLeft = 0;
+    double Sheet2DragX = 0;
+    int32_t SoundDevice = -1;                  // -1 default, 0..6 the Audio Out entries
+    int32_t WaveVolume = 0;
+    int16_t ClientCount = 0;
+    Flag OverlayArmed = 0;
+    double OverlayTicks = 0;
+};
+
+// The main window "Media Player" (Velmor): its members and setup controls,
+// the live configuration read at each use.
+struct VelmorState {
+    // members
+    int32_t NWCId = 0;
+    QString NWCTitle;
+    QString PlayedList;
+    int16_t ZCount = 0;
+    Flag SuppressLoad = 0;
+
+    Field Text1{QStringLiteral("C:\\NWC")};        // "Path 1"
+    Field Text2{QStringLiteral("*.PDF")};          // "Type"
+    Field Text7{QStringLiteral("C:\\NWCTRUMPET")}; // "Path 2"
+    CheckBox LoadPDF{1};                           // "Load pdf"
+    CheckBox CNWC{0};                              // "Control NWCViewer"
+    Field Text3;                                   // "NWCViewer"
+    Field Text4{QStringLiteral("4.5")};            // "NWC Delay"
+    CheckBox ZoomNWC{0};                           // "Zoom NWC to 50%"
+    CheckBox ZoomPDF{0};                           // "Zoom PDF to 100%"
+    Field PDFView;                                 // "PDF Viewer"
+    CheckBox IGNNR{0};   // "Ignore number at beginning of file for NWC"
+    CheckBox IgnZ{1};    // "Ignore MP3 files that start with Z"
+    CheckBox IgnX{1};    // "Ignore MP3 files that start with X"
+    Field PDFDLY{QStringLiteral("4")};             // "PDF Delay"
+    Field ClientDelay{QStringLiteral("3.5")};      // "Client Delay"
+    Field FirstNote{QStringLiteral("500")};        // "1st Note Delay"
+    Field AddNext{QStringLiteral("0")};            // "Add to Next"
+    Field Text5{QStringLiteral(".995")};           // "Tic Offset"
+    Field Text6{QStringLiteral("1.55")};           // "PDF Value"
+    Field ScrollOffset{QStringLiteral("500")};     // "Scroll Offset"
+    Field XOffset;                                 // "X Offset"
+    Field YOffset;                                 // "Y Offset"
+    Field AutoScroll{QStringLiteral("8000")};      // "Auto Scroll"
+    Field ScrollSpeed{QStringLiteral(".01")};      // "Scroll Speed"
+    Field ScrollStep{QStringLiteral("20")};        // "Scroll Step"
+    Field FadeT{QStringLiteral("3")};              // "Fade Time"
+    Field BeepX{QStringLiteral("1000")};           // "Beep"
+    Field Speed{QStringLiteral("1")};              // playing speed
+    Field Pitch{QStringLiteral("1")};              // pitch
+    Field ZoomIt{QStringLiteral("100")};           // "Zoom This"
+    Field ZoomAll{QStringLiteral("100")};          // "Zoom ALL"
+    Field PDFHeight{QStringLiteral("19500")};      // "PDF Height"
+    Field PDFWidth{QStringLiteral("16505")};       // "PDF Width"
+    Field PDFLeft{QStringLiteral("0")};            // "PDF Left"
+    Field PDFLeftD{QStringLiteral("0")};           // "PDF L  Default"
+    CheckBox NoPDFAdj{0};                          // "No 2nd PDF Adjustment"
+    CheckBox NoCursor{0};                          // "No Cursor"
+    CheckBox NoScroll{0};                          // "No Scroll"
+    CheckBox ShowB{0};                             // "Show Horizontal Buttons"
+    CheckBox ShowVB{0};                            // "Show Vertical Buttons"
+    CheckBox FootControl{0};                       // "Foot Control"
+    CheckBox Scrn0{0}, Scrn1{0};                   // "Scrn1", "Scrn 2"
+    Field IPAddress;                               // "IP Address:"
+    Field PortNr;                                  // "Port:"
+    CheckBox IamaServer{0};                        // "I Am A Server"
+    CheckBox SendAS{1};                            // "Send AutoScroll"
+    ScrollValue HScroll1{1, 100, 50};              // volume
+    ScrollValue VScroll1{1, 100, 100};             // "%": volume limit applied at load
+    Light Shape1{false};                           // network dot
+};
+
+// One cursor picture (Picture1 of a sheet window).  Lengths in twips.
+struct CursorPicture {
+    static constexpr int kNormalHeight = 135;
+    static constexpr int kRedHeight = 495;
+    static constexpr int kWidth = 495;
+    Prop<double> Left{17640};
+    Prop<double> Top{0};
+    Prop<int> Height{kNormalHeight};
+    Prop<bool> Visible{false};
+    Prop<bool> Red{false};     // the image: false that of Picture4, true that of Picture2
+    Prop<int> Raised{0};       // counts "bring to front"
+    Prop<int> Repainted{0};    // counts repaints (the image assigned to itself)
+    bool isRed() const { return Height.get() > 140; }
+    void bringToFront() { Raised.set(Raised.get() + 1); }
+    void repaint() { Repainted.set(Repainted.get() + 1); }
+};
+
+// Sheet window 1 (AdobeF): readouts, lights, cursor, scroll bar, viewer.
+struct SheetOneState {
+    Prop<bool> Visible{false};
+    Field Text1;                           // "  X"
+    Field Text2;                           // "  Y"
+    Field Text3;                           // "CNT"
+    Field Text4;                           // "TIC"
+    Field Text7;                           // "SCR"
+    Field Text9;                           // "NXT"
+    Field Text10;                          // "PRV"
+    Field ZoomThis{QStringLiteral("100")}; // "Zoom"
+    CheckBox Tick{0};                      // "TIC": a beep at every tic
+    Field Text11{QStringLiteral("4")};     // the count-off figure
+    Prop<bool> Text11Visible{false};
+    Light Shape1, Shape2, Shape3, Shape4;  // Record, Edit, lock, Append lights
+    CursorPicture Picture1;
+    ScrollValue VScroll1{0, 32767, 0};     // V: the carrier's top is -V
+    Prop<double> Width{16505};             // the window's width in twips
+    PdfViewer* AcroPDF1 = nullptr;
+};
+
+// Sheet window 2 (AdobeF2), for a second monitor.
+struct SheetTwoState {
+    Prop<bool> Visible{false};
+    CursorPicture Picture1;
+    ScrollValue VScroll1{0, 32767, 0};
+    ScrollValue VScroll2{-5000, 5000, 0};  // "Adjust PDF"
+    Field AdjLeft;                         // "Left"
+    Field ScrollOffset;                    // "Top"
+    Field PageNR{QStringLiteral("1")};     // "Page"
+    Field Text11{QStringLiteral("4")};
+    Prop<bool> Text11Visible{false};
+    PdfViewer* AcroPDF1 = nullptr;
+};
+
+// The touch overlay (Form1): only what the play loop places.
+struct OverlayState {
+    Prop<bool> Visible{false};
+    Prop<int> Raised{0};
+    double Left = 0, Top = 0, Width = 0, Height = 0;
+};
+
+struct Session {
+    Session(Clock& c, Messages& m) : clock(c), pump(c), messages(m) {}
+    Session(const Session&) = delete;
+    Session& operator=(const Session&) = delete;
+
+    Clock& clock;
+    EventPump pump;
+    Messages& messages;
+    FileTable files;
+    MediaPlayer* player = nullptr;
+    Beeper* beeper = nullptr;
+    WindowRegistry* windows = nullptr;
+
+    Globals g;
+    TicTable tic;
+    VelmorState velmor;
+    SheetOneState adobeF;
+    SheetTwoState adobeF2;
+    OverlayState form1;
+
+    // Operations of other subsystems the loop and the fields call by name;
+    // installed by those subsystems, harmless when absent.
+    std::function<void()> adobeF_Command4_Click; // Prev PG of sheet window 1
+    std::function<void()> focusMainWindow;
+};
+
+} // namespace mv

@@ -1,0 +1,48 @@
+#pragma once
+// The .map file: a header block (marker lines) and tic records of six lines
+// (Tic, X, Y, Scr, Nxt, Prv), CR LF, no version.  Four operations live here;
+// the fifth, the play read, is part of the play loop (play_loop.h).  No
+// reader rejects a map, crashes or hangs, whatever the bytes.
+
+#include <QString>
+#include <functional>
+
+namespace mv {
+
+struct Session;
+
+// The map's name: SongBase cut before its first ".", plus ".map".
+// "/songs/Blue.Moon.mp3" -> "/songs/Blue.map"; "" -> ".map".
+QString mapFileName(const QString& songBase);
+
+// Header take (song loading), file number 4: opens, reads to the end, closes.
+// Sets ZoomIt and PDFLeft from "@" and "%" lines; with sheet window 2
+// visible takes "#" lines into MapHeaderLines (and its VScroll2 unless
+// NoPDFAdj); calls applyVolume with the "^" line.  Tic lines are passed over
+// and the table is not touched.  Returns false when the file does not exist.
+bool headerTake(Session& s, const QString& path,
+                const std::function<void(const QString& volumeLine)>& applyVolume);
+
+// Edit load (entering edit mode), file number 3: fills the tic table from row
+// 0; takes zoom and left unless SaveInProgress; lets events run once per
+// record.  On row 5000 shows "Music is to large to edit", turns the Edit light
+// off and stops.  A missing file leaves the table as it is and returns.
+void editLoad(Session& s, const QString& path);
+
+// Table write (leaving edit mode with the left button), file number 1:
+// replaces the whole file from the table.  Header lines go ahead of row 0
+// ("@" only when ZoomIt is not 100, "%" only when PDFLeft is not 0, "#1".."#6"
+// from MapHeaderLines, "^" with the player's volume); an empty table gives an
+// empty file.
+void tableWrite(Session& s, const QString& path);
+
+// Stream write (the recorder), file number 2, open between the two presses
+// of Record.  streamOpen empties the file; streamHeader writes the nine
+// header lines; streamTic writes one record (Tic, Scr trimmed; X, Y in print
+// form as 32-bit floats; Nxt, Prv "True"/"False"); streamClose commits.
+void streamOpen(Session& s, const QString& path);
+void streamHeader(Session& s);
+void streamTic(Session& s, double tic, double x, double y, double scr, bool nxt, bool prv);
+void streamClose(Session& s);
+
+} // namespace mv

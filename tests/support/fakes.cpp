@@ -1,0 +1,139 @@
+#include "fakes.h"
+
+#include "core/values.h"
+
+namespace mv::test {
+
+void FakeMessages::msgBox(const QString& text, const QString&) {
+    shown << text;
+    if (onShow) onShow(text);
+}
+
+bool FakeMessages::yesNo(const QString& text, const QString&) {
+    shown << text;
+    if (onShow) onShow(text);
+    if (yesNoAnswers.empty()) return true;
+    bool a = yesNoAnswers.front();
+    yesNoAnswers.pop_front();
+    return a;
+}
+
+std::optional<QString> FakeMessages::inputBox(const QString& prompt, const QString&,
+                                              const QString&) {
+    shown << prompt;
+    if (onShow) onShow(prompt);
+    if (inputAnswers.isEmpty()) return std::nullopt;
+    const QString a = inputAnswers.takeFirst();
+    if (a.isNull()) return std::nullopt;
+    return a;
+}
+
+void FakePlayer::setURL(const QString& path) {
+    log(QStringLiteral("URL(%1)").arg(path));
+    url_ = path;
+    posAtMark_ = 0;
+    markTick_ = clock_.tickMs();
+    state_ = path.isEmpty() ? 1 : 3;
+}
+
+void FakePlayer::close() {
+    log(QStringLiteral("close"));
+    url_.clear();
+    state_ = 10;
+    posAtMark_ = 0;
+}
+
+bool FakePlayer::settingsIsAvailable(const QString& what) const {
+    return what == u"Rate" && rateAvailable && !url_.isEmpty();
+}
+
+void FakePlayer::setSettingsRate(double rate) {
+    if (rate == rate_) return; // the loop sets it on every pass; log changes only
+    posAtMark_ = controlsCurrentPosition();
+    markTick_ = clock_.tickMs();
+    rate_ = rate;
+    log(QStringLiteral("rate(%1)").arg(numberText(rate)));
+}
+
+void FakePlayer::setSettingsVolume(int volume) {
+    volume_ = std::clamp(volume, 0, 100);
+    log(QStringLiteral("volume(%1)").arg(volume_));
+}
+
+void FakePlayer::controlsPlay() {
+    log(QStringLiteral("play"));
+    if (url_.isEmpty()) return;
+    posAtMark_ = controlsCurrentPosition();
+    markTick_ = clock_.tickMs();
+    state_ = 3;
+}
+
+void FakePlayer::controlsPause() {
+    log(QStringLiteral("pause"));
+    if (url_.isEmpty()) return;
+    posAtMark_ = controlsCurrentPosition();
+    state_ = 2;
+}
+
+void FakePlayer::controlsStop() {
+    log(QStringLiteral("stop"));
+    posAtMark_ = 0;
+    state_ = url_.isEmpty() ? 10 : 1;
+}
+
+void FakePlayer::controlsFastForward() {
+    log(QStringLiteral("fastForward"));
+    if (url_.isEmpty()) return;
+    posAtMark_ = controlsCurrentPosition();
+    markTick_ = clock_.tickMs();
+    state_ = 4;
+}
+
+double FakePlayer::controlsCurrentPosition() const {
+    if (state_ != 3 && state_ != 4) return posAtMark_;
+    const double r = state_ == 4 ? 5.0 : rate_;
+    return posAtMark_ + double(clock_.tickMs() - markTick_) / 1000.0 * r;
+}
+
+void FakePlayer::setControlsCurrentPosition(double seconds) {
+    log(QStringLiteral("position(%1)").arg(numberText(seconds)));
+    posAtMark_ = seconds;
+    markTick_ = clock_.tickMs();
+}
+
+void FakePlayer::setAudioDevice(const QString& name) { log(QStringLiteral("device(%1)").arg(name)); }
+
+void FakeViewer::LoadFile(const QString& path) {
+    log(QStringLiteral("LoadFile(%1)").arg(path));
+    if (failLoad) throw Failure(53, QStringLiteral("File not found"));
+    page = 1;
+}
+
+void FakeViewer::gotoFirstPage() {
+    log(QStringLiteral("gotoFirstPage"));
+    page = 1;
+}
+
+void FakeViewer::gotoNextPage() {
+    log(QStringLiteral("gotoNextPage"));
+    if (page < pageCount) ++page;
+}
+
+void FakeViewer::gotoPreviousPage() {
+    log(QStringLiteral("gotoPreviousPage"));
+    if (page > 1) --page;
+}
+
+void FakeViewer::setPageMode(const QString& mode) { log(QStringLiteral("setPageMode(%1)").arg(mode)); }
+
+void FakeViewer::setZoom(float percent) {
+    log(QStringLiteral("setZoom(%1)").arg(numberText(percent)));
+    zoom = percent;
+}
+
+void FakeBeeper::beep(int hz, int ms) {
+    beeps.append({hz, ms});
+    clock_.sleepBlocking(ms);
+}
+
+} // namespace mv::test

@@ -1,0 +1,109 @@
+#pragma once
+// Stand-ins for the platform layers whose behaviour and timing tests
+// control: messages answered from a script, a player whose position follows
+// the injected clock, a viewer that records its calls and its page.
+
+#include "core/beeper.h"
+#include "core/clock.h"
+#include "core/messages.h"
+#include "sheet/pdf_viewer.h"
+#include "transport/media_player.h"
+#include "qt_print.h"
+
+#include <QStringList>
+#include <deque>
+#include <functional>
+
+namespace mv::test {
+
+// Records every message; answers questions and input boxes from queues
+// (Yes and Cancel when a queue is empty).
+class FakeMessages : public Messages {
+  public:
+    void msgBox(const QString& text, const QString& title = {}) override;
+    bool yesNo(const QString& text, const QString& title = {}) override;
+    std::optional<QString> inputBox(const QString& prompt, const QString& title = {},
+                                    const QString& initial = {}) override;
+    QStringList shown; // every text, in order
+    std::deque<bool> yesNoAnswers;
+    QStringList inputAnswers; // a null QString answers Cancel
+    std::function<void(const QString&)> onShow; // runs inside the box
+};
+
+// A player whose position runs on the clock while it plays.  Every call is
+// logged as "name(args)" in `calls`.
+class FakePlayer : public MediaPlayer {
+  public:
+    explicit FakePlayer(const Clock& clock) : clock_(clock) {}
+    void setURL(const QString& path) override;
+    QString URL() const override { return url_; }
+    void close() override;
+    int playState() const override { return state_; }
+    bool settingsIsAvailable(const QString& what) const override;
+    void setSettingsRate(double rate) override;
+    double settingsRate() const override { return rate_; }
+    void setSettingsVolume(int volume) override;
+    int settingsVolume() const override { return volume_; }
+    void controlsPlay() override;
+    void controlsPause() override;
+    void controlsStop() override;
+    void controlsFastForward() override;
+    double controlsCurrentPosition() const override;
+    void setControlsCurrentPosition(double seconds) override;
+    QStringList audioDevices() const override { return devices; }
+    void setAudioDevice(const QString& name) override;
+
+    QStringList calls;
+    QStringList devices{QStringLiteral("Speakers"), QStringLiteral("Headphones")};
+    bool rateAvailable = true; // while a file is loaded
+
+  private:
+    void log(const QString& c) { calls << c; }
+    const Clock& clock_;
+    QString url_;
+    int state_ = 10;
+    double rate_ = 1.0;
+    int volume_ = 50;
+    double posAtMark_ = 0;
+    int64_t markTick_ = 0;
+};
+
+// A viewer that keeps a page number and a page count, and logs its calls.
+class FakeViewer : public PdfViewer {
+  public:
+    explicit FakeViewer(QStringList* sharedLog = nullptr, QString tag = {})
+        : log_(sharedLog ? sharedLog : &calls), tag_(std::move(tag)) {}
+    void LoadFile(const QString& path) override;
+    void gotoFirstPage() override;
+    void gotoNextPage() override;
+    void gotoPreviousPage() override;
+    void setPageMode(const QString& mode) override;
+    void setZoom(float percent) override;
+
+    QStringList calls;
+    int page = 1;
+    int pageCount = 10;
+    float zoom = 100;
+    bool failLoad = false;
+    std::function<void(const QString&)> onCall; // sees every call as it is logged
+
+  private:
+    void log(const QString& c) {
+        log_->append(tag_ + c);
+        if (onCall) onCall(tag_ + c);
+    }
+    QStringList* log_;
+    QString tag_;
+};
+
+class FakeBeeper : public Beeper {
+  public:
+    explicit FakeBeeper(Clock& clock) : clock_(clock) {}
+    void beep(int hz, int ms) override;
+    QList<QPair<int, int>> beeps;
+
+  private:
+    Clock& clock_;
+};
+
+} // namespace mv::test
