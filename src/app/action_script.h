@@ -1,0 +1,65 @@
+#pragma once
+// Runs a plain-text script of user actions on named controls, for
+// end-to-end tests of the real binary.  Controls are addressed as
+// Window.Control (AdobeF.Command15, Velmor.File1); the window is found by
+// name in the registry (created on first use, as any reference does), the
+// control by its object name.  Every action is delivered as the user's
+// input events would be (mouse presses, key presses), so it reaches the same
+// handlers.  Each action runs from the event queue: an action whose handler
+// waits (a play) lets the following actions run inside its waits, as a user's
+// clicks would.
+//
+// One action per line; blank lines and lines starting with # are skipped:
+//   click W.C [left|right] [x]     press and release (x: pixels from the left)
+//   press W.C [left|right] [x]     press only
+//   type W.C text...               focus, select all, type the text
+//   select W.C entry text          press on the list entry with that text
+//   key W.C KeyName                a key press on the control (Space, N, Slash, ...)
+//   show W / hide W                show or hide a window
+//   wait ms                        let the program run for ms
+//   check W.C text...              the control's text (field, label, button) equals
+//   checkvisible W.C yes|no        the control (a light, the cursor) is visible
+//   checkgeom W.C x y              the control's position in the window, pixels
+//   screenshot path.png            the screen (all windows) as a PNG
+//   quit                           close the program
+// A failed check is printed ("FAIL line N: ...") and makes the exit code 1;
+// the script goes on.
+
+#include <QHash>
+#include <QObject>
+#include <QStringList>
+#include <functional>
+
+namespace mv {
+
+class WindowRegistry;
+
+class ActionScript : public QObject {
+    Q_OBJECT
+  public:
+    ActionScript(WindowRegistry& windows, QStringList lines, QObject* parent = nullptr);
+    // Starts at the first line, from the event queue.
+    void start();
+    int failures() const { return failures_; }
+    // Extra actions the program adds (name -> handler taking the arguments).
+    QHash<QString, std::function<void(const QStringList&)>> extra;
+
+  signals:
+    void finished(int failures);
+
+  private:
+    void step();
+    void runLine(const QString& line);
+    QWidget* control(const QString& address);
+    void fail(const QString& why);
+
+    WindowRegistry& windows_;
+    QStringList lines_;
+    int next_ = 0;
+    int failures_ = 0;
+};
+
+// Reads a script file; empty list and a message on stderr when unreadable.
+QStringList readActionScript(const QString& path);
+
+} // namespace mv

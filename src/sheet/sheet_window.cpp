@@ -1,0 +1,287 @@
+#include "sheet/sheet_window.h"
+
+#include "core/qt_bind.h"
+#include "core/session_state.h"
+
+#include <QCheckBox>
+#include <QCloseEvent>
+#include <QLabel>
+#include <QLineEdit>
+#include <QPainter>
+#include <QPushButton>
+#include <QScrollBar>
+
+namespace mv {
+
+namespace {
+
+// The cursor picture: the plain marker or the solid red square.
+class CursorWidget : public QWidget {
+  public:
+    CursorWidget(CursorPicture& p, QWidget* parent) : QWidget(parent), p_(p) {
+        setObjectName(QStringLiteral("Picture1"));
+        setAttribute(Qt::WA_TransparentForMouseEvents, false);
+    }
+
+  protected:
+    void paintEvent(QPaintEvent*) override {
+        QPainter g(this);
+        if (p_.Red.get()) {
+            g.fillRect(rect(), Qt::red);
+            return;
+        }
+        // A marker that reads over black notes: blue bar, white middle line.
+        g.fillRect(rect(), QColor(30, 80, 220));
+        g.setPen(Qt::white);
+        g.drawLine(1, height() / 2, width() - 2, height() / 2);
+    }
+
+  private:
+    CursorPicture& p_;
+};
+
+// A light: a red circle.
+class LightWidget : public QWidget {
+  public:
+    using QWidget::QWidget;
+
+  protected:
+    void paintEvent(QPaintEvent*) override {
+        QPainter g(this);
+        g.setRenderHint(QPainter::Antialiasing);
+        g.setBrush(Qt::red);
+        g.setPen(Qt::darkRed);
+        g.drawEllipse(rect().adjusted(1, 1, -1, -1));
+    }
+};
+
+} // namespace
+
+SheetWindow::SheetWindow(Session& s, QWidget* viewer, QWidget* parent)
+    : QWidget(parent), s_(s) {
+    setObjectName(QStringLiteral("AdobeF"));
+    setWindowTitle(QStringLiteral("Adobe Reader"));
+    SheetOneState& f = s.adobeF;
+
+    picture3_ = new QWidget(this);
+    picture3_->setObjectName(QStringLiteral("Picture3"));
+    picture3_->setAutoFillBackground(true);
+    acroPDF1_ = viewer ? viewer : new QWidget;
+    acroPDF1_->setParent(picture3_);
+    acroPDF1_->setObjectName(QStringLiteral("AcroPDF1"));
+    text11_ = new QLabel(f.Text11.text(), picture3_);
+    text11_->setObjectName(QStringLiteral("Text11"));
+    QFont big(QStringLiteral("DejaVu Sans"), 120, QFont::Bold);
+    text11_->setFont(big);
+    text11_->setAlignment(Qt::AlignCenter);
+    place(text11_, 5520, 3720, 3135, 2775);
+    subs_.push_back(f.Text11.subscribe([this, &f] { text11_->setText(f.Text11.text()); }));
+    subs_.push_back(bindVisible(f.Text11Visible, text11_));
+
+    vscroll1_ = new QScrollBar(Qt::Vertical, this);
+    vscroll1_->setObjectName(QStringLiteral("VScroll1"));
+    vscroll1_->setRange(f.VScroll1.min(), f.VScroll1.max());
+    vscroll1_->setValue(f.VScroll1.get());
+    vscroll1_->setTracking(false); // the sheet moves on release, not while dragging
+    connect(vscroll1_, &QScrollBar::valueChanged, this, [&f](int v) { f.VScroll1.set(v); });
+    connect(vscroll1_, &QScrollBar::sliderMoved, this, [this, &f](int v) {
+        if (f.Shape2.get()) // in edit mode the bar's position goes into the tic
+            f.Text7.setNumber(v - s_.velmor.ScrollOffset.value());
+    });
+    subs_.push_back(f.VScroll1.subscribe([this, &f] {
+        if (vscroll1_->value() != f.VScroll1.get()) vscroll1_->setValue(f.VScroll1.get());
+        placeCarrier();
+    }));
+
+    // The strip.  Captions as the user sees them.
+    const std::pair<const char*, const char*> labels[] = {
+        {"Label1", "  X"}, {"Label2", "CNT"}, {"Label3", "  Y"}, {"Label4", "TIC"},
+        {"Label5", "SCR"}, {"Label6", "NXT"}, {"Label7", "PRV"}, {"Label8", "Zoom"}};
+    for (auto [name, caption] : labels) {
+        auto* l = new QLabel(QString::fromLatin1(caption), this);
+        l->setObjectName(QString::fromLatin1(name));
+        controls_[l->objectName()] = l;
+    }
+    const std::pair<const char*, Field*> fields[] = {
+        {"Text1", &f.Text1}, {"Text2", &f.Text2}, {"Text3", &f.Text3}, {"Text4", &f.Text4},
+        {"Text7", &f.Text7}, {"Text9", &f.Text9}, {"Text10", &f.Text10},
+        {"ZoomThis", &f.ZoomThis}};
+    for (auto [name, field] : fields) {
+        auto* e = new QLineEdit(this);
+        e->setObjectName(QString::fromLatin1(name));
+        e->setFont(QFont(QStringLiteral("DejaVu Sans"), 7));
+        subs_.push_back(bindLineEdit(*field, e));
+        controls_[e->objectName()] = e;
+    }
+    // Step additions to X, Y and SCR (edit mode).
+    for (const char* name : {"Text5", "Text6", "Text8"}) {
+        auto* e = new QLineEdit(this);
+        e->setObjectName(QString::fromLatin1(name));
+        controls_[e->objectName()] = e;
+    }
+    auto* tick = new QCheckBox(this);
+    tick->setObjectName(QStringLiteral("Tick"));
+    tick->setToolTip(QStringLiteral("TIC"));
+    subs_.push_back(bindCheckBox(f.Tick, tick));
+    controls_[tick->objectName()] = tick;
+
+    button("Command7", QStringLiteral("Edit"));
+    button("Command13", QStringLiteral("Append"));
+    button("Command9", QStringLiteral("Insert"));
+    button("Command10", QStringLiteral("Delete"));
+    button("JumpB", QStringLiteral("Jump"));
+    button("AdjB", QStringLiteral("Adj"));
+    button("ASCroll", QStringLiteral("ASC"));
+    button("Command5", QStringLiteral("Step >"));
+    button("Command8", QStringLiteral("Step <"));
+    button("Command6", QStringLiteral("Manual Scroll"));
+    button("Command3", QStringLiteral("Next PG"));
+    button("Command4", QStringLiteral("Prev PG"));
+    button("Command2", QStringLiteral("Record"));
+    button("Command14", QStringLiteral("Auto Scroll"));
+    button("Command12", QStringLiteral("Unlock"));
+    button("Command15", QStringLiteral("Play"));
+    button("Command11", QStringLiteral("Help"));
+    button("Command1", QStringLiteral("Close"));
+    button("Command16", QStringLiteral("M Play"));
+
+    const std::pair<const char*, Light*> lights[] = {
+        {"Shape1", &f.Shape1}, {"Shape2", &f.Shape2}, {"Shape3", &f.Shape3}, {"Shape4", &f.Shape4}};
+    for (auto [name, light] : lights) {
+        auto* w = new LightWidget(this);
+        w->setObjectName(QString::fromLatin1(name));
+        subs_.push_back(bindVisible(*light, w));
+        controls_[w->objectName()] = w;
+    }
+
+    picture1_ = new CursorWidget(f.Picture1, this);
+    CursorPicture& c = f.Picture1;
+    for (Notifier* n : std::initializer_list<Notifier*>{&c.Left, &c.Top, &c.Height, &c.Red})
+        subs_.push_back(n->subscribe([this] { placeCursor(); }));
+    subs_.push_back(bindVisible(c.Visible, picture1_));
+    subs_.push_back(c.Raised.subscribe([this] { picture1_->raise(); }));
+    subs_.push_back(c.Repainted.subscribe([this] { picture1_->update(); }));
+
+    // Left offset of the sheet: carrier and viewer both move.
+    auto left = [this](Field& fld) {
+        return fld.subscribe([this, &fld] {
+            carrierLeft_ = fld.value();
+            placeCarrier();
+        });
+    };
+    subs_.push_back(left(s.velmor.PDFLeft));
+    subs_.push_back(left(s.velmor.PDFLeftD));
+    subs_.push_back(bindVisible(f.Visible, this));
+
+    resize(px(s.velmor.PDFWidth.value()), px(s.velmor.PDFHeight.value()));
+    f.Width.set(s.velmor.PDFWidth.value());
+    place(picture3_, 0, 0, 14310, 12455);
+    place(acroPDF1_, 0, 0, 14745, 12450);
+    AdjustAll();
+    placeCarrier();
+    placeCursor();
+    picture1_->raise();
+}
+
+SheetWindow::~SheetWindow() = default;
+
+void SheetWindow::closeEvent(QCloseEvent* e) {
+    s_.adobeF.Visible.set(false);
+    QWidget::closeEvent(e);
+}
+
+QPushButton* SheetWindow::button(const char* name, const QString& caption) {
+    auto* b = new QPushButton(caption, this);
+    b->setObjectName(QString::fromLatin1(name));
+    b->setFont(QFont(QStringLiteral("DejaVu Sans"), 7));
+    const QString key = b->objectName();
+    connect(b, &QPushButton::clicked, this, [this, key] {
+        if (auto h = handlers.value(key)) h();
+    });
+    controls_[key] = b;
+    return b;
+}
+
+void SheetWindow::place(QWidget* w, double left, double top, double width, double height) {
+    const int wpx = width < 0 ? w->width() : px(width);
+    const int hpx = height < 0 ? w->height() : px(height);
+    w->setGeometry(px(left), px(top), wpx, hpx);
+}
+
+void SheetWindow::setScrollBarLeft(double twips) {
+    scrollLeft_ = twips;
+    AdjustAll();
+}
+
+void SheetWindow::placeCarrier() {
+    // The carrier's top is minus V; the viewer sits at the same left offset
+    // inside it, so the sheet moves by twice the offset.
+    const int v = s_.adobeF.VScroll1.get();
+    picture3_->move(px(carrierLeft_), px(-double(v)));
+    acroPDF1_->move(px(carrierLeft_), acroPDF1_->y());
+}
+
+void SheetWindow::placeCursor() {
+    const CursorPicture& c = s_.adobeF.Picture1;
+    picture1_->setGeometry(px(c.Left.get()), px(c.Top.get()), px(CursorPicture::kWidth),
+                           px(c.Height.get()));
+    picture1_->update();
+}
+
+void SheetWindow::AdjustAll() {
+    const double L = scrollLeft_;
+    place(vscroll1_, L, 45, 240, 8895);
+    if (L < 1000) return;
+    auto c = [this](const char* n) { return controls_.value(QString::fromLatin1(n)); };
+    auto left = [&](const char* n) { return c(n)->x() * 15.0; };
+    auto right = [&](const char* n) { return (c(n)->x() + c(n)->width()) * 15.0; };
+    picture3_->resize(px(L - 50), picture3_->height());
+    acroPDF1_->resize(px(L - 50), acroPDF1_->height());
+    place(c("Command7"), L + 510, 120, 735, 315);
+    place(c("Command13"), L + 510, 480, 735, 315);
+    place(c("Command9"), L + 310, 840, 735, 315);
+    place(c("Command10"), left("Command9") + 810, 840, 735, 315);
+    place(c("Shape2"), left("Command7") + 840, 120, 255, 255);
+    place(c("Shape4"), left("Command7") + 840, 480, 255, 255);
+    const double labelTops[] = {2340, 1650, 2760, 2040, 3120, 3480, 3840};
+    for (int i = 0; i < 7; ++i)
+        place(c(QStringLiteral("Label%1").arg(i + 1).toLatin1().constData()), L + 384,
+              labelTops[i], 360, 255);
+    const double fieldLeft = left("Label1") + 360;
+    place(c("Text1"), fieldLeft, 2280, 495, 375);
+    place(c("ZoomThis"), left("Text1"), 1200, 855, 405);
+    place(c("Label8"), left("ZoomThis") - 460, 1250, 495, 255);
+    place(c("Text3"), fieldLeft, 1600, 855, 285);
+    place(c("Text4"), fieldLeft, 1920, 855, 375);
+    place(c("JumpB"), left("Label8"), 4800, 615, 270);
+    place(c("AdjB"), right("JumpB"), 4800, 495, 270);
+    place(c("ASCroll"), right("AdjB"), 4800, 495, 270);
+    place(c("Tick"), right("Text4"), 1920, 375, 375);
+    place(c("Text7"), fieldLeft, 3000, 495, 375);
+    place(c("Text9"), fieldLeft, 3360, 855, 375);
+    place(c("Text10"), fieldLeft, 3720, 855, 375);
+    place(c("Text2"), fieldLeft, 2640, 495, 375);
+    place(c("Text5"), left("Text1") + 480, 2280, 495, 375);
+    place(c("Text6"), left("Text1") + 480, 2640, 495, 375);
+    place(c("Text8"), left("Text1") + 480, 3000, 495, 375);
+    place(c("Command5"), left("Text10"), 4080, 855, 255);
+    place(c("Command8"), left("Text10"), 4440, 855, 255);
+    place(c("Command6"), left("Label7"), 5160, 1335, 735);
+    place(c("Command3"), left("Label7"), 6000, 1335, 615);
+    place(c("Command4"), left("Label7"), 6720, 1335, 615);
+    place(c("Command2"), left("Command7"), 7920, 735, 255);
+    place(c("Command14"), left("Command4"), 7440, 1335, 375);
+    place(c("Command12"), left("Command7"), 8280, 735, 255);
+    place(c("Command15"), left("Command7") - 200, 8640, 735, 255);
+    place(c("Command11"), left("Command7") - 200, 9000, 735, 255);
+    place(c("Command1"), left("Text5") - 100, 9000, 735, 255);
+    place(c("Command16"), left("Command1"), 8640, 735, 255);
+    place(c("Shape1"), left("Shape2"), 7920, 255, 255);
+    place(c("Shape3"), left("Shape2"), 8280, 255, 255);
+    resize(px(L + 2210), height());
+    s_.adobeF.Width.set(L + 2210);
+    for (QWidget* w : std::as_const(controls_)) w->raise();
+    picture1_->raise();
+}
+
+} // namespace mv

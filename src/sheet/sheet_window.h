@@ -1,0 +1,69 @@
+#pragma once
+// Sheet window 1, "AdobeF" (caption "Adobe Reader"): the carrier Picture3
+// holding the PDF viewer, moved up by the scroll value V; the cursor
+// Picture1 above it in the window's own coordinates; the button strip with
+// the readout fields, laid out by AdjustAll from the left edge of VScroll1.
+// All state lives in Session::adobeF; this class mirrors it and forwards
+// presses to the handlers installed in `handlers`.
+
+#include "core/observable.h"
+
+#include <QHash>
+#include <QWidget>
+#include <functional>
+#include <vector>
+
+class QLabel;
+class QLineEdit;
+class QPushButton;
+class QScrollBar;
+class QCheckBox;
+
+namespace mv {
+
+struct Session;
+
+class SheetWindow : public QWidget {
+    Q_OBJECT
+  public:
+    // `viewer` becomes AcroPDF1 inside the carrier (the window owns it).
+    SheetWindow(Session& s, QWidget* viewer, QWidget* parent = nullptr);
+    ~SheetWindow() override;
+
+    // Lays out the strip from the left edge of VScroll1 (twips); nothing
+    // happens below 1000.
+    void AdjustAll();
+    // Left edge of VScroll1 in twips.
+    double scrollBarLeft() const { return scrollLeft_; }
+    void setScrollBarLeft(double twips);
+
+    // Presses of the strip's buttons go to these, by control name
+    // ("Command15", "Command3", ...); a name without a handler does nothing.
+    QHash<QString, std::function<void()>> handlers;
+
+    QWidget* carrier() const { return picture3_; }
+    QWidget* viewer() const { return acroPDF1_; }
+    QWidget* cursorWidget() const { return picture1_; }
+
+  protected:
+    void closeEvent(QCloseEvent* e) override;
+
+  private:
+    QPushButton* button(const char* name, const QString& caption);
+    void place(QWidget* w, double left, double top, double width = -1, double height = -1);
+    void placeCarrier();
+    void placeCursor();
+
+    Session& s_;
+    QWidget* picture3_;
+    QWidget* acroPDF1_;
+    QLabel* text11_;
+    QScrollBar* vscroll1_;
+    QWidget* picture1_;
+    QHash<QString, QWidget*> controls_;
+    std::vector<Subscription> subs_;
+    double scrollLeft_ = 14280;
+    double carrierLeft_ = 0;
+};
+
+} // namespace mv

@@ -1,0 +1,4 @@
+# The real binary under Xvfb.
+add_test(NAME e2e_sheet_play
+         COMMAND ${CMAKE_CURRENT_LIST_DIR}/e2e/sheet_play.sh $<TARGET_FILE:mellivane>)
+set_tests_properties(e2e_sheet_play PROPERTIES LABELS integration TIMEOUT 60 RUN_SERIAL TRUE)
