@@ -198,10 +198,23 @@ struct Session {
     SheetTwoState adobeF2;
     OverlayState form1;
 
-    // Operations of other subsystems the loop and the fields call by name;
-    // installed by those subsystems, harmless when absent.
-    std::function<void()> adobeF_Command4_Click; // Prev PG of sheet window 1
+    // Operations that one subsystem calls in another, by name.  Each is
+    // installed by the subsystem that owns it; an empty one does nothing.
+    // The one way to select a song (list, random, play list, network).
+    std::function<void(int button, int shift, double x, double y)> File1_MouseDown;
+    // The one way to start a cursor play (player area, Play buttons, network).
+    std::function<void(int button, int shift, double x, double y)> WindowsMediaPlayer1_MouseDown;
+    // The one way to turn and scroll sheet window 1: Next PG, Prev PG,
+    // Manual Scroll, Auto Scroll.
+    std::function<void()> adobeF_Command3_Click, adobeF_Command4_Click, adobeF_Command6_Click,
+        adobeF_Command14_Click;
+    // Sends a token to every connected client; nothing without clients.
+    std::function<void(const QString& token)> sendToClients;
+    // Writes "Mellivane.ini" from the setup fields.
+    std::function<void()> SaveVelmor;
     std::function<void()> focusMainWindow;
+    // The focus rule of Scrn(0)/Scrn(1) between the sheet windows.
+    std::function<void()> focusSheetWindow;
 };
 
 } // namespace mv
