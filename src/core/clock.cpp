@@ -28,6 +28,8 @@ int64_t SystemClock::tickMs() const {
     return d->steady.elapsed() + 1000;
 }
 
+double SystemClock::preciseMs() const { return double(d->steady.nsecsElapsed()) / 1e6 + 1000; }
+
 float SystemClock::dayClock() const {
     return static_cast<float>(QTime::currentTime().msecsSinceStartOfDay() / 1000.0);
 }

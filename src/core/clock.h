@@ -15,6 +15,8 @@ class Clock {
     virtual ~Clock() = default;
     // Milliseconds on a steady scale; never goes back, never wraps.
     virtual int64_t tickMs() const = 0;
+    // The tick clock with its fraction of a millisecond, for waking on time.
+    virtual double preciseMs() const { return double(tickMs()); }
     // Seconds since local midnight, single precision: 0 <= t < 86400.
     virtual float dayClock() const = 0;
     // Calls fn every periodMs on the GUI thread until the clock dies or the id
@@ -33,6 +35,7 @@ class SystemClock final : public Clock {
     SystemClock();
     ~SystemClock() override;
     int64_t tickMs() const override;
+    double preciseMs() const override;
     float dayClock() const override;
     int every(int periodMs, std::function<void()> fn) override;
     void cancel(int id) override;

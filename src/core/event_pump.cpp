@@ -5,7 +5,9 @@
 #include <QCoreApplication>
 #include <QTimer>
 #include <algorithm>
+#include <chrono>
 #include <cmath>
+#include <thread>
 
 namespace mv {
 
@@ -23,12 +25,19 @@ void EventPump::waitRound(int64_t deadline) {
         return;
     }
     if (!QCoreApplication::instance()) return;
+    const double remaining = double(deadline) - clock_.preciseMs();
+    if (remaining < 1.0) {
+        // Timers count whole milliseconds; the last fraction is slept here,
+        // without events, so that the wake-up is not a millisecond late.
+        if (remaining > 0) std::this_thread::sleep_for(std::chrono::duration<double, std::milli>(remaining));
+        return;
+    }
     // A timer of our own per round: a nested wait must not disturb the timer
     // of the wait it runs inside.
     QTimer wake;
     wake.setTimerType(Qt::PreciseTimer);
     wake.setSingleShot(true);
-    wake.start(static_cast<int>(std::min<int64_t>(deadline - now, 1 << 30)));
+    wake.start(static_cast<int>(std::min(std::floor(remaining), double(1 << 30))));
     QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
 }
 

@@ -1,0 +1,171 @@
+// The runtime pieces everything leans on: the numbered files (closing from
+// outside ends a reader), the atomic rewrite, the virtual clock's ordering,
+// the event pump's guards at the day's edges, and the field behaviour.
+
+#include "core/event_pump.h"
+#include "core/field.h"
+#include "core/file_numbers.h"
+#include "qt_print.h"
+
+#include <QDir>
+#include <QFile>
+#include <QTemporaryDir>
+#include <QTimer>
+#include <gtest/gtest.h>
+
+using namespace mv;
+
+namespace {
+QByteArray readAll(const QString& p) {
+    QFile f(p);
+    return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray("<missing>");
+}
+int failureNumber(const std::function<void()>& fn) {
+    try {
+        fn();
+    } catch (const Failure& f) {
+        return f.number();
+    }
+    return 0;
+}
+} // namespace
+
+TEST(FileTable, LinesEndAtCrLfCrOrLfAndReadingPastTheEndFails) {
+    QTemporaryDir dir;
+    const QString p = dir.filePath("a.map");
+    QFile f(p);
+    ASSERT_TRUE(f.open(QIODevice::WriteOnly));
+    f.write("one\r\n\r\ntwo\rthree\nlast");
+    f.close();
+    FileTable t;
+    t.open(1, p, FileMode::Input);
+    QStringList got;
+    while (!t.eof(1)) got << t.readLine(1);
+    EXPECT_EQ(got, (QStringList{"one", "", "two", "three", "last"}));
+    EXPECT_EQ(failureNumber([&] { t.readLine(1); }), 62);
+    EXPECT_EQ(splitLines("a\r\n"), QStringList{"a"}); // no empty line after the last end
+    EXPECT_EQ(splitLines(""), QStringList{});
+}
+
+TEST(FileTable, NumbersAreExclusiveAndClosingFromOutsideEndsTheReader) {
+    QTemporaryDir dir;
+    const QString p = dir.filePath("a.txt");
+    writeLinesAtomically(p, {"1", "2"});
+    FileTable t;
+    EXPECT_EQ(failureNumber([&] { t.open(1, dir.filePath("none"), FileMode::Input); }), 53);
+    EXPECT_EQ(failureNumber([&] { t.open(1, "/no/such/dir/x", FileMode::Output); }), 76);
+    EXPECT_EQ(failureNumber([&] { t.open(5, p, FileMode::Input); }), 52);
+    t.open(1, p, FileMode::Input);
+    EXPECT_EQ(failureNumber([&] { t.open(1, p, FileMode::Input); }), 55);
+    EXPECT_EQ(t.readLine(1), "1");
+    t.close(1); // another operation closes the number the reader holds
+    t.close(1); // closing a number that is not open does nothing
+    EXPECT_EQ(failureNumber([&] { t.readLine(1); }), 52);
+    EXPECT_EQ(failureNumber([&] { t.eof(1); }), 52);
+}
+
+TEST(FileTable, OutputReplacesTheFileOnlyWhenClosed) {
+    QTemporaryDir dir;
+    const QString p = dir.filePath("Mellivane.ini");
+    writeLinesAtomically(p, {"old"});
+    FileTable t;
+    t.open(1, p, FileMode::Output);
+    t.writeLine(1, "new");
+    t.writeLine(1, "caf\u00e9");
+    EXPECT_EQ(readAll(p), "old\r\n"); // a crash now leaves the old file whole
+    t.close(1);
+    EXPECT_EQ(readAll(p), "new\r\ncaf\xe9\r\n"); // single-byte text, CR LF
+    t.open(2, p, FileMode::Append);
+    t.writeLine(2, "more");
+    t.close(2);
+    EXPECT_EQ(readAll(p), "new\r\ncaf\xe9\r\nmore\r\n");
+    EXPECT_EQ(QDir(dir.path()).entryList(QDir::Files), QStringList{"Mellivane.ini"});
+}
+
+TEST(VirtualClock, FiresInTimeOrderAndPeriodicTimersRepeat) {
+    VirtualClock c(1000, 100);
+    QStringList log;
+    c.at(1500, [&] { log << "b@" + QString::number(c.tickMs()); });
+    c.at(1200, [&] { log << "a@" + QString::number(c.tickMs()); });
+    c.at(1500, [&] { log << "c@" + QString::number(c.tickMs()); });
+    const int id = c.every(400, [&] { log << "t@" + QString::number(c.tickMs()); });
+    c.advanceTo(2300);
+    EXPECT_EQ(log, (QStringList{"a@1200", "t@1400", "b@1500", "c@1500", "t@1800", "t@2200"}));
+    c.cancel(id);
+    log.clear();
+    c.advanceBy(1000);
+    EXPECT_TRUE(log.isEmpty());
+    EXPECT_FLOAT_EQ(c.dayClock(), 100 + 2.3f);
+}
+
+TEST(EventPump, GuardedWaitsAtTheEdgesOfTheDay) {
+    // 10 s after midnight the guard skips every optional wait.
+    VirtualClock early(0, 10);
+    EventPump p1(early);
+    p1.guardedWait(4);
+    EXPECT_EQ(early.tickMs(), 0);
+    // A wait that crosses midnight ends on time: it runs on the tick clock.
+    VirtualClock late(0, 86400 - 2);
+    EventPump p2(late);
+    p2.guardedWait(4);
+    EXPECT_EQ(late.tickMs(), 4000);
+    EXPECT_LT(late.dayClock(), 3.0f);
+    // The wait after a play runs only below 80000 s.
+    VirtualClock evening(0, 80000);
+    EventPump p3(evening);
+    p3.waitAfterPlay(3);
+    EXPECT_EQ(evening.tickMs(), 0);
+    VirtualClock noon(0, 43200);
+    EventPump p4(noon);
+    p4.waitAfterPlay(3);
+    EXPECT_EQ(noon.tickMs(), 3000);
+}
+
+TEST(EventPump, ActionsDueDuringAWaitRunInsideItAndNestedWaitsMakeItLate) {
+    VirtualClock c(0, 43200);
+    EventPump p(c);
+    QStringList log;
+    c.at(1000, [&] {
+        log << "outer event at 1000";
+        p.waitUntil(2500); // a handler that waits itself
+        log << "inner wait done at " + QString::number(c.tickMs());
+    });
+    p.waitUntil(2000);
+    log << "outer wait done at " + QString::number(c.tickMs());
+    EXPECT_EQ(log, (QStringList{"outer event at 1000", "inner wait done at 2500",
+                                "outer wait done at 2500"}));
+}
+
+TEST(EventPump, RealWaitSleepsInTheEventLoopAndServesEvents) {
+    SystemClock c;
+    EventPump p(c);
+    bool served = false;
+    QTimer::singleShot(5, [&] { served = true; });
+    const int64_t start = c.tickMs();
+    p.waitUntil(start + 30);
+    EXPECT_GE(c.tickMs() - start, 30);
+    EXPECT_TRUE(served);
+}
+
+TEST(Field, ChangeBehaviourRunsOnlyOnRealChangesAndFailuresReachTheWriter) {
+    Field f(QStringLiteral("1"));
+    int runs = 0;
+    f.always([&] { ++runs; });
+    f.setText("1");
+    f.setText("2");
+    f.setNumber(2);
+    EXPECT_EQ(runs, 1);
+    {
+        Subscription sub = f.subscribe([&] { runs += 10; });
+        f.setText("3");
+        EXPECT_EQ(runs, 12);
+    }
+    f.setText("4"); // the dead subscription no longer runs
+    EXPECT_EQ(runs, 13);
+    ScrollValue v(0, 32767);
+    EXPECT_EQ(failureNumber([&] { v.set(32768); }), 380);
+    EXPECT_EQ(v.get(), 0);
+    Field g;
+    g.always([] { throw Failure(6, QStringLiteral("Overflow")); });
+    EXPECT_EQ(failureNumber([&] { g.setText("x"); }), 6);
+}
