@@ -10,6 +10,7 @@
 #include "core/window_registry.h"
 #include "cursormap/cursor_fields.h"
 #include "cursormap/play_loop.h"
+#include "sheet/navigation.h"
 #include "sheet/sheet_window.h"
 
 #include <QApplication>
@@ -52,6 +53,7 @@ int main(int argc, char** argv) {
     WindowRegistry windows;
     s.windows = &windows;
     installReadoutFields(s);
+    installNavigation(s);
 
     windows.define(QStringLiteral("Velmor"), [&s] { return new MainWindow(s); });
     windows.define(QStringLiteral("AdobeF"), [&s] { return new SheetWindow(s, nullptr); });

@@ -154,7 +154,14 @@ struct SheetOneState {
     CursorPicture Picture1;
     ScrollValue VScroll1{0, 32767, 0};     // V: the carrier's top is -V
     Prop<double> Width{16505};             // the window's width in twips
+    Field Text5, Text6, Text8;             // step additions to X, Y and SCR
     PdfViewer* AcroPDF1 = nullptr;
+    // Gives the input focus to Command14 "Auto Scroll" (the window installs
+    // it); the space bar then runs Auto Scroll.
+    std::function<void()> focusCommand14;
+    // SearchBack of edit mode, reached by a press other than the left
+    // button on JumpB; installed by edit mode.
+    std::function<void()> searchBack;
 };
 
 // Sheet window 2 (AdobeF2), for a second monitor.

@@ -63,6 +63,13 @@ void takeRedMarkBack(Session& s) {
     if (s.adobeF2.Visible.get()) toNormalForm(s.adobeF2.Picture1);
 }
 
+void pageAdjustment(Session& s) {
+    const int p = roundWord(s.adobeF2.PageNR.value());
+    if (p < 0 || p > 36) throw failures::subscriptOutOfRange();
+    if (s.velmor.NoPDFAdj.get() == 0 && !s.g.MapHeaderLines[p].isEmpty())
+        s.adobeF2.VScroll2.set(roundWord(val(s.g.MapHeaderLines[p])));
+}
+
 void installReadoutFields(Session& s) {
     SheetOneState& f = s.adobeF;
     auto row = [&s]() -> int { return s.g.CursorIndex; };

@@ -28,4 +28,9 @@ void showRedCursor(Session& s);
 // it is visible.
 void takeRedMarkBack(Session& s);
 
+// The second sheet's adjustment for the page on show: with NoPDFAdj off and
+// an entry in MapHeaderLines for its PageNR, its VScroll2 takes that entry's
+// number.  A PageNR that rounds outside 0..36 is failure 9.
+void pageAdjustment(Session& s);
+
 } // namespace mv

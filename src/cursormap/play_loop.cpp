@@ -47,14 +47,6 @@ class Loop {
         return roundWord((scr + v_.ScrollOffset.value()) * (zoomThis / 100));
     }
 
-    // The second sheet's adjustment for the page on show.
-    void pageAdjustment() {
-        const int p = roundWord(w2_.PageNR.value());
-        if (p < 0 || p > 36) throw failures::subscriptOutOfRange();
-        if (v_.NoPDFAdj.get() == 0 && !s_.g.MapHeaderLines[p].isEmpty())
-            w2_.VScroll2.set(roundWord(val(s_.g.MapHeaderLines[p])));
-    }
-
     void raiseOverlay() {
         if (v_.ShowB.get() != 1 && v_.ShowVB.get() != 1) return;
         s_.form1.Visible.set(true);
@@ -161,10 +153,10 @@ class Loop {
             if (window2()) w2_.PageNR.setNumber(w2_.PageNR.value() + 1);
             f_.VScroll1.set(sheetOneScroll(f_.Text7.value()));
             if (window2()) {
-                pageAdjustment();
+                pageAdjustment(s_);
                 if (w2_.AcroPDF1) w2_.AcroPDF1->gotoNextPage();
                 w2_.VScroll1.set(roundWord(f_.Text7.value() + v_.ScrollOffset.value()));
-                pageAdjustment();
+                pageAdjustment(s_);
             }
         }
 
@@ -178,7 +170,7 @@ class Loop {
             if (window2()) {
                 if (w2_.AcroPDF1) w2_.AcroPDF1->gotoPreviousPage();
                 w2_.VScroll1.set(roundWord(f_.Text7.value() + v_.ScrollOffset.value()));
-                pageAdjustment();
+                pageAdjustment(s_);
             }
         }
 

@@ -2,9 +2,12 @@
 
 #include "core/qt_bind.h"
 #include "core/session_state.h"
+#include "sheet/navigation.h"
 
 #include <QCheckBox>
 #include <QCloseEvent>
+#include <QKeyEvent>
+#include <QMouseEvent>
 #include <QLabel>
 #include <QLineEdit>
 #include <QPainter>
@@ -114,9 +117,12 @@ SheetWindow::SheetWindow(Session& s, QWidget* viewer, QWidget* parent)
         controls_[e->objectName()] = e;
     }
     // Step additions to X, Y and SCR (edit mode).
-    for (const char* name : {"Text5", "Text6", "Text8"}) {
+    const std::pair<const char*, Field*> additions[] = {
+        {"Text5", &f.Text5}, {"Text6", &f.Text6}, {"Text8", &f.Text8}};
+    for (auto [name, field] : additions) {
         auto* e = new QLineEdit(this);
         e->setObjectName(QString::fromLatin1(name));
+        subs_.push_back(bindLineEdit(*field, e));
         controls_[e->objectName()] = e;
     }
     auto* tick = new QCheckBox(this);
@@ -154,6 +160,18 @@ SheetWindow::SheetWindow(Session& s, QWidget* viewer, QWidget* parent)
         controls_[w->objectName()] = w;
     }
 
+    // The page and scroll operations; the keys of the window itself, of
+    // Command14 and of Command1 run them too.
+    handlers[QStringLiteral("Command3")] = [&s] { Command3_Click(s); };
+    handlers[QStringLiteral("Command4")] = [&s] { Command4_Click(s); };
+    handlers[QStringLiteral("Command6")] = [&s] { Command6_Click(s); };
+    handlers[QStringLiteral("Command14")] = [&s] { Command14_Click(s); };
+    QWidget* command14 = controls_.value(QStringLiteral("Command14"));
+    command14->installEventFilter(this);
+    controls_.value(QStringLiteral("Command1"))->installEventFilter(this);
+    controls_.value(QStringLiteral("JumpB"))->installEventFilter(this);
+    f.focusCommand14 = [command14] { command14->setFocus(Qt::OtherFocusReason); };
+
     picture1_ = new CursorWidget(f.Picture1, this);
     CursorPicture& c = f.Picture1;
     for (Notifier* n : std::initializer_list<Notifier*>{&c.Left, &c.Top, &c.Height, &c.Red})
@@ -183,7 +201,25 @@ SheetWindow::SheetWindow(Session& s, QWidget* viewer, QWidget* parent)
     picture1_->raise();
 }
 
-SheetWindow::~SheetWindow() = default;
+SheetWindow::~SheetWindow() { s_.adobeF.focusCommand14 = nullptr; }
+
+bool SheetWindow::eventFilter(QObject* watched, QEvent* e) {
+    if (e->type() == QEvent::KeyPress) {
+        const QString t = static_cast<QKeyEvent*>(e)->text();
+        if (t.size() == 1 && sheetKeyPress(s_, t[0])) return true;
+    } else if (e->type() == QEvent::MouseButtonPress &&
+               watched == controls_.value(QStringLiteral("JumpB"))) {
+        const Qt::MouseButton b = static_cast<QMouseEvent*>(e)->button();
+        JumpB_MouseDown(s_, b == Qt::LeftButton ? 1 : b == Qt::RightButton ? 2 : 4);
+        return true;
+    }
+    return QWidget::eventFilter(watched, e);
+}
+
+void SheetWindow::keyPressEvent(QKeyEvent* e) {
+    if (e->text().size() == 1 && sheetKeyPress(s_, e->text()[0])) return;
+    QWidget::keyPressEvent(e);
+}
 
 void SheetWindow::closeEvent(QCloseEvent* e) {
     s_.adobeF.Visible.set(false);

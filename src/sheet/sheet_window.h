@@ -47,6 +47,8 @@ class SheetWindow : public QWidget {
 
   protected:
     void closeEvent(QCloseEvent* e) override;
+    void keyPressEvent(QKeyEvent* e) override;
+    bool eventFilter(QObject* watched, QEvent* e) override;
 
   private:
     QPushButton* button(const char* name, const QString& caption);

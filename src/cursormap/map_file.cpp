@@ -1,0 +1,2 @@
+#include "cursormap/map_file.h"
+// Being written.

@@ -1,0 +1,220 @@
+// Page and scroll navigation in virtual time: the two reading positions of a
+// page, the smooth scroll and its re-entrance, the page flags of edit mode,
+// the Jump walk, failures, and the keys on the real sheet window.
+
+#include "core/session_state.h"
+#include "cursormap/cursor_fields.h"
+#include "fakes.h"
+#include "sheet/navigation.h"
+#include "sheet/sheet_window.h"
+
+#include <QApplication>
+#include <QPushButton>
+#include <QTest>
+#include <gtest/gtest.h>
+
+using namespace mv;
+using namespace mv::test;
+
+namespace {
+
+class NavigationTest : public ::testing::Test {
+  protected:
+    NavigationTest() {
+        s.adobeF.AcroPDF1 = &viewer;
+        s.adobeF.Visible.set(true);
+        s.adobeF.focusCommand14 = [this] { ++focusGiven; };
+        s.sendToClients = [this](const QString& t) { sent << t; };
+        installReadoutFields(s);
+        installNavigation(s);
+        s.adobeF.VScroll1.set(500);
+    }
+    int V() const { return s.adobeF.VScroll1.get(); }
+    void editMode() { s.adobeF.Shape2.set(true); }
+
+    VirtualClock clock{1000, 43200};
+    FakeMessages messages;
+    Session s{clock, messages};
+    FakeViewer viewer;
+    QStringList sent;
+    int focusGiven = 0;
+};
+
+TEST_F(NavigationTest, NextAndPrevTurnAndGoToTheTopOfThePage) {
+    s.velmor.AddNext.setText("-200");
+    Command3_Click(s);
+    EXPECT_EQ(viewer.page, 2);
+    EXPECT_EQ(V(), 300); // Next PG alone adds AddNext
+    EXPECT_EQ(s.g.NextPageMark, kTrue);
+    EXPECT_EQ(s.g.AbortScroll, kTrue);
+    Command4_Click(s);
+    Command4_Click(s); // on the first page the viewer stays, V goes to the top
+    EXPECT_EQ(viewer.page, 1);
+    EXPECT_EQ(V(), 500);
+    EXPECT_EQ(s.g.PrevPageMark, kTrue);
+    EXPECT_EQ(sent, (QStringList{"&COMMAND3/", "&COMMAND4/", "&COMMAND4/"}));
+    EXPECT_EQ(focusGiven, 3);
+}
+
+TEST_F(NavigationTest, SecondWindowTurnsWithItsPageCountAndAdjustment) {
+    FakeViewer v2;
+    s.adobeF2.AcroPDF1 = &v2;
+    s.adobeF2.Visible.set(true);
+    s.g.MapHeaderLines[2] = "350#2";
+    Command3_Click(s);
+    EXPECT_EQ(s.adobeF2.PageNR.text(), "2");
+    EXPECT_EQ(v2.page, 2);
+    EXPECT_EQ(s.adobeF2.VScroll1.get(), 500);
+    EXPECT_EQ(s.adobeF2.VScroll2.get(), 350);
+    Command4_Click(s);
+    Command4_Click(s);
+    EXPECT_EQ(s.adobeF2.PageNR.text(), "1"); // never below 1
+}
+
+TEST_F(NavigationTest, SmoothScrollReachesAutoScrollInScrollStepSteps) {
+    int steps = 0;
+    s.adobeF.VScroll1.always([&] { ++steps; });
+    const int64_t t0 = clock.tickMs();
+    Command14_Click(s);
+    EXPECT_EQ(V(), 8000); // AutoScroll itself, not plus the offset
+    EXPECT_EQ(steps, 375); // 500 -> 8000 by 20
+    EXPECT_EQ(clock.tickMs() - t0, 374 * 10);
+    EXPECT_EQ(sent, QStringList{"&AUTOSCROLL/"});
+    EXPECT_EQ(focusGiven, 1);
+}
+
+TEST_F(NavigationTest, SpaceAtTopPlus100ScrollsAndAtTopPlus101TurnsThePage) {
+    s.adobeF.VScroll1.set(600);
+    Command14_Click(s);
+    EXPECT_EQ(viewer.page, 1);
+    EXPECT_EQ(V(), 8000);
+    s.adobeF.VScroll1.set(601);
+    sent.clear();
+    Command14_Click(s);
+    EXPECT_EQ(viewer.page, 2);
+    EXPECT_EQ(V(), 500);
+    EXPECT_EQ(sent, QStringList{"&COMMAND3/"});
+}
+
+TEST_F(NavigationTest, SecondSpaceDuringAScroll) {
+    // Past the top by more than 100: the second press turns the page, and the
+    // running scroll sees AbortScroll after its wait and ends.
+    clock.at(clock.tickMs() + 200, [this] { Command14_Click(s); });
+    Command14_Click(s);
+    EXPECT_EQ(viewer.page, 2);
+    EXPECT_EQ(V(), 500);
+    EXPECT_EQ(s.g.AbortScroll, 0);
+    // Within 100 of the top: a second loop runs inside the first; the outer
+    // one then takes one more step and ends.
+    s.adobeF.VScroll1.set(500);
+    clock.at(clock.tickMs() + 25, [this] { Command14_Click(s); });
+    Command14_Click(s);
+    EXPECT_EQ(V(), 8020);
+    EXPECT_EQ(viewer.page, 2);
+}
+
+TEST_F(NavigationTest, ManualScrollJumpsToTheHalfPageAndWritesScrInEditMode) {
+    Command6_Click(s);
+    EXPECT_EQ(V(), 8500);
+    EXPECT_EQ(s.adobeF.Text7.text(), "");
+    editMode();
+    s.g.CursorIndex = 4;
+    Command6_Click(s);
+    EXPECT_EQ(s.adobeF.Text7.text(), "8000");
+    EXPECT_EQ(s.tic.Scr[4], "8000");
+    EXPECT_TRUE(s.adobeF.Picture1.isRed());
+}
+
+TEST_F(NavigationTest, EditModeTogglesThePageFlagsOfTheTic) {
+    editMode();
+    s.adobeF.Text9.setText("False");
+    s.adobeF.Text10.setText("False");
+    Command3_Click(s);
+    EXPECT_EQ(s.adobeF.Text9.text(), "True");
+    EXPECT_EQ(viewer.page, 2);
+    Command3_Click(s); // takes the flag away and turns back
+    EXPECT_EQ(s.adobeF.Text9.text(), "False");
+    EXPECT_EQ(s.adobeF.Text10.text(), "False");
+    EXPECT_EQ(viewer.page, 1);
+    EXPECT_EQ(s.g.PrevPageMark, kTrue);
+    // A press on a tic with Prv set cancels it against the page it adds.
+    s.adobeF.Text10.setText("True");
+    Command3_Click(s);
+    EXPECT_EQ(s.adobeF.Text9.text(), "False");
+    EXPECT_EQ(s.adobeF.Text10.text(), "False");
+    // Prev PG in edit mode with Prv set turns forward and counts window 2's
+    // page even when it is hidden.
+    s.adobeF.Text10.setText("True");
+    Command4_Click(s);
+    EXPECT_EQ(s.adobeF2.PageNR.text(), "2");
+    EXPECT_EQ(s.tic.Prv[0], "False");
+}
+
+TEST_F(NavigationTest, FailuresShowTheirDescriptionAndWhatWasDoneStands) {
+    s.velmor.AddNext.setText("-1000");
+    Command3_Click(s);
+    EXPECT_EQ(messages.shown, QStringList{"Invalid property value"});
+    EXPECT_EQ(viewer.page, 2); // the page has turned
+    EXPECT_EQ(V(), 500);
+    EXPECT_EQ(focusGiven, 0);
+    s.velmor.AddNext.setText("0");
+    s.adobeF.Visible.set(false);
+    Command4_Click(s);
+    EXPECT_EQ(messages.shown.last(), "Invalid procedure call or argument");
+}
+
+TEST_F(NavigationTest, JumpNextWalksToTheNextScrollChangeOrPageFlag) {
+    editMode();
+    auto row = [&](int i, const char* tic, const char* x, const char* scr, const char* nxt) {
+        s.tic.Tic[i] = tic;
+        s.tic.X[i] = x;
+        s.tic.Y[i] = "100";
+        s.tic.Scr[i] = scr;
+        s.tic.Nxt[i] = nxt;
+        s.tic.Prv[i] = "False";
+    };
+    row(0, "500", "10", "0", "False");
+    row(1, "500", "20", "0", "False");
+    row(2, "500", "30", "0", "False");
+    row(3, "500", "40", "8000", "False");
+    row(4, "500", "50", "8000", "True");
+    s.adobeF.Text7.setText("0");
+    s.adobeF.Text5.setText("5"); // added to X of every tic passed
+    JumpNext(s);
+    EXPECT_EQ(s.g.CursorIndex, 3);
+    EXPECT_EQ(s.tic.X[1], "25");
+    EXPECT_EQ(s.tic.X[3], "45");
+    EXPECT_EQ(V(), 8500);
+    JumpNext(s); // the page flag stops it
+    EXPECT_EQ(s.g.CursorIndex, 4);
+    EXPECT_EQ(viewer.page, 2);
+    JumpNext(s); // past the last tic: the empty Tic ends the walk
+    EXPECT_EQ(s.g.CursorIndex, 5);
+    JumpB_MouseDown(s, 1);
+    s.adobeF.Shape2.set(false);
+    const int before = s.g.CursorIndex;
+    JumpB_MouseDown(s, 1); // outside edit mode nothing happens
+    EXPECT_EQ(s.g.CursorIndex, before);
+}
+
+TEST_F(NavigationTest, KeysOnTheRealWindowAndSpaceOnAutoScroll) {
+    s.adobeF.focusCommand14 = nullptr; // the window installs the real one
+    SheetWindow w(s, nullptr);
+    w.show();
+    QTest::keyClick(&w, 'n');
+    EXPECT_EQ(viewer.page, 2);
+    QTest::keyClick(&w, 'N'); // capital N does nothing
+    EXPECT_EQ(viewer.page, 2);
+    auto* command14 = w.findChild<QPushButton*>(QStringLiteral("Command14"));
+    ASSERT_NE(command14, nullptr);
+    QApplication::processEvents();
+    EXPECT_EQ(QApplication::focusWidget(), command14); // Next PG gave it the focus
+    QTest::keyClick(command14, '/');
+    EXPECT_EQ(viewer.page, 3);
+    QTest::keyClick(command14, Qt::Key_Space); // the button's own activation
+    EXPECT_EQ(V(), 8000);
+    QTest::keyClick(&w, 'z');
+    EXPECT_EQ(viewer.page, 2);
+}
+
+} // namespace
