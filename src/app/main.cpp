@@ -11,6 +11,7 @@
 #include "cursormap/cursor_fields.h"
 #include "cursormap/play_loop.h"
 #include "sheet/navigation.h"
+#include "sheet/sheet_geometry.h"
 #include "sheet/sheet_window.h"
 
 #include <QApplication>
@@ -54,6 +55,7 @@ int main(int argc, char** argv) {
     s.windows = &windows;
     installReadoutFields(s);
     installNavigation(s);
+    installSheetGeometry(s);
 
     windows.define(QStringLiteral("Velmor"), [&s] { return new MainWindow(s); });
     windows.define(QStringLiteral("AdobeF"), [&s] { return new SheetWindow(s, nullptr); });

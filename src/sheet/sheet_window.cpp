@@ -190,6 +190,13 @@ SheetWindow::SheetWindow(Session& s, QWidget* viewer, QWidget* parent)
     subs_.push_back(left(s.velmor.PDFLeft));
     subs_.push_back(left(s.velmor.PDFLeftD));
     subs_.push_back(bindVisible(f.Visible, this));
+    // The window's size follows the setup's PDF Width and PDF Height.
+    subs_.push_back(s.velmor.PDFHeight.subscribe(
+        [this, &s] { resize(width(), px(s.velmor.PDFHeight.value())); }));
+    subs_.push_back(s.velmor.PDFWidth.subscribe([this, &s] {
+        resize(px(s.velmor.PDFWidth.value()), height());
+        s.adobeF.Width.set(s.velmor.PDFWidth.value());
+    }));
 
     resize(px(s.velmor.PDFWidth.value()), px(s.velmor.PDFHeight.value()));
     f.Width.set(s.velmor.PDFWidth.value());
@@ -215,6 +222,23 @@ bool SheetWindow::eventFilter(QObject* watched, QEvent* e) {
     }
     return QWidget::eventFilter(watched, e);
 }
+
+// The window's free surface: any press starts a width drag (a left press
+// also gives the main window the focus); moving with the right button held
+// puts the strip's anchor under the mouse.
+void SheetWindow::mousePressEvent(QMouseEvent* e) {
+    widthDragging_ = kTrue;
+    if (e->button() == Qt::LeftButton && s_.focusMainWindow) s_.focusMainWindow();
+}
+
+void SheetWindow::mouseMoveEvent(QMouseEvent* e) {
+    if (!(e->buttons() & Qt::RightButton) || !widthDragging_) return;
+    scrollLeft_ = e->position().x() * 15 - 100;
+    s_.g.ButtonStripLeft = scrollLeft_;
+    AdjustAll();
+}
+
+void SheetWindow::mouseReleaseEvent(QMouseEvent*) { widthDragging_ = 0; }
 
 void SheetWindow::keyPressEvent(QKeyEvent* e) {
     if (e->text().size() == 1 && sheetKeyPress(s_, e->text()[0])) return;

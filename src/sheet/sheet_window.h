@@ -8,6 +8,8 @@
 
 #include "core/observable.h"
 
+#include <cstdint>
+
 #include <QHash>
 #include <QWidget>
 #include <functional>
@@ -48,6 +50,9 @@ class SheetWindow : public QWidget {
   protected:
     void closeEvent(QCloseEvent* e) override;
     void keyPressEvent(QKeyEvent* e) override;
+    void mousePressEvent(QMouseEvent* e) override;
+    void mouseMoveEvent(QMouseEvent* e) override;
+    void mouseReleaseEvent(QMouseEvent* e) override;
     bool eventFilter(QObject* watched, QEvent* e) override;
 
   private:
@@ -66,6 +71,7 @@ class SheetWindow : public QWidget {
     std::vector<Subscription> subs_;
     double scrollLeft_ = 14280;
     double carrierLeft_ = 0;
+    int16_t widthDragging_ = 0; // WidthDragging: a press on the free surface, not yet released
 };
 
 } // namespace mv

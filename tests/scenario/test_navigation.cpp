@@ -2,10 +2,12 @@
 // page, the smooth scroll and its re-entrance, the page flags of edit mode,
 // the Jump walk, failures, and the keys on the real sheet window.
 
+#include "core/qt_bind.h"
 #include "core/session_state.h"
 #include "cursormap/cursor_fields.h"
 #include "fakes.h"
 #include "sheet/navigation.h"
+#include "sheet/sheet_geometry.h"
 #include "sheet/sheet_window.h"
 
 #include <QApplication>
@@ -27,6 +29,7 @@ class NavigationTest : public ::testing::Test {
         s.sendToClients = [this](const QString& t) { sent << t; };
         installReadoutFields(s);
         installNavigation(s);
+        installSheetGeometry(s);
         s.adobeF.VScroll1.set(500);
     }
     int V() const { return s.adobeF.VScroll1.get(); }
@@ -215,6 +218,40 @@ TEST_F(NavigationTest, KeysOnTheRealWindowAndSpaceOnAutoScroll) {
     EXPECT_EQ(V(), 8000);
     QTest::keyClick(&w, 'z');
     EXPECT_EQ(viewer.page, 2);
+}
+
+TEST_F(NavigationTest, ZoomFieldsMirrorAndOnlyZoomsAbove25ReachTheViewer) {
+    s.velmor.ZoomIt.setText("25");
+    EXPECT_EQ(s.adobeF.ZoomThis.text(), "25");
+    EXPECT_TRUE(viewer.calls.isEmpty());
+    s.adobeF.ZoomThis.setText("26.7");
+    EXPECT_EQ(s.velmor.ZoomIt.text(), "26.7");
+    EXPECT_EQ(viewer.calls, QStringList{"setZoom(26)"});
+    s.velmor.ZoomIt.setText("30x"); // passes the value test, is no clean number
+    EXPECT_EQ(viewer.calls.size(), 1);
+    EXPECT_EQ(s.adobeF.ZoomThis.text(), "30x");
+    s.velmor.PDFLeftD.setText("-300");
+    EXPECT_EQ(s.g.PDFLeftDefault, "-300");
+}
+
+TEST_F(NavigationTest, RightDragOnTheFreeSurfaceMovesTheStripAndWidensTheWindow) {
+    SheetWindow w(s, nullptr);
+    w.show();
+    const int widthBefore = w.width();
+    QTest::mousePress(&w, Qt::RightButton, {}, QPoint(900, 900));
+    QMouseEvent move(QEvent::MouseMove, QPointF(1000, 900), w.mapToGlobal(QPointF(1000, 900)),
+                     Qt::NoButton, Qt::RightButton, Qt::NoModifier);
+    QApplication::sendEvent(&w, &move);
+    QTest::mouseRelease(&w, Qt::RightButton, {}, QPoint(1000, 900));
+    EXPECT_EQ(s.g.ButtonStripLeft, 1000 * 15 - 100);
+    EXPECT_EQ(w.findChild<QWidget*>(QStringLiteral("VScroll1"))->x(), px(14900));
+    EXPECT_EQ(w.width(), px(14900 + 2210));
+    EXPECT_NE(w.width(), widthBefore);
+    // A move without a press on the surface is no drag.
+    QMouseEvent stray(QEvent::MouseMove, QPointF(500, 900), w.mapToGlobal(QPointF(500, 900)),
+                      Qt::NoButton, Qt::RightButton, Qt::NoModifier);
+    QApplication::sendEvent(&w, &stray);
+    EXPECT_EQ(s.g.ButtonStripLeft, 14900);
 }
 
 } // namespace

@@ -1,0 +1,31 @@
+#include "sheet/sheet_geometry.h"
+
+#include "core/session_state.h"
+#include "sheet/pdf_viewer.h"
+
+#include <cmath>
+
+namespace mv {
+
+int viewerZoomOf(const Session& s) {
+    try {
+        const double z = std::trunc(strictNumber(s.velmor.ZoomIt.text()));
+        return z > 1e6 ? -1 : static_cast<int>(z);
+    } catch (const Failure&) {
+        return -1;
+    }
+}
+
+void installSheetGeometry(Session& s) {
+    s.adobeF.ZoomThis.always([&s] { s.velmor.ZoomIt.setText(s.adobeF.ZoomThis.text()); });
+    s.velmor.ZoomIt.always([&s] {
+        if (s.velmor.ZoomIt.value() > 25) {
+            const int z = viewerZoomOf(s);
+            if (z > 0 && s.adobeF.AcroPDF1) s.adobeF.AcroPDF1->setZoom(static_cast<float>(z));
+        }
+        s.adobeF.ZoomThis.setText(s.velmor.ZoomIt.text());
+    });
+    s.velmor.PDFLeftD.always([&s] { s.g.PDFLeftDefault = s.velmor.PDFLeftD.text(); });
+}
+
+} // namespace mv
