@@ -169,3 +169,27 @@ TEST(Field, ChangeBehaviourRunsOnlyOnRealChangesAndFailuresReachTheWriter) {
     g.always([] { throw Failure(6, QStringLiteral("Overflow")); });
     EXPECT_EQ(failureNumber([&] { g.setText("x"); }), 6);
 }
+
+#include "core/window_registry.h"
+
+TEST(WindowRegistry, EachWindowOnceByNameCreatedHiddenOnFirstUse) {
+    WindowRegistry r;
+    int made = 0;
+    r.define("AdobeF", [&] {
+        ++made;
+        return new QWidget;
+    });
+    EXPECT_EQ(r.find("AdobeF"), nullptr); // looking does not load
+    QWidget* w = r.get("AdobeF");
+    ASSERT_NE(w, nullptr);
+    EXPECT_EQ(r.get("AdobeF"), w);
+    EXPECT_EQ(made, 1);
+    EXPECT_EQ(w->objectName(), "AdobeF");
+    EXPECT_FALSE(w->isVisible());
+    r.unload("AdobeF");
+    EXPECT_FALSE(r.isLoaded("AdobeF"));
+    EXPECT_NE(r.get("AdobeF"), nullptr); // a reference after unloading loads it again
+    EXPECT_EQ(made, 2);
+    EXPECT_EQ(r.get("Nowhere"), nullptr);
+    r.unload("AdobeF");
+}
