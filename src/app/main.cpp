@@ -13,6 +13,7 @@
 #include "sheet/navigation.h"
 #include "sheet/sheet_geometry.h"
 #include "sheet/sheet_window.h"
+#include "transport/tone_beeper.h"
 
 #include <QApplication>
 #include <QCommandLineParser>
@@ -51,6 +52,8 @@ int main(int argc, char** argv) {
     ConsoleMessages console;
     Messages& messages = cl.isSet(script) ? static_cast<Messages&>(console) : dialogs;
     Session s(clock, messages);
+    ToneBeeper beeper(clock, cl.value(audio));
+    s.beeper = &beeper;
     WindowRegistry windows;
     s.windows = &windows;
     installReadoutFields(s);

@@ -1,0 +1,32 @@
+#pragma once
+// The TIC check box's beep: a sine tone of the asked frequency and length,
+// played by a small libmpv instance of its own (mpv's lavfi source makes the
+// tone, so no sound file is needed).  The call holds the caller for the
+// beep's length without serving events, as the system beep does; the tone
+// itself plays asynchronously, a few milliseconds behind.
+
+#include "core/beeper.h"
+
+#include <QString>
+
+struct mpv_handle;
+
+namespace mv {
+
+class Clock;
+
+class ToneBeeper final : public Beeper {
+  public:
+    // `audioOutput`: "auto" or "null"; anything else (a file) beeps silently.
+    ToneBeeper(Clock& clock, const QString& audioOutput);
+    ~ToneBeeper() override;
+    ToneBeeper(const ToneBeeper&) = delete;
+    ToneBeeper& operator=(const ToneBeeper&) = delete;
+    void beep(int hz, int ms) override;
+
+  private:
+    Clock& clock_;
+    mpv_handle* mpv_ = nullptr;
+};
+
+} // namespace mv
