@@ -14,6 +14,7 @@
 #include "cursormap/tic_table.h"
 
 #include <QString>
+#include <QStringList>
 #include <array>
 #include <cstdint>
 #include <functional>
@@ -114,6 +115,14 @@ struct VelmorState {
     Field PortNr;                                  // "Port:"
     CheckBox IamaServer{0};                        // "I Am A Server"
     CheckBox SendAS{1};                            // "Send AutoScroll"
+    Field ZM{QStringLiteral("Zoom")};              // caption of the "Zoom" menu: "-Zoom" with the large list
+    // The song list File1: its entries as shown, and the selected one (-1: none).
+    Prop<QStringList> File1List;
+    Prop<int> File1ListIndex{-1};
+    QString File1FileName() const {
+        const int i = File1ListIndex.get();
+        return i >= 0 && i < File1List.get().size() ? File1List.get()[i] : QString();
+    }
     ScrollValue HScroll1{1, 100, 50};              // volume
     ScrollValue VScroll1{1, 100, 100};             // "%": volume limit applied at load
     Light Shape1{false};                           // network dot
@@ -154,7 +163,13 @@ struct SheetOneState {
     CursorPicture Picture1;
     ScrollValue VScroll1{0, 32767, 0};     // V: the carrier's top is -V
     Prop<double> Width{16505};             // the window's width in twips
+    double Top = 1;                        // the window's top on the screen, twips
+    double Height = 19500;                 // the window's height, twips
     Field Text5, Text6, Text8;             // step additions to X, Y and SCR
+    Prop<double> Picture3Left{0};          // the carrier's left; the viewer sits as far in it
+    Prop<double> Picture3Height{12455};    // the carrier: two screen heights once a sheet is loaded
+    Prop<double> AcroPDF1Height{12450};    // the viewer: Text6 screen heights once loaded
+    Prop<double> VScroll1Top{45}, VScroll1Height{8895};
     PdfViewer* AcroPDF1 = nullptr;
     // Gives the input focus to Command14 "Auto Scroll" (the window installs
     // it); the space bar then runs Auto Scroll.
@@ -176,6 +191,18 @@ struct SheetTwoState {
     Field Text11{QStringLiteral("4")};
     Prop<bool> Text11Visible{false};
     PdfViewer* AcroPDF1 = nullptr;
+};
+
+// The floating button panel (BControl): the captions other windows set.
+struct BControlState {
+    Field Command1{QStringLiteral("Manual Play")};
+    Field Command6{QStringLiteral("Cursor Play")};
+};
+
+// The play list window (PlayLst): shown or not, and its entries.
+struct PlayLstState {
+    Prop<bool> Visible{false};
+    Prop<QStringList> List1;
 };
 
 // The touch overlay (Form1): only what the play loop places.
@@ -204,6 +231,10 @@ struct Session {
     SheetOneState adobeF;
     SheetTwoState adobeF2;
     OverlayState form1;
+    BControlState bControl;
+    PlayLstState playLst;
+    // The screen's height in twips (the app sets it from the primary screen).
+    double screenHeight = 1080 * 15;
 
     // Operations that one subsystem calls in another, by name.  Each is
     // installed by the subsystem that owns it; an empty one does nothing.
@@ -220,6 +251,11 @@ struct Session {
     // Writes "Mellivane.ini" from the setup fields.
     std::function<void()> SaveVelmor;
     std::function<void()> focusMainWindow;
+    std::function<void()> minimizeMainWindow;
+    // Unloads sheet window 2 and shows it again (a second sheet not found).
+    std::function<void()> reloadSheetWindow2;
+    // The notation viewer's keystrokes that open the song `shortName`.
+    std::function<void(const QString& shortName)> nwcOpenSong;
     // The focus rule of Scrn(0)/Scrn(1) between the sheet windows.
     std::function<void()> focusSheetWindow;
 };

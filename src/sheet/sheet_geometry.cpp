@@ -25,7 +25,12 @@ void installSheetGeometry(Session& s) {
         }
         s.adobeF.ZoomThis.setText(s.velmor.ZoomIt.text());
     });
-    s.velmor.PDFLeftD.always([&s] { s.g.PDFLeftDefault = s.velmor.PDFLeftD.text(); });
+    // Either left field moves the carrier and the viewer in it.
+    s.velmor.PDFLeft.always([&s] { s.adobeF.Picture3Left.set(s.velmor.PDFLeft.value()); });
+    s.velmor.PDFLeftD.always([&s] {
+        s.adobeF.Picture3Left.set(s.velmor.PDFLeftD.value());
+        s.g.PDFLeftDefault = s.velmor.PDFLeftD.text();
+    });
 }
 
 } // namespace mv

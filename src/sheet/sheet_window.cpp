@@ -181,14 +181,17 @@ SheetWindow::SheetWindow(Session& s, QWidget* viewer, QWidget* parent)
     subs_.push_back(c.Repainted.subscribe([this] { picture1_->update(); }));
 
     // Left offset of the sheet: carrier and viewer both move.
-    auto left = [this](Field& fld) {
-        return fld.subscribe([this, &fld] {
-            carrierLeft_ = fld.value();
-            placeCarrier();
-        });
+    subs_.push_back(f.Picture3Left.subscribe([this] { placeCarrier(); }));
+    subs_.push_back(f.Picture3Height.subscribe(
+        [this, &f] { picture3_->resize(picture3_->width(), px(f.Picture3Height.get())); }));
+    subs_.push_back(f.AcroPDF1Height.subscribe(
+        [this, &f] { acroPDF1_->resize(acroPDF1_->width(), px(f.AcroPDF1Height.get())); }));
+    auto placeBar = [this, &f] {
+        vscroll1_->setGeometry(px(scrollLeft_), px(f.VScroll1Top.get()), px(240),
+                               px(f.VScroll1Height.get()));
     };
-    subs_.push_back(left(s.velmor.PDFLeft));
-    subs_.push_back(left(s.velmor.PDFLeftD));
+    subs_.push_back(f.VScroll1Top.subscribe(placeBar));
+    subs_.push_back(f.VScroll1Height.subscribe(placeBar));
     subs_.push_back(bindVisible(f.Visible, this));
     // The window's size follows the setup's PDF Width and PDF Height.
     subs_.push_back(s.velmor.PDFHeight.subscribe(
@@ -277,8 +280,9 @@ void SheetWindow::placeCarrier() {
     // The carrier's top is minus V; the viewer sits at the same left offset
     // inside it, so the sheet moves by twice the offset.
     const int v = s_.adobeF.VScroll1.get();
-    picture3_->move(px(carrierLeft_), px(-double(v)));
-    acroPDF1_->move(px(carrierLeft_), acroPDF1_->y());
+    const double left = s_.adobeF.Picture3Left.get();
+    picture3_->move(px(left), px(-double(v)));
+    acroPDF1_->move(px(left), acroPDF1_->y());
 }
 
 void SheetWindow::placeCursor() {
@@ -290,7 +294,7 @@ void SheetWindow::placeCursor() {
 
 void SheetWindow::AdjustAll() {
     const double L = scrollLeft_;
-    place(vscroll1_, L, 45, 240, 8895);
+    place(vscroll1_, L, s_.adobeF.VScroll1Top.get(), 240, s_.adobeF.VScroll1Height.get());
     if (L < 1000) return;
     auto c = [this](const char* n) { return controls_.value(QString::fromLatin1(n)); };
     auto left = [&](const char* n) { return c(n)->x() * 15.0; };

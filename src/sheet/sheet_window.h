@@ -70,7 +70,6 @@ class SheetWindow : public QWidget {
     QHash<QString, QWidget*> controls_;
     std::vector<Subscription> subs_;
     double scrollLeft_ = 14280;
-    double carrierLeft_ = 0;
     int16_t widthDragging_ = 0; // WidthDragging: a press on the free surface, not yet released
 };
 

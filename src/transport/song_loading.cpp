@@ -1,0 +1,189 @@
+#include "transport/song_loading.h"
+
+#include "core/file_lookup.h"
+#include "core/messages.h"
+#include "core/session_state.h"
+#include "cursormap/map_file.h"
+#include "sheet/pdf_viewer.h"
+#include "transport/media_player.h"
+
+#include <QFileInfo>
+#include <cmath>
+
+namespace mv {
+
+namespace {
+
+// A sibling of the cleaned name in `folder`, cut after the first "." with
+// "pdf" behind it.
+QString sheetPath(const QString& folder, const QString& name) {
+    const QString base = folder.trimmed() + u'/' + name;
+    const qsizetype dot = base.indexOf(u'.');
+    return (dot < 0 ? base + u'.' : base.left(dot + 1)) + QStringLiteral("pdf");
+}
+
+void rightButton(Session& s) {
+    s.playLst.Visible.set(true);
+    QStringList l = s.playLst.List1.get();
+    l << s.velmor.File1FileName();
+    s.playLst.List1.set(l);
+}
+
+void loadSheet(Session& s, PdfViewer* viewer, const QString& path, Prop<double>& viewerHeight) {
+    if (!viewer) return;
+    viewer->LoadFile(path);
+    viewer->gotoFirstPage();
+    viewer->setPageMode(QStringLiteral("none"));
+    viewerHeight.set(s.velmor.Text6.value() * s.screenHeight);
+}
+
+// Step 19 and 20: the sheets and the notation viewer.  Failures here end the
+// load with the one message.
+void sheetsAndNotation(Session& s, const QString& sheet1, const QString& sheet2,
+                       const QString& shortName) {
+    SheetOneState& f = s.adobeF;
+    SheetTwoState& w2 = s.adobeF2;
+    VelmorState& v = s.velmor;
+    if (v.LoadPDF.get() == 1) {
+        s.pump.guardedWait(0.5);
+        f.Shape2.set(false);
+        f.Picture3Height.set(2 * s.screenHeight);
+        loadSheet(s, f.AcroPDF1, existingPathIgnoringCase(sheet1), f.AcroPDF1Height);
+        if (w2.Visible.get()) {
+            const QString found = existingPathIgnoringCase(sheet2);
+            if (!QFileInfo::exists(found)) {
+                s.messages.msgBox(QStringLiteral("Could not find ") + sheet2);
+                if (s.reloadSheetWindow2) s.reloadSheetWindow2();
+            }
+            if (w2.AcroPDF1) {
+                w2.AcroPDF1->LoadFile(found);
+                w2.AcroPDF1->gotoFirstPage();
+                w2.AcroPDF1->setPageMode(QStringLiteral("none"));
+            }
+        }
+        s.files.close(3); // the map an edit load left open
+        s.g.CursorStarted = 0;
+        f.Picture1.Visible.set(false);
+        f.VScroll1Top.set(f.Top + 200);
+        f.VScroll1Height.set(f.Height - 1200);
+        f.VScroll1.set(roundWord(v.ScrollOffset.value()));
+        const double zoom = std::trunc(strictNumber(v.ZoomIt.text()));
+        if (f.AcroPDF1) {
+            f.AcroPDF1->setZoom(static_cast<float>(zoom));
+            for (int i = 0; i < 3; ++i) f.AcroPDF1->gotoPreviousPage();
+        }
+        if (w2.Visible.get()) {
+            w2.Picture1.Visible.set(false);
+            w2.VScroll1.set(roundWord(v.ScrollOffset.value()));
+            if (w2.AcroPDF1) {
+                w2.AcroPDF1->setZoom(static_cast<float>(zoom));
+                for (int i = 0; i < 3; ++i) w2.AcroPDF1->gotoPreviousPage();
+            }
+        }
+    }
+    if (v.CNWC.get() == 1 && s.velmor.NWCId > 0) {
+        if (s.nwcOpenSong) s.nwcOpenSong(shortName);
+        if (s.focusMainWindow) s.focusMainWindow();
+        if (v.LoadPDF.get() == 1 && s.focusSheetWindow) s.focusSheetWindow();
+    }
+}
+
+} // namespace
+
+QString cleanSongName(const QString& entry, bool ignoreNumber) {
+    QString name = entry.trimmed();
+    const qsizetype p = name.toUpper().indexOf(QStringLiteral("MIX."));
+    if (p >= 0) name = name.left(std::max<qsizetype>(0, p - 1)) + name.mid(p + 3, 12);
+    if (val(name) > 0 && ignoreNumber) {
+        for (qsizetype i = 0; i < name.size(); ++i) {
+            const QString ch = name.mid(i, 1);
+            if (val(ch) == 0 && ch != u"0") {
+                name = name.mid(i, 1024).trimmed();
+                break;
+            }
+        }
+    }
+    return name;
+}
+
+void File1_MouseDown(Session& s, int button, int, double, double) {
+    if (button == 2) return rightButton(s);
+    if (button != 1) {
+        s.g.OverlayTicks = 40;
+        return;
+    }
+    VelmorState& v = s.velmor;
+    SheetOneState& f = s.adobeF;
+    SheetTwoState& w2 = s.adobeF2;
+
+    s.g.OverlayArmed = kTrue;                                            // 1
+    v.PDFLeft.setText(QStringLiteral("0"));                              // 2
+    v.PDFLeftD.setText(s.g.PDFLeftDefault);
+    f.Picture3Left.set(val(s.g.PDFLeftDefault)); // not a number: the left edge
+    s.bControl.Command1.setText(QStringLiteral("Manual Play"));          // 3
+    s.bControl.Command6.setText(QStringLiteral("Cursor Play"));
+    s.g.CursorPlaySwitch = 0;
+    if (v.ZM.text() == u"-Zoom" && s.minimizeMainWindow) s.minimizeMainWindow(); // 4
+    s.g.AbortScroll = kTrue;                                             // 5
+    if (v.SuppressLoad) return;                                          // 6
+    for (int k = 1; k <= 6; ++k) s.g.MapHeaderLines[k].clear();          // 7
+    if (w2.Visible.get()) w2.PageNR.setText(QStringLiteral("1"));        // 8
+    if (v.IamaServer.get() == 1 && v.Shape1.get() && s.sendToClients)    // 9
+        s.sendToClients(QStringLiteral("&SELECT/") + v.File1FileName());
+    v.ZoomIt.setText(QStringLiteral("100"));                             // 10
+    f.Picture1.Visible.set(false);
+    if (w2.Visible.get()) w2.Picture1.Visible.set(false);
+    s.g.StopRequested = kTrue;                                           // 11
+    if (s.player) {
+        s.player->setURL(QString());
+        s.player->close();
+    }
+    // The viewer's own failures end the load with the message below.
+    auto withMessage = [&s](auto fn) {
+        try {
+            fn();
+        } catch (const Failure& e) {
+            s.messages.msgBox(
+                e.message() +
+                QStringLiteral(" You must start this App with NWCViewer closed so that this App can "
+                               "open it. Please close NWCViewer and This App and then start this "
+                               "app only."));
+            return false;
+        }
+        return true;
+    };
+    if (!withMessage([&] {
+            if (f.AcroPDF1) f.AcroPDF1->gotoFirstPage();
+            if (w2.Visible.get() && w2.AcroPDF1) w2.AcroPDF1->gotoFirstPage();
+        }))
+        return;
+
+    const QString name = cleanSongName(v.File1FileName(), v.IGNNR.get() == 1); // 12
+    const QString shortName = name.section(u'.', 0, 0);
+    const QString folder = v.Text1.text().trimmed();
+    s.g.SongBase = folder + u'/' + name;                                 // 13
+    s.g.SongFile = folder + u'/' + v.File1FileName().trimmed();
+
+    const QString map = existingPathIgnoringCase(mapFileName(s.g.SongBase)); // 14, 15
+    const bool locked = headerTake(s, map, [&s](const QString& line) {
+        const int volume = roundLong(val(line) * s.velmor.VScroll1.get() / 100.0);
+        if (!s.player) return;
+        s.player->setSettingsVolume(volume);
+        const int reported = s.player->settingsVolume();
+        if (reported >= 1) s.velmor.HScroll1.set(std::min(reported, 100));
+    });
+    f.Shape3.set(locked);
+
+    const QString sheet1 = sheetPath(folder, name);                      // 16
+    const QString sheet2 = sheetPath(v.Text7.text(), name);
+    v.PlayedList += s.g.SongFile + u',';                                 // 17
+    if (s.player) s.player->close();                                     // 18
+    if (!withMessage([&] { sheetsAndNotation(s, sheet1, sheet2, shortName); })) return; // 19, 20
+    s.g.OverlayTicks = 40;                                               // 21
+}
+
+void installSongLoading(Session& s) {
+    s.File1_MouseDown = [&s](int b, int sh, double x, double y) { File1_MouseDown(s, b, sh, x, y); };
+}
+
+} // namespace mv

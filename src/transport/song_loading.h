@@ -1,0 +1,27 @@
+#pragma once
+// Selecting a song: the one way to do it, for the list, random choice, the
+// play list and a client's &SELECT/.  A left press resets the session, finds
+// the song's siblings by name (map, sheet, second sheet, notation), applies
+// the map's header and loads the sheet; nothing starts to play.  A right
+// press adds the entry to the play list.
+
+#include <QString>
+
+namespace mv {
+
+struct Session;
+
+// The list entry's name as the siblings are found: " MIX" taken out
+// ("SONG MIX.MP3" -> "SONG.MP3"), and with `ignoreNumber` a number prefix
+// ("12 SONG.MP3" -> "SONG.MP3").
+QString cleanSongName(const QString& entry, bool ignoreNumber);
+
+// File1_MouseDown(Button, Shift, X, Y) on the selected entry of File1.
+// Button 1 loads, 2 adds to the play list, anything else only sets
+// OverlayTicks to 40.
+void File1_MouseDown(Session& s, int button, int shift, double x, double y);
+
+// Installs File1_MouseDown into Session::File1_MouseDown.
+void installSongLoading(Session& s);
+
+} // namespace mv

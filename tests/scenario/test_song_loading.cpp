@@ -1,0 +1,163 @@
+// A press on the song list in virtual time, over a folder of real files and
+// a fake player and viewer: what the load resets, which siblings it finds,
+// what the map's header does, and how failures end it.
+
+#include "core/session_state.h"
+#include "cursormap/cursor_fields.h"
+#include "fakes.h"
+#include "sheet/sheet_geometry.h"
+#include "transport/song_loading.h"
+
+#include <QDir>
+#include <QFile>
+#include <QTemporaryDir>
+#include <gtest/gtest.h>
+
+using namespace mv;
+using namespace mv::test;
+
+TEST(CleanSongName, MixWordAndNumberPrefix) {
+    EXPECT_EQ(cleanSongName("SONG MIX.MP3", false), "SONG.MP3");
+    EXPECT_EQ(cleanSongName(" Blue Moon mix.mp3 ", false), "Blue Moon.mp3");
+    EXPECT_EQ(cleanSongName("12 SONG.MP3", true), "SONG.MP3");
+    EXPECT_EQ(cleanSongName("12 SONG.MP3", false), "12 SONG.MP3");
+    EXPECT_EQ(cleanSongName("007 Bond MIX.mp3", true), "Bond.mp3");
+    EXPECT_EQ(cleanSongName("0 Intro.mp3", true), "0 Intro.mp3"); // value 0: untouched
+    EXPECT_EQ(cleanSongName("MIX.mp3", false), ".mp3");           // nothing before the word
+}
+
+namespace {
+
+class SongLoadingTest : public ::testing::Test {
+  protected:
+    SongLoadingTest() : player(clock), viewer(&calls) {
+        s.player = &player;
+        s.adobeF.AcroPDF1 = &viewer;
+        s.adobeF.Visible.set(true);
+        installReadoutFields(s);
+        installSheetGeometry(s);
+        installSongLoading(s);
+        s.velmor.Text1.setText(dir.path());
+        s.velmor.Text7.setText(dir.filePath("second"));
+        QDir(dir.path()).mkdir("second");
+    }
+    void file(const QString& name, const QByteArray& bytes = {}) {
+        QFile f(dir.filePath(name));
+        ASSERT_TRUE(f.open(QIODevice::WriteOnly));
+        f.write(bytes);
+    }
+    void select(const QString& entry, int button = 1) {
+        s.velmor.File1List.set({entry});
+        s.velmor.File1ListIndex.set(0);
+        s.File1_MouseDown(button, 0, 10, 10);
+    }
+
+    VirtualClock clock{1000, 43200};
+    FakeMessages messages;
+    Session s{clock, messages};
+    FakePlayer player;
+    QStringList calls;
+    FakeViewer viewer;
+    QTemporaryDir dir;
+};
+
+TEST_F(SongLoadingTest, LeftPressResetsFindsSiblingsAndAppliesTheHeader) {
+    file("Song MIX.mp3");
+    file("Song.pdf");
+    file("Song.map", "90@\r\n150%\r\n#1\r\n#2\r\n#3\r\n#4\r\n#5\r\n#6\r\n 80^\r\n100\r\n");
+    s.velmor.VScroll1.set(50); // the volume limit, in percent
+    s.g.CursorPlaySwitch = kTrue;
+    s.bControl.Command6.setText("Stop Play");
+    s.g.MapHeaderLines[2] = "old";
+    s.adobeF.Picture1.Visible.set(true);
+    const int64_t t0 = clock.tickMs();
+    select("Song MIX.mp3");
+    EXPECT_EQ(s.g.SongBase, dir.path() + "/Song.mp3");
+    EXPECT_EQ(s.g.SongFile, dir.path() + "/Song MIX.mp3"); // the MIX recording plays
+    EXPECT_TRUE(s.adobeF.Shape3.get());                     // the lock light
+    EXPECT_EQ(s.velmor.ZoomIt.text(), "90");
+    EXPECT_EQ(s.velmor.PDFLeft.text(), "150");
+    EXPECT_EQ(player.settingsVolume(), 40);
+    EXPECT_EQ(s.velmor.HScroll1.get(), 40);
+    EXPECT_EQ(s.g.StopRequested, kTrue);
+    EXPECT_EQ(s.g.CursorPlaySwitch, 0);
+    EXPECT_EQ(s.bControl.Command6.text(), "Cursor Play");
+    EXPECT_EQ(s.g.MapHeaderLines[2], "");
+    EXPECT_FALSE(s.adobeF.Picture1.Visible.get());
+    EXPECT_EQ(s.velmor.PlayedList, dir.path() + "/Song MIX.mp3,");
+    EXPECT_EQ(clock.tickMs() - t0, 500); // the half second before the sheet
+    // ZoomIt was "100" already: step 10 changes nothing, the header zooms to 90.
+    EXPECT_EQ(calls, (QStringList{"gotoFirstPage", "setZoom(90)",
+                                  "LoadFile(" + dir.path() + "/Song.pdf)", "gotoFirstPage",
+                                  "setPageMode(none)", "setZoom(90)", "gotoPreviousPage",
+                                  "gotoPreviousPage", "gotoPreviousPage"}));
+    EXPECT_EQ(s.adobeF.VScroll1.get(), 500);
+    EXPECT_EQ(s.adobeF.AcroPDF1Height.get(), 1.55 * s.screenHeight);
+    EXPECT_EQ(s.g.OverlayTicks, 40);
+    EXPECT_TRUE(player.calls.contains("URL()"));
+}
+
+TEST_F(SongLoadingTest, SiblingsFoundWhateverTheirCaseAndNoMapMeansNoLock) {
+    file("song.mp3");
+    file("SONG.PDF");
+    s.adobeF.Shape3.set(true);
+    s.velmor.ZoomIt.setText("120");
+    select("song.mp3");
+    EXPECT_FALSE(s.adobeF.Shape3.get());
+    EXPECT_EQ(s.velmor.ZoomIt.text(), "100");
+    EXPECT_TRUE(calls.contains("LoadFile(" + dir.path() + "/SONG.PDF)"));
+    EXPECT_EQ(player.settingsVolume(), 50); // no "^" line: the volume stays
+}
+
+TEST_F(SongLoadingTest, NumberPrefixSharesTheMapOnlyWithIgnoreNumber) {
+    file("12 Tune.mp3");
+    file("Tune.map", "");
+    select("12 Tune.mp3");
+    EXPECT_FALSE(s.adobeF.Shape3.get());
+    s.velmor.IGNNR.set(1);
+    select("12 Tune.mp3");
+    EXPECT_TRUE(s.adobeF.Shape3.get()); // an empty map is a map
+    EXPECT_EQ(s.g.SongBase, dir.path() + "/Tune.mp3");
+}
+
+TEST_F(SongLoadingTest, ViewerFailureEndsTheLoadWithTheMessage) {
+    file("Bad.mp3");
+    viewer.failLoad = true;
+    select("Bad.mp3");
+    ASSERT_EQ(messages.shown.size(), 1);
+    EXPECT_TRUE(messages.shown[0].startsWith("Error 53 File not found You must start this App"));
+    EXPECT_NE(s.g.OverlayTicks, 40); // not reached
+    EXPECT_EQ(s.g.SongBase, dir.path() + "/Bad.mp3"); // what was done stands
+}
+
+TEST_F(SongLoadingTest, SuppressLoadStopsAfterTheResetAndRightPressAddsToThePlayList) {
+    file("A.mp3");
+    s.velmor.SuppressLoad = kTrue;
+    select("A.mp3");
+    EXPECT_EQ(s.g.AbortScroll, kTrue);
+    EXPECT_TRUE(s.g.SongBase.isEmpty());
+    EXPECT_TRUE(calls.isEmpty());
+    s.velmor.SuppressLoad = 0;
+    select("A.mp3", 2);
+    EXPECT_TRUE(s.playLst.Visible.get());
+    EXPECT_EQ(s.playLst.List1.get(), QStringList{"A.mp3"});
+    EXPECT_TRUE(s.g.SongBase.isEmpty());
+    select("A.mp3", 3);
+    EXPECT_EQ(s.g.OverlayTicks, 40);
+}
+
+TEST_F(SongLoadingTest, SecondSheetMissingIsSaidAndTheWindowReloaded) {
+    FakeViewer viewer2;
+    s.adobeF2.AcroPDF1 = &viewer2;
+    s.adobeF2.Visible.set(true);
+    int reloads = 0;
+    s.reloadSheetWindow2 = [&] { ++reloads; };
+    file("Duet.mp3");
+    select("Duet.mp3");
+    EXPECT_EQ(messages.shown,
+              QStringList{"Could not find " + dir.filePath("second") + "/Duet.pdf"});
+    EXPECT_EQ(reloads, 1);
+    EXPECT_EQ(s.adobeF2.PageNR.text(), "1");
+}
+
+} // namespace
