@@ -1,0 +1,195 @@
+// The .map format through its four operations of this file: header take,
+// edit load, table write and stream write.  Byte-exact output, the reader
+// chains, the marker doubling, the 5001-row limit and cut-off files.
+
+#include "core/session_state.h"
+#include "cursormap/map_file.h"
+#include "fakes.h"
+
+#include <QFile>
+#include <QTemporaryDir>
+#include <gtest/gtest.h>
+
+using namespace mv;
+using namespace mv::test;
+
+namespace {
+
+QByteArray crlf(const QStringList& lines) {
+    QByteArray b;
+    for (const QString& l : lines) b += l.toLatin1() + "\r\n";
+    return b;
+}
+
+const QStringList kRecorded = {"100@", "0%", "#1", "#2", "#3", "#4", "#5", "#6", " 80^",
+                               "2340", " 1650 ", " 2280 ", "0", "False", "False",
+                               "1875", " 4110 ", " 2280 ", "0", "True", "False"};
+
+class MapFileTest : public ::testing::Test {
+  protected:
+    MapFileTest() : player(clock) { s.player = &player; }
+    QString write(const QByteArray& bytes, const QString& name = "song.map") {
+        const QString p = dir.filePath(name);
+        QFile f(p);
+        EXPECT_TRUE(f.open(QIODevice::WriteOnly));
+        f.write(bytes);
+        return p;
+    }
+    QByteArray read(const QString& p) {
+        QFile f(p);
+        return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray("<missing>");
+    }
+    QStringList row(int i) const {
+        return {s.tic.Tic[i], s.tic.X[i], s.tic.Y[i], s.tic.Scr[i], s.tic.Nxt[i], s.tic.Prv[i]};
+    }
+
+    VirtualClock clock;
+    FakeMessages messages;
+    Session s{clock, messages};
+    FakePlayer player;
+    QTemporaryDir dir;
+};
+
+TEST(MapFileName, CutAtTheFirstDotOfTheWholePath) {
+    EXPECT_EQ(mapFileName("/songs/Blue.Moon.mp3"), "/songs/Blue.map");
+    EXPECT_EQ(mapFileName("/my.songs/Blue.mp3"), "/my.map"); // a dot in a folder: a name that won't exist
+    EXPECT_EQ(mapFileName("/songs/Blue"), "/songs/Blue.map");
+}
+
+TEST_F(MapFileTest, EditLoadKeepsCellsAsReadAndTableWriteReproducesTheEditForm) {
+    const QString p = write(crlf(kRecorded));
+    s.velmor.ZoomIt.setText("120");
+    editLoad(s, p);
+    EXPECT_EQ(s.velmor.ZoomIt.text(), "100");
+    EXPECT_EQ(row(0), (QStringList{"2340", " 1650 ", " 2280 ", "0", "False", "False"}));
+    EXPECT_EQ(row(1), (QStringList{"1875", " 4110 ", " 2280 ", "0", "True", "False"}));
+    EXPECT_TRUE(s.tic.Tic[2].isEmpty());
+    EXPECT_EQ(s.g.CursorStarted, 0);
+    EXPECT_FALSE(s.files.isOpen(3));
+    EXPECT_TRUE(s.g.MapHeaderLines[1].isEmpty()); // the edit load leaves them alone
+    // Zoom 100 and left 0: the edit form leaves out "@" and "%"; the cells go
+    // out as they stand, blanks included.
+    player.setSettingsVolume(80);
+    const QString out = dir.filePath("out.map");
+    tableWrite(s, out);
+    EXPECT_EQ(read(out), crlf(kRecorded.mid(2)));
+    s.velmor.ZoomIt.setText("90");
+    s.velmor.PDFLeft.setText("-150");
+    tableWrite(s, out);
+    EXPECT_EQ(read(out).left(12), QByteArray("90@\r\n-150%\r\n"));
+}
+
+TEST_F(MapFileTest, RewrittenHeaderLinesDoubleTheirMarkerAndStillReadRight) {
+    FakeViewer v2;
+    s.adobeF2.AcroPDF1 = &v2;
+    s.adobeF2.Visible.set(true);
+    QStringList lines = kRecorded;
+    lines[2] = "350#1";
+    lines[3] = "#2"; // nothing before the marker: reads 0, stays two characters
+    const QString p = write(crlf(lines));
+    EXPECT_TRUE(headerTake(s, p, {}));
+    EXPECT_EQ(s.g.MapHeaderLines[1], "350#1");
+    EXPECT_EQ(s.g.MapHeaderLines[2], "#2");
+    EXPECT_EQ(s.adobeF2.VScroll2.get(), 350);
+    editLoad(s, p);
+    tableWrite(s, p);
+    const QStringList back = splitLines(read(p));
+    EXPECT_EQ(back[0], "350#1#1");
+    EXPECT_EQ(back[1], "#2#2");
+    EXPECT_EQ(val(back[0]), 350);
+    // Read again and written again: one more marker each time.
+    headerTake(s, p, {});
+    editLoad(s, p);
+    tableWrite(s, p);
+    EXPECT_EQ(splitLines(read(p))[0], "350#1#1#1");
+}
+
+TEST_F(MapFileTest, HeaderTakeAppliesZoomLeftAndVolumeAndPassesOverTics) {
+    QStringList lines = kRecorded;
+    lines[0] = "90@";
+    lines[1] = "120%";
+    lines.insert(9, "~"); // a "~" line is passed over
+    const QString p = write(crlf(lines));
+    s.tic.Tic[0] = "keep";
+    QStringList volumes;
+    EXPECT_TRUE(headerTake(s, p, [&](const QString& l) { volumes << l; }));
+    EXPECT_EQ(s.velmor.ZoomIt.text(), "90");
+    EXPECT_EQ(s.velmor.PDFLeft.text(), "120");
+    EXPECT_EQ(volumes, QStringList{" 80^"});
+    EXPECT_EQ(s.tic.Tic[0], "keep"); // the table is not touched
+    EXPECT_TRUE(s.g.MapHeaderLines[1].isEmpty()); // window 2 hidden: slots stay
+    EXPECT_FALSE(s.files.isOpen(4));
+    EXPECT_FALSE(headerTake(s, dir.filePath("none.map"), {}));
+}
+
+TEST_F(MapFileTest, BareRecordsHeaderBetweenRecordsAndARecordCutShort) {
+    // No header at all: the first line is row 0's Tic.  A header line between
+    // records is taken; the last record ends after its X.
+    const QString p =
+        write(crlf({"100", "1", "2", "0", "False", "False", "75@", "200", "3", "4", "0", "False",
+                    "False", "300", " 5 "}));
+    editLoad(s, p);
+    EXPECT_EQ(row(0), (QStringList{"100", "1", "2", "0", "False", "False"}));
+    EXPECT_EQ(row(1), (QStringList{"200", "3", "4", "0", "False", "False"}));
+    EXPECT_EQ(row(2), (QStringList{"300", " 5 ", "", "", "", ""}));
+    EXPECT_EQ(s.velmor.ZoomIt.text(), "75");
+    EXPECT_TRUE(s.tic.Tic[3].isEmpty());
+}
+
+TEST_F(MapFileTest, SaveInProgressKeepsZoomAndLeft) {
+    const QString p = write(crlf({"90@", "120%", "100", "1", "2", "0", "False", "False"}));
+    s.g.SaveInProgress = kTrue;
+    editLoad(s, p);
+    EXPECT_EQ(s.velmor.ZoomIt.text(), "100");
+    EXPECT_EQ(s.velmor.PDFLeft.text(), "0");
+    EXPECT_EQ(s.tic.Tic[0], "100");
+}
+
+TEST_F(MapFileTest, FiveThousandRowsLoadTheNextOneIsTooLarge) {
+    QStringList lines;
+    for (int i = 0; i < 5001; ++i) lines << QString::number(i + 1) << "1" << "2" << "0" << "False" << "False";
+    const QString p = write(crlf(lines));
+    s.adobeF.Shape2.set(true);
+    editLoad(s, p);
+    EXPECT_EQ(messages.shown, QStringList{"Music is to large to edit"});
+    EXPECT_FALSE(s.adobeF.Shape2.get());
+    EXPECT_EQ(s.tic.Tic[4999], "5000");
+    EXPECT_TRUE(s.tic.Tic[5000].isEmpty());
+    EXPECT_FALSE(s.files.isOpen(3));
+    // The table can hold 5001 rows and writes them all.
+    s.tic.Tic[5000] = "5001";
+    for (auto* c : {&s.tic.X, &s.tic.Y, &s.tic.Scr, &s.tic.Nxt, &s.tic.Prv}) (*c)[5000] = (*c)[0];
+    tableWrite(s, p);
+    EXPECT_EQ(splitLines(read(p)).size(), 7 + 5001 * 6); // "#1".."#6" and "^", then the rows
+}
+
+TEST_F(MapFileTest, EmptyTableWritesAnEmptyFileAndStreamWriteIsTheRecordedForm) {
+    const QString p = write("old");
+    tableWrite(s, p);
+    EXPECT_EQ(read(p), QByteArray());
+    player.setSettingsVolume(80);
+    streamOpen(s, p);
+    streamHeader(s);
+    streamTic(s, 2340, 1650, 2280, 0, false, false);
+    streamTic(s, 1875, 4110, 2280, 0, true, false);
+    streamClose(s);
+    EXPECT_EQ(read(p), crlf(kRecorded));
+    streamOpen(s, p);
+    streamTic(s, 12.5, -3.25, 1650.66666, -500, false, true);
+    streamClose(s);
+    EXPECT_EQ(read(p), crlf({"12.5", "-3.25 ", " 1650.667 ", "-500", "False", "True"}));
+}
+
+TEST_F(MapFileTest, NoReaderFailsOnGarbage) {
+    QByteArray junk;
+    for (int i = 0; i < 4000; ++i) junk += char((i * 7919) % 256);
+    junk += "\r\n#7\r\n~\r\n^^^\r\n@%#\r\n99999999999999999999#1\r\n-1e308@\r\n";
+    const QString p = write(junk);
+    s.adobeF2.Visible.set(true);
+    EXPECT_TRUE(headerTake(s, p, [](const QString&) {}));
+    editLoad(s, p);
+    EXPECT_FALSE(s.files.isOpen(3));
+    EXPECT_FALSE(s.files.isOpen(4));
+}
+
+} // namespace
