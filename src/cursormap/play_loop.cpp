@@ -13,9 +13,11 @@ namespace mv {
 namespace {
 
 constexpr int kFile = 1;
-// Targets beyond this are treated as this: the tick clock reaches it only in
-// virtual time, so an absurd tic in a damaged map cannot overflow the wait.
-constexpr double kFarTick = 4.0e18;
+// Targets beyond this are treated as this (about 127,000 years): the tick
+// clock reaches it only in virtual time, and below 2^53 every millisecond is
+// exact in a double, so an absurd tic in a damaged map cannot make the wait's
+// comparison stick.
+constexpr double kFarTick = 4.0e15;
 
 // A pass ends in one of these ways.
 enum class Pass { Next, Restart, Leave };

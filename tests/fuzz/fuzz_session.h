@@ -1,0 +1,40 @@
+#pragma once
+// A session over fakes and a virtual clock for the fuzz targets, and the
+// input written to a file the readers can open.
+
+#include "core/session_state.h"
+#include "cursormap/cursor_fields.h"
+#include "fakes.h"
+
+#include <QFile>
+#include <QString>
+#include <unistd.h>
+
+namespace mv::fuzz {
+
+struct FuzzSession {
+    VirtualClock clock;
+    test::FakeMessages messages;
+    Session s{clock, messages};
+    test::FakePlayer player{clock};
+    test::FakeViewer viewer, viewer2;
+    FuzzSession() {
+        s.player = &player;
+        s.adobeF.AcroPDF1 = &viewer;
+        s.adobeF2.AcroPDF1 = &viewer2;
+        s.adobeF.Visible.set(true);
+        installReadoutFields(s);
+        player.setURL(QStringLiteral("fuzz.mp3"));
+    }
+};
+
+// Writes the input to a file of this process and returns its path.
+inline QString inputFile(const uint8_t* data, size_t size) {
+    static const QString path = QStringLiteral("/tmp/mellivane-fuzz-%1.map").arg(getpid());
+    QFile f(path);
+    if (f.open(QIODevice::WriteOnly | QIODevice::Truncate))
+        f.write(reinterpret_cast<const char*>(data), qint64(size));
+    return path;
+}
+
+} // namespace mv::fuzz
