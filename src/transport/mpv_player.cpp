@@ -1,0 +1,283 @@
+#include "transport/mpv_player.h"
+
+#include <QFileInfo>
+#include <QMetaObject>
+#include <algorithm>
+#include <clocale>
+#include <cstring>
+#include <mpv/client.h>
+
+namespace mv {
+
+namespace {
+
+constexpr double kFastForwardSpeed = 4.0;
+
+QByteArray aoList(const QString& out) {
+    if (out == u"auto" || out.isEmpty()) return QByteArrayLiteral("pipewire,pulse,alsa,null");
+    if (out == u"null") return QByteArrayLiteral("null");
+    return QByteArrayLiteral("pcm");
+}
+
+} // namespace
+
+MpvPlayer::MpvPlayer(const QString& audioOutput, QObject* parent)
+    : QObject(parent), requestedAo_(audioOutput) {
+    // libmpv refuses to start unless numbers are formatted the C way.
+    std::setlocale(LC_NUMERIC, "C");
+    mpv_ = mpv_create();
+    if (!mpv_) return;
+    mpv_set_option_string(mpv_, "ao", aoList(audioOutput).constData());
+    if (aoList(audioOutput) == "pcm") {
+        mpv_set_option_string(mpv_, "ao-pcm-file", QFileInfo(audioOutput).absoluteFilePath().toUtf8().constData());
+        mpv_set_option_string(mpv_, "ao-pcm-waveheader", "yes");
+        mpv_set_option_string(mpv_, "audio-format", "s16"); // one sample format whatever the filters
+    }
+    mpv_set_option_string(mpv_, "vid", "no");
+    mpv_set_option_string(mpv_, "video", "no");
+    mpv_set_option_string(mpv_, "audio-display", "no");
+    mpv_set_option_string(mpv_, "idle", "yes");
+    mpv_set_option_string(mpv_, "terminal", "no");
+    mpv_set_option_string(mpv_, "input-default-bindings", "no");
+    mpv_set_option_string(mpv_, "audio-pitch-correction", "yes");
+    mpv_set_option_string(mpv_, "volume", "50");
+    mpv_set_option_string(mpv_, "volume-max", "100");
+    if (mpv_initialize(mpv_) < 0) {
+        mpv_terminate_destroy(mpv_);
+        mpv_ = nullptr;
+        return;
+    }
+    mpv_observe_property(mpv_, 1, "time-pos", MPV_FORMAT_DOUBLE);
+    mpv_observe_property(mpv_, 2, "current-ao", MPV_FORMAT_STRING);
+    mpv_set_wakeup_callback(
+        mpv_,
+        [](void* self) {
+            // From mpv's thread: only queue the drain on the GUI thread.
+            QMetaObject::invokeMethod(static_cast<MpvPlayer*>(self), &MpvPlayer::drainEvents,
+                                      Qt::QueuedConnection);
+        },
+        this);
+    baseClock_.start();
+}
+
+MpvPlayer::~MpvPlayer() {
+    if (!mpv_) return;
+    mpv_set_wakeup_callback(mpv_, nullptr, nullptr);
+    mpv_terminate_destroy(mpv_);
+}
+
+void MpvPlayer::setFlag(const char* name, bool on) {
+    if (mpv_) mpv_set_property_string(mpv_, name, on ? "yes" : "no");
+}
+
+void MpvPlayer::setDouble(const char* name, double v) {
+    if (mpv_) mpv_set_property(mpv_, name, MPV_FORMAT_DOUBLE, &v);
+}
+
+void MpvPlayer::markPosition(double pos) {
+    basePos_ = pos;
+    baseClock_.restart();
+}
+
+void MpvPlayer::setURL(const QString& path) {
+    url_ = path;
+    if (path.isEmpty()) {
+        // Stops the sound at once.
+        loadPending_ = false;
+        loaded_ = false;
+        if (mpv_) {
+            const char* cmd[] = {"stop", nullptr};
+            mpv_command(mpv_, cmd);
+        }
+        state_ = 1;
+        markPosition(0);
+        lastReported_ = 0;
+        return;
+    }
+    // The load goes out from the event queue, so that a position written
+    // right after this call still becomes the start of the file.
+    startAt_ = 0;
+    loadPending_ = true;
+    loaded_ = false;
+    state_ = 3;
+    markPosition(0);
+    lastReported_ = 0;
+    const quint64 serial = ++loadSerial_;
+    QMetaObject::invokeMethod(
+        this,
+        [this, serial] {
+            if (serial == loadSerial_ && loadPending_) startLoad();
+        },
+        Qt::QueuedConnection);
+}
+
+void MpvPlayer::startLoad() {
+    loadPending_ = false;
+    if (!mpv_) return;
+    setFlag("pause", false);
+    setDouble("speed", std::clamp(rate_, 0.01, 100.0));
+    const QByteArray url = url_.toUtf8();
+    const QByteArray options = QStringLiteral("start=%1").arg(startAt_, 0, 'f', 3).toUtf8();
+    // Named arguments: the same call works across libmpv versions.
+    mpv_node keys[4];
+    char* names[4] = {const_cast<char*>("name"), const_cast<char*>("url"),
+                      const_cast<char*>("flags"), const_cast<char*>("options")};
+    const char* values[4] = {"loadfile", url.constData(), "replace", options.constData()};
+    for (int i = 0; i < 4; ++i) {
+        keys[i].format = MPV_FORMAT_STRING;
+        keys[i].u.string = const_cast<char*>(values[i]);
+    }
+    mpv_node_list list{4, keys, names};
+    mpv_node cmd;
+    cmd.format = MPV_FORMAT_NODE_MAP;
+    cmd.u.list = &list;
+    mpv_command_node(mpv_, &cmd, nullptr);
+    markPosition(startAt_);
+    state_ = 3;
+}
+
+void MpvPlayer::drainEvents() {
+    while (mpv_) {
+        mpv_event* e = mpv_wait_event(mpv_, 0);
+        if (!e || e->event_id == MPV_EVENT_NONE) break;
+        switch (e->event_id) {
+        case MPV_EVENT_FILE_LOADED:
+            loaded_ = true;
+            break;
+        case MPV_EVENT_END_FILE: {
+            auto* end = static_cast<mpv_event_end_file*>(e->data);
+            // A "stop" or a new "loadfile" ends the old file too; only the
+            // end of the music itself (or an error) stops the player here.
+            if (end && (end->reason == MPV_END_FILE_REASON_EOF ||
+                        end->reason == MPV_END_FILE_REASON_ERROR) && !loadPending_) {
+                loaded_ = false;
+                state_ = 1;
+                emit endOfFile();
+            }
+            break;
+        }
+        case MPV_EVENT_PROPERTY_CHANGE: {
+            auto* p = static_cast<mpv_event_property*>(e->data);
+            if (e->reply_userdata == 1 && p->format == MPV_FORMAT_DOUBLE && loaded_)
+                markPosition(*static_cast<double*>(p->data));
+            if (e->reply_userdata == 2 && p->format == MPV_FORMAT_STRING) {
+                const char* ao = *static_cast<char**>(p->data);
+                if (ao && std::strcmp(ao, "null") == 0 && aoList(requestedAo_) != "null" &&
+                    !noAudio_) {
+                    noAudio_ = true;
+                    emit audioOutputMissing();
+                }
+            }
+            break;
+        }
+        default:
+            break;
+        }
+    }
+}
+
+void MpvPlayer::close() {
+    setURL(QString());
+    state_ = 10;
+}
+
+bool MpvPlayer::settingsIsAvailable(const QString& what) const {
+    return what == u"Rate" && !url_.isEmpty() && (loaded_ || loadPending_ || state_ != 1);
+}
+
+void MpvPlayer::setSettingsRate(double rate) {
+    if (!(rate > 0)) return; // mpv has no speed 0; the rate stays as it was
+    markPosition(controlsCurrentPosition());
+    rate_ = rate;
+    if (state_ != 4) setDouble("speed", std::clamp(rate_, 0.01, 100.0));
+}
+
+void MpvPlayer::setSettingsVolume(int volume) {
+    volume_ = std::clamp(volume, 0, 100);
+    setDouble("volume", volume_);
+}
+
+void MpvPlayer::controlsPlay() {
+    if (url_.isEmpty()) return;
+    markPosition(controlsCurrentPosition());
+    setDouble("speed", std::clamp(rate_, 0.01, 100.0));
+    setFlag("pause", false);
+    state_ = 3;
+}
+
+void MpvPlayer::controlsPause() {
+    if (url_.isEmpty()) return;
+    markPosition(controlsCurrentPosition());
+    setFlag("pause", true);
+    state_ = 2;
+}
+
+void MpvPlayer::controlsStop() {
+    if (url_.isEmpty()) return;
+    setFlag("pause", true);
+    setControlsCurrentPosition(0);
+    state_ = 1;
+}
+
+void MpvPlayer::controlsFastForward() {
+    if (url_.isEmpty()) return;
+    markPosition(controlsCurrentPosition());
+    setDouble("speed", kFastForwardSpeed);
+    setFlag("pause", false);
+    state_ = 4;
+}
+
+double MpvPlayer::controlsCurrentPosition() const {
+    double pos = basePos_;
+    if ((state_ == 3 || state_ == 4) && loaded_) {
+        const double speed = state_ == 4 ? kFastForwardSpeed : rate_;
+        pos += baseClock_.nsecsElapsed() / 1e9 * speed;
+    }
+    if (state_ == 3 || state_ == 4) pos = std::max(pos, lastReported_);
+    lastReported_ = pos;
+    return pos;
+}
+
+void MpvPlayer::setControlsCurrentPosition(double seconds) {
+    if (url_.isEmpty()) return;
+    seconds = std::max(0.0, seconds);
+    if (loadPending_) startAt_ = seconds;
+    else if (mpv_ && loaded_) {
+        const QByteArray pos = QByteArray::number(seconds, 'f', 3);
+        const char* cmd[] = {"seek", pos.constData(), "absolute+exact", nullptr};
+        mpv_command(mpv_, cmd);
+    }
+    markPosition(seconds);
+    lastReported_ = seconds;
+}
+
+QStringList MpvPlayer::audioDevices() const {
+    QStringList server, alsa;
+    if (!mpv_) return {};
+    mpv_node list;
+    if (mpv_get_property(mpv_, "audio-device-list", MPV_FORMAT_NODE, &list) < 0) return {};
+    if (list.format == MPV_FORMAT_NODE_ARRAY) {
+        for (int i = 0; i < list.u.list->num; ++i) {
+            const mpv_node& dev = list.u.list->values[i];
+            if (dev.format != MPV_FORMAT_NODE_MAP) continue;
+            for (int k = 0; k < dev.u.list->num; ++k) {
+                if (std::strcmp(dev.u.list->keys[k], "name") != 0) continue;
+                const QString name = QString::fromUtf8(dev.u.list->values[k].u.string);
+                if (name.startsWith(u"pulse/") || name.startsWith(u"pipewire/")) server << name;
+                else if (name.startsWith(u"alsa/") && !name.contains(u"null")) alsa << name;
+            }
+        }
+    }
+    mpv_free_node_contents(&list);
+    // With a sound server its sinks are the real outputs; ALSA's list then
+    // only repeats plugins, many of which lead nowhere.
+    return server.isEmpty() ? alsa : server;
+}
+
+void MpvPlayer::setAudioDevice(const QString& name) {
+    if (!mpv_) return;
+    const QByteArray dev = name.isEmpty() ? QByteArrayLiteral("auto") : name.toUtf8();
+    mpv_set_property_string(mpv_, "audio-device", dev.constData());
+}
+
+} // namespace mv

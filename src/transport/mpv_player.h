@@ -1,0 +1,84 @@
+#pragma once
+// The media player on libmpv.  All sound of the program comes from here.
+// Speed changes keep the pitch (mpv's scaletempo2), the volume is this
+// player's own, and with no sound device the music still "plays" silently in
+// real time on the null output, so a cursor play works on any machine.
+//
+// Threads: libmpv's wakeup callback comes from mpv's threads and only queues
+// a call; the events are drained on the GUI thread.
+
+#include "transport/media_player.h"
+
+#include <QElapsedTimer>
+#include <QObject>
+#include <QString>
+
+struct mpv_handle;
+
+namespace mv {
+
+class MpvPlayer : public QObject, public MediaPlayer {
+    Q_OBJECT
+  public:
+    // `audioOutput`: "auto" (the sound server or ALSA, falling back to the
+    // null output), "null" (real time, silent), or the path of a WAV file to
+    // write (as fast as it can: for tests).
+    explicit MpvPlayer(const QString& audioOutput = QStringLiteral("auto"),
+                       QObject* parent = nullptr);
+    ~MpvPlayer() override;
+
+    void setURL(const QString& path) override;
+    QString URL() const override { return url_; }
+    void close() override;
+    int playState() const override { return state_; }
+    bool settingsIsAvailable(const QString& what) const override;
+    void setSettingsRate(double rate) override;
+    double settingsRate() const override { return rate_; }
+    void setSettingsVolume(int volume) override;
+    int settingsVolume() const override { return volume_; }
+    void controlsPlay() override;
+    void controlsPause() override;
+    void controlsStop() override;
+    void controlsFastForward() override;
+    double controlsCurrentPosition() const override;
+    void setControlsCurrentPosition(double seconds) override;
+    QStringList audioDevices() const override;
+    void setAudioDevice(const QString& name) override;
+
+    // True once the automatic output fell through to the null output: the
+    // music plays silently.
+    bool noAudioOutput() const { return noAudio_; }
+    bool isValid() const { return mpv_ != nullptr; }
+
+  signals:
+    // Said once, when the automatic output fell through to the null output.
+    void audioOutputMissing();
+    // The file ended by itself (or could not be played).
+    void endOfFile();
+
+  private:
+    void drainEvents();
+    void startLoad();
+    void setFlag(const char* name, bool on);
+    void setDouble(const char* name, double v);
+    void markPosition(double pos);
+
+    mpv_handle* mpv_ = nullptr;
+    QString url_;
+    QString requestedAo_;
+    int state_ = 10;         // 10 ready, 3 playing, 2 paused, 1 stopped, 4 fast forward
+    double rate_ = 1.0;
+    int volume_ = 50;
+    bool loadPending_ = false; // a load is queued, not yet sent to mpv
+    bool loaded_ = false;      // mpv has the file open
+    double startAt_ = 0;       // where the next load starts
+    // Position smoothing: mpv reports time-pos every ~40-50 ms; between
+    // reports it runs on at the current speed, and it never goes back.
+    double basePos_ = 0;
+    QElapsedTimer baseClock_;
+    mutable double lastReported_ = 0;
+    bool noAudio_ = false;
+    quint64 loadSerial_ = 0;
+};
+
+} // namespace mv

@@ -1,0 +1,30 @@
+#pragma once
+// Test media made by the tests themselves: 16-bit mono WAV files of tones,
+// and the reading and measuring of what the player wrote.
+
+#include <QString>
+#include <vector>
+
+namespace mv::test {
+
+struct Pcm {
+    int rate = 44100;
+    int channels = 1;
+    std::vector<double> samples; // first channel, -1..1
+    double seconds() const { return rate ? double(samples.size()) / rate : 0; }
+};
+
+// Writes a tone of `hz[i]` for `secondsEach` seconds each, in order, at
+// amplitude `amp` (0..1).
+void writeToneWav(const QString& path, const std::vector<double>& hz, double secondsEach,
+                  double amp = 0.5, int rate = 44100);
+// Reads a 16-bit PCM WAV (as mpv's pcm output writes it); empty on failure.
+Pcm readWav(const QString& path);
+// Frequency by zero crossings over samples [from, from + count).
+double frequency(const Pcm& p, size_t from, size_t count);
+// Root mean square over [from, from + count).
+double rms(const Pcm& p, size_t from, size_t count);
+// Index of the first sample whose magnitude exceeds `threshold`.
+size_t firstSound(const Pcm& p, double threshold = 0.01);
+
+} // namespace mv::test
