@@ -1,0 +1,130 @@
+// The real QtPdf viewer on a PDF we make: a mark on the page lands where the
+// placement rule says, at zoom 100 and 80, after page turns and with the
+// sheet scrolled in sheet window 1; turns at the ends raise nothing; a bad
+// file fails clearly and the viewer goes on working.
+
+#include "core/qt_bind.h"
+#include "core/session_state.h"
+#include "fakes.h"
+#include "pdf_gen.h"
+#include "sheet/page_geometry.h"
+#include "sheet/qtpdf_viewer.h"
+#include "sheet/sheet_window.h"
+
+#include <QFile>
+#include <QSignalSpy>
+#include <QTemporaryDir>
+#include <QTest>
+#include <gtest/gtest.h>
+
+using namespace mv;
+using namespace mv::test;
+
+namespace {
+
+// The top-left pixel of the dark square in `img`, searching `area`.
+QPoint findMark(const QImage& img, QRect area) {
+    area = area.intersected(img.rect());
+    for (int y = area.top(); y <= area.bottom(); ++y)
+        for (int x = area.left(); x <= area.right(); ++x)
+            if (qGray(img.pixel(x, y)) < 60) return {x, y};
+    return {-1, -1};
+}
+
+// Waits until the viewer has painted the page on show at its exact size.
+bool painted(QtPdfViewer& v, QWidget& top) {
+    QSignalSpy spy(&v, &QtPdfViewer::pagePainted);
+    for (int i = 0; i < 200 && spy.isEmpty(); ++i) {
+        top.repaint();
+        QTest::qWait(10);
+    }
+    return !spy.isEmpty();
+}
+
+const std::vector<QPointF> kMarks = {{100, 100}, {400, 600}, {50, 300}};
+
+class QtPdfViewerTest : public ::testing::Test {
+  protected:
+    QtPdfViewerTest() { writeMarkedPdf(dir.filePath("marks.pdf"), kMarks); }
+    QTemporaryDir dir;
+};
+
+TEST_F(QtPdfViewerTest, MarkLandsByThePlacementRuleAtZoom100And80) {
+    QtPdfViewer v;
+    v.resize(950, 1400);
+    v.show();
+    v.LoadFile(dir.filePath("marks.pdf"));
+    EXPECT_EQ(v.pageCount(), 3);
+    v.gotoNextPage();
+    ASSERT_TRUE(painted(v, v));
+    for (float zoom : {100.0f, 80.0f}) {
+        v.setZoom(zoom);
+        ASSERT_TRUE(painted(v, v));
+        const QImage img = v.grab().toImage();
+        // Expected from the rule itself, in twips, then pixels.
+        const QPointF tw = page::pointInViewer(kMarks[1], QSizeF(612, 792), 950 * 15.0, zoom);
+        const QPoint want(int(std::lround(tw.x() / 15)), int(std::lround(tw.y() / 15)));
+        const QPoint got = findMark(img, QRect(want - QPoint(20, 20), QSize(60, 60)));
+        EXPECT_LE(std::abs(got.x() - want.x()), 1) << "zoom " << zoom;
+        EXPECT_LE(std::abs(got.y() - want.y()), 1) << "zoom " << zoom;
+    }
+}
+
+TEST_F(QtPdfViewerTest, TurnsAtTheEndsRaiseNothingAndKeepThePage) {
+    QtPdfViewer v;
+    v.LoadFile(dir.filePath("marks.pdf"));
+    v.gotoPreviousPage();
+    v.gotoPreviousPage();
+    v.gotoPreviousPage();
+    EXPECT_EQ(v.currentPage(), 1);
+    for (int i = 0; i < 5; ++i) v.gotoNextPage();
+    EXPECT_EQ(v.currentPage(), 3);
+    v.gotoFirstPage();
+    EXPECT_EQ(v.currentPage(), 1);
+    v.setPageMode("none");
+}
+
+TEST_F(QtPdfViewerTest, BadFileFailsClearlyAndTheViewerGoesOn) {
+    QtPdfViewer v;
+    QFile bad(dir.filePath("bad.pdf"));
+    ASSERT_TRUE(bad.open(QIODevice::WriteOnly));
+    bad.write("this is no pdf");
+    bad.close();
+    try {
+        v.LoadFile(dir.filePath("bad.pdf"));
+        ADD_FAILURE() << "no failure";
+    } catch (const Failure& f) {
+        EXPECT_TRUE(f.description().contains("cannot be read as a PDF"));
+    }
+    EXPECT_THROW(v.LoadFile(dir.filePath("missing.pdf")), Failure);
+    v.gotoNextPage(); // harmless with no document
+    v.LoadFile(dir.filePath("marks.pdf"));
+    EXPECT_EQ(v.pageCount(), 3);
+}
+
+TEST_F(QtPdfViewerTest, InSheetWindowTheMarkMovesUpWithV) {
+    VirtualClock clock;
+    FakeMessages messages;
+    Session s(clock, messages);
+    auto* viewer = new QtPdfViewer;
+    s.adobeF.AcroPDF1 = viewer;
+    SheetWindow w(s, viewer);
+    s.adobeF.AcroPDF1Height.set(1.55 * 1080 * 15);
+    s.adobeF.Picture3Height.set(2 * 1080 * 15);
+    w.show();
+    viewer->LoadFile(dir.filePath("marks.pdf"));
+    viewer->gotoNextPage();
+    s.adobeF.VScroll1.set(8500);
+    ASSERT_TRUE(painted(*viewer, w));
+    const QImage img = w.grab().toImage();
+    if (qEnvironmentVariableIsSet("MELLIVANE_SHOTS")) img.save(qEnvironmentVariable("MELLIVANE_SHOTS") + "/sheet.png");
+    const double viewerWidth = viewer->width() * 15.0;
+    const QPointF tw = page::pointInViewer(kMarks[1], QSizeF(612, 792), viewerWidth, 100);
+    // In the window: the viewer's own position in the carrier, minus V.
+    const QPoint want(int(std::lround(tw.x() / 15)), int(std::lround((tw.y() - 8500) / 15)));
+    const QPoint got = findMark(img, QRect(want - QPoint(20, 20), QSize(60, 60)));
+    EXPECT_LE(std::abs(got.x() - want.x()), 1);
+    EXPECT_LE(std::abs(got.y() - want.y()), 1);
+}
+
+} // namespace
