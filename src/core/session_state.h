@@ -115,6 +115,7 @@ struct VelmorState {
     Field PortNr;                                  // "Port:"
     CheckBox IamaServer{0};                        // "I Am A Server"
     CheckBox SendAS{1};                            // "Send AutoScroll"
+    Field Command10{QStringLiteral("Pause")};     // "Pause" / "Continue"
     Field ZM{QStringLiteral("Zoom")};              // caption of the "Zoom" menu: "-Zoom" with the large list
     // The song list File1: its entries as shown, and the selected one (-1: none).
     Prop<QStringList> File1List;
@@ -251,6 +252,12 @@ struct Session {
     // Writes "Mellivane.ini" from the setup fields.
     std::function<void()> SaveVelmor;
     std::function<void()> focusMainWindow;
+    // Gives the input focus to the named window ("AdobeF", "AdobeF2").
+    std::function<void(const QString& window)> giveFocus;
+    // Notation mode: brings the NWC Viewer to the front and sends it keys
+    // ("%F", "O", "~", " "); installed by the notation viewer driver.
+    std::function<void()> nwcActivate;
+    std::function<void(const QString& keys)> nwcSendKeys;
     std::function<void()> minimizeMainWindow;
     // Unloads sheet window 2 and shows it again (a second sheet not found).
     std::function<void()> reloadSheetWindow2;

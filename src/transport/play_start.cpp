@@ -1,0 +1,233 @@
+#include "transport/play_start.h"
+
+#include "core/messages.h"
+#include "core/session_state.h"
+#include "cursormap/map_file.h"
+#include "cursormap/play_loop.h"
+#include "sheet/pdf_viewer.h"
+#include "transport/media_player.h"
+#include "transport/stop_pause.h"
+
+#include <QFileInfo>
+#include <cmath>
+
+namespace mv {
+
+namespace {
+
+bool guard(const Session& s) { return s.clock.dayClock() > 20.0f; }
+
+void focus(Session& s, const char* window) {
+    if (s.giveFocus) s.giveFocus(QString::fromLatin1(window));
+}
+
+// A song list of type *.PDF plays the same-named MP3.
+void pdfToMp3(Session& s) {
+    const qsizetype i = s.g.SongFile.toUpper().indexOf(QStringLiteral(".PDF"));
+    if (i >= 0) s.g.SongFile.replace(i, 4, QStringLiteral(".MP3"));
+}
+
+// The modes that refuse a start, with their message; true when refused.
+bool refused(Session& s) {
+    if (s.adobeF.Shape2.get()) {
+        s.messages.msgBox(QStringLiteral("You are in edit mode"));
+        return true;
+    }
+    if (s.adobeF.Shape1.get()) {
+        s.messages.msgBox(QStringLiteral("You are in Record mode"));
+        return true;
+    }
+    return false;
+}
+
+void cursorToFront(Session& s) {
+    s.adobeF.Picture1.repaint();
+    s.adobeF.Picture1.bringToFront();
+    if (s.adobeF2.Visible.get()) {
+        s.adobeF2.Picture1.repaint();
+        s.adobeF2.Picture1.bringToFront();
+    }
+}
+
+void setRate(Session& s) {
+    if (s.player && s.player->settingsIsAvailable(QStringLiteral("Rate")))
+        s.player->setSettingsRate(strictNumber(s.velmor.Speed.text()));
+}
+
+void scrnFocus(Session& s) {
+    if (s.velmor.Scrn0.get() && s.adobeF.Visible.get()) focus(s, "AdobeF");
+    if (s.velmor.Scrn1.get() && s.adobeF2.Visible.get()) focus(s, "AdobeF2");
+}
+
+void writeCount(Session& s, int count) {
+    s.adobeF.Text11.setNumber(count);
+    if (s.adobeF2.Visible.get()) s.adobeF2.Text11.setNumber(count);
+}
+
+// The whole second of the time of day, as the count-off's steps see it.
+int64_t secondOfDay(const Session& s) { return static_cast<int64_t>(std::floor(s.clock.dayClock())); }
+
+// Waits one round, waking at the next whole second of the time of day or at
+// `endTick`, whichever comes first.
+void waitForSecond(Session& s, int64_t endTick) {
+    const double day = s.clock.dayClock();
+    const int64_t toNext = static_cast<int64_t>(std::ceil((std::floor(day) + 1 - day) * 1000));
+    s.pump.waitRound(std::min(endTick, s.clock.tickMs() + std::max<int64_t>(1, toNext)));
+}
+
+void countOff(Session& s) {
+    VelmorState& v = s.velmor;
+    const bool client = v.IamaServer.get() == 0 && v.Shape1.get();
+    const double delay = client ? v.ClientDelay.value() : v.PDFDLY.value();
+    // The end of the wait on the tick clock: a count-off across midnight ends.
+    const int64_t endTick = s.clock.tickMs() + std::llround(std::max(0.0, delay) * 1000);
+    int count = roundWord(v.PDFDLY.value());
+    scrnFocus(s);
+    if (s.sendToClients && v.IamaServer.get() == 1 && v.Shape1.get())
+        s.sendToClients(QStringLiteral("&START/"));
+    if (s.adobeF2.Visible.get()) s.adobeF2.Text11Visible.set(true);
+    s.adobeF.Text11Visible.set(true);
+    writeCount(s, count);
+    // The count's steps fall on the clock's seconds.
+    const int64_t first = secondOfDay(s);
+    while (secondOfDay(s) == first && s.clock.tickMs() < endTick) waitForSecond(s, endTick);
+    int64_t shown = secondOfDay(s);
+    while (s.clock.tickMs() < endTick) {
+        waitForSecond(s, endTick);
+        if (secondOfDay(s) != shown) {
+            shown = secondOfDay(s);
+            writeCount(s, --count);
+        }
+    }
+    s.adobeF.Text11Visible.set(false);
+    if (s.adobeF2.Visible.get()) s.adobeF2.Text11Visible.set(false);
+    scrnFocus(s);
+}
+
+void stopByClick(Session& s) {
+    s.adobeF.Picture1.Visible.set(false);
+    if (s.adobeF2.Visible.get()) s.adobeF2.Picture1.Visible.set(false);
+    s.g.StopRequested = kTrue;
+    if (s.player) s.player->setURL(QString());
+    StopPlaying(s);
+    if (s.player) s.player->close();
+    if (s.adobeF.AcroPDF1) s.adobeF.AcroPDF1->gotoFirstPage();
+    if (s.adobeF2.Visible.get() && s.adobeF2.AcroPDF1) s.adobeF2.AcroPDF1->gotoFirstPage();
+    if (s.focusMainWindow) s.focusMainWindow();
+}
+
+void start(Session& s) {
+    VelmorState& v = s.velmor;
+    s.g.PlayStartTick = s.clock.tickMs();
+    s.g.StopRequested = 0;
+    if (v.CNWC.get() == 1) {
+        if (s.nwcActivate) s.nwcActivate();
+        if (guard(s)) {
+            s.pump.waitUntil(s.clock.tickMs() + 100);
+            if (s.nwcSendKeys) s.nwcSendKeys(QStringLiteral(" "));
+        }
+        if (guard(s)) s.pump.guardedWait(std::max(0.0, v.Text4.value()));
+        if (s.player) s.player->setURL(s.g.SongFile);
+    }
+    if (v.LoadPDF.get() == 1 && v.PDFDLY.value() > 0 && guard(s)) countOff(s);
+    if (v.LoadPDF.get() != 1) {
+        if (s.focusMainWindow) s.focusMainWindow();
+        return;
+    }
+    // The map stage.
+    const QString map = mapFileName(s.g.SongBase);
+    s.files.close(1);
+    if (s.player) s.player->setURL(s.adobeF.Tick.get() == 1 ? QString() : s.g.SongFile);
+    setRate(s);
+    if (!QFileInfo(map).isFile()) {
+        if (s.focusMainWindow) s.focusMainWindow();
+        return;
+    }
+    s.adobeF.Shape3.set(true);
+    s.files.open(1, map, FileMode::Input);
+    if (v.FirstNote.value() > 0 && guard(s))
+        s.pump.waitUntil(s.clock.tickMs() + static_cast<int64_t>(std::floor(v.FirstNote.value())) + 1);
+    playLoop(s);
+}
+
+} // namespace
+
+void WindowsMediaPlayer1_MouseDown(Session& s, int button, int, double x, double) {
+    if (button == 2) return;
+    try {
+        pdfToMp3(s);
+        s.bControl.Command1.setText(QStringLiteral("Manual Play"));
+        s.g.AbortScroll = kTrue;
+        s.g.Paused = 0;
+        s.g.PauseHeld = 0;
+        if (s.adobeF2.Visible.get()) s.adobeF2.PageNR.setText(QStringLiteral("1"));
+        s.velmor.Command10.setText(QStringLiteral("Pause"));
+        if (refused(s)) return;
+        if (s.adobeF2.Visible.get()) focus(s, "AdobeF2");
+        if (s.adobeF.Visible.get()) focus(s, "AdobeF");
+        s.g.PlayLoopCount = 0;
+        if (s.velmor.LoadPDF.get() == 1 && s.player) {
+            s.player->setURL(s.g.SongFile);
+            s.player->close();
+        }
+        if (s.g.SongFile.isEmpty()) return;
+        s.files.close(3);
+        s.g.CursorStarted = 0;
+        if (s.velmor.LoadPDF.get() == 1) cursorToFront(s);
+        if (x >= 30) stopByClick(s);
+        else start(s);
+    } catch (const std::exception&) {
+        // As the play loop: the operation ends silently where it stands.
+        s.files.close(3);
+    }
+}
+
+void Command8_Click(Session& s) {
+    if (s.g.SongBase.isEmpty()) return;
+    if (refused(s)) return;
+    try {
+        s.g.AbortScroll = 0;
+        s.files.close(3);
+        s.g.CursorStarted = 0;
+        s.g.PlayStartTick = s.clock.tickMs();
+        cursorToFront(s);
+        s.g.StopRequested = 0;
+        pdfToMp3(s);
+        if (s.player) s.player->setURL(s.g.SongFile);
+        setRate(s);
+        if (s.adobeF.focusCommand14 && s.adobeF.Visible.get()) s.adobeF.focusCommand14();
+    } catch (const std::exception&) {
+        // Its own handler: the manual start just ends.
+    }
+}
+
+void BControl_Command6_Click(Session& s) {
+    if (s.bControl.Command6.text() == u"Cursor Play") {
+        s.bControl.Command6.setText(QStringLiteral("Stop Play"));
+        WindowsMediaPlayer1_MouseDown(s, 1, 0, 0, 0);
+        return;
+    }
+    s.form1.Visible.set(false);
+    s.bControl.Command6.setText(QStringLiteral("Cursor Play"));
+    if (s.player) s.player->controlsStop();
+    s.g.CursorPlaySwitch = kTrue;
+}
+
+void BControl_Command1_Click(Session& s) {
+    if (s.bControl.Command1.text() == u"Manual Play") {
+        s.bControl.Command1.setText(QStringLiteral("Stop Play"));
+        Command8_Click(s);
+        return;
+    }
+    s.bControl.Command1.setText(QStringLiteral("Manual Play"));
+    if (s.player) s.player->controlsStop();
+    s.form1.Visible.set(false);
+}
+
+void installPlayStart(Session& s) {
+    s.WindowsMediaPlayer1_MouseDown = [&s](int b, int sh, double x, double y) {
+        WindowsMediaPlayer1_MouseDown(s, b, sh, x, y);
+    };
+}
+
+} // namespace mv

@@ -1,0 +1,200 @@
+// Starting, stopping, pausing and fading plays in virtual time over a fake
+// player and viewer: the checks, the count-off against the clock's seconds,
+// the first tic's due time, the stop triggers, the fade, and the edges of
+// the day.
+
+#include "core/session_state.h"
+#include "cursormap/cursor_fields.h"
+#include "fakes.h"
+#include "sheet/navigation.h"
+#include "transport/play_start.h"
+#include "transport/stop_pause.h"
+
+#include <QFile>
+#include <QTemporaryDir>
+#include <gtest/gtest.h>
+
+using namespace mv;
+using namespace mv::test;
+
+namespace {
+
+class TransportTest : public ::testing::Test {
+  protected:
+    explicit TransportTest(double dayStart = 43200.3) : clock(1000, dayStart), player(clock) {}
+    void SetUp() override {
+        s.player = &player;
+        s.adobeF.AcroPDF1 = &viewer;
+        s.adobeF.Visible.set(true);
+        installReadoutFields(s);
+        installNavigation(s);
+        installPlayStart(s);
+        s.sendToClients = [this](const QString& t) { sent << t; };
+        s.g.SongBase = dir.filePath("Song.pdf");
+        s.g.SongFile = dir.filePath("Song.pdf");
+        s.adobeF.Text11.always([this] { counts << at() + " " + s.adobeF.Text11.text(); });
+        s.adobeF.Text1.always([this] { moves << at() + " X=" + s.adobeF.Text1.text(); });
+        t0 = clock.tickMs();
+    }
+    QString at() const { return QString::number(clock.tickMs() - t0); }
+    void map(const QStringList& lines) { writeLinesAtomically(dir.filePath("Song.map"), lines); }
+    void press(double x) { s.WindowsMediaPlayer1_MouseDown(1, 0, x, 5); }
+
+    QTemporaryDir dir;
+    VirtualClock clock;
+    FakeMessages messages;
+    Session s{clock, messages};
+    FakePlayer player;
+    FakeViewer viewer;
+    QStringList sent, counts, moves;
+    int64_t t0 = 0;
+};
+
+TEST_F(TransportTest, ModesRefuseTheStartAfterResettingTheFlags) {
+    s.adobeF.Shape2.set(true);
+    s.g.Paused = kTrue;
+    s.velmor.Command10.setText("Continue");
+    press(5);
+    EXPECT_EQ(messages.shown, QStringList{"You are in edit mode"});
+    EXPECT_EQ(s.g.Paused, 0);
+    EXPECT_EQ(s.g.AbortScroll, kTrue);
+    EXPECT_EQ(s.velmor.Command10.text(), "Pause");
+    EXPECT_EQ(s.g.SongFile, dir.filePath("Song.MP3")); // a PDF list plays the MP3
+    s.adobeF.Shape2.set(false);
+    s.adobeF.Shape1.set(true);
+    press(5);
+    Command8_Click(s);
+    EXPECT_EQ(messages.shown.mid(1), (QStringList{"You are in Record mode", "You are in Record mode"}));
+    EXPECT_TRUE(player.calls.isEmpty());
+    s.WindowsMediaPlayer1_MouseDown(2, 0, 5, 5); // the right button does nothing at all
+}
+
+TEST_F(TransportTest, CountOffStepsOnTheClocksSecondsAndTheFirstTicFollowsTheDelays) {
+    map({"6000", "10", "20", "0", "False", "False"});
+    s.velmor.IamaServer.set(1);
+    s.velmor.Shape1.set(true);
+    QStringList shown;
+    s.adobeF.Text11Visible.always(
+        [&] { shown << at() + (s.adobeF.Text11Visible.get() ? " shown" : " hidden"); });
+    press(29);
+    // "4" stands from the press (12:00:00.3); one less at each new second
+    // after the first one the count waited for; hidden at 4 s.
+    EXPECT_EQ(counts, (QStringList{"1700 3", "2700 2", "3700 1"}));
+    EXPECT_EQ(s.adobeF.Text11.text(), "1");
+    EXPECT_EQ(shown, (QStringList{"0 shown", "4000 hidden"}));
+    EXPECT_TRUE(player.calls.contains("URL(" + dir.filePath("Song.MP3") + ")"));
+    // The first tic counts from the press: 6000 x .995 = 5970, past the
+    // count-off and the 500 ms first-note delay.
+    EXPECT_EQ(moves.first(), "5971 X=10");
+    EXPECT_EQ(sent, (QStringList{"&START/", "&COMMAND4/"})); // the start, the page back after
+}
+
+TEST_F(TransportTest, ShortFirstTicFallsDueRightAfterTheFirstNoteDelay) {
+    map({"2000", "10", "20", "0", "False", "False"});
+    s.velmor.PDFDLY.setText("2");
+    press(0);
+    EXPECT_EQ(moves.first(), "2501 X=10");
+}
+
+TEST_F(TransportTest, ConnectedClientWaitsItsOwnDelayButShowsThePdfCount) {
+    s.velmor.Shape1.set(true); // connected, not a server
+    s.velmor.ClientDelay.setText("");
+    map({"100", "10", "20", "0", "False", "False"});
+    press(0);
+    EXPECT_TRUE(counts.isEmpty()); // the count ends at once, "4" still shown from PDF Delay
+    EXPECT_EQ(s.adobeF.Text11.text(), "4");
+    EXPECT_TRUE(sent.isEmpty());
+    EXPECT_EQ(moves.first(), "501 X=10");
+}
+
+TEST_F(TransportTest, StopByClickAtThirty) {
+    s.adobeF.Picture1.Visible.set(true);
+    press(30);
+    EXPECT_EQ(s.g.StopRequested, kTrue);
+    EXPECT_FALSE(s.adobeF.Picture1.Visible.get());
+    EXPECT_EQ(player.URL(), "");
+    EXPECT_EQ(viewer.calls.last(), "gotoFirstPage");
+    EXPECT_TRUE(counts.isEmpty());
+}
+
+TEST_F(TransportTest, PauseFallsOnATicAndContinueGivesTheNextTicItsWholeTime) {
+    s.velmor.PDFDLY.setText("0");
+    s.velmor.FirstNote.setText("0");
+    map({"1000", "1", "1", "0", "False", "False", "1000", "2", "1", "0", "False", "False"});
+    clock.at(t0 + 300, [this] { Command10_Click(s); });
+    clock.at(t0 + 4000, [this] { Command10_Click(s); });
+    press(0);
+    EXPECT_EQ(moves.mid(0, 2), (QStringList{"996 X=1", "4996 X=2"}));
+    EXPECT_EQ(player.calls.filter("pause").size(), 1);
+    EXPECT_TRUE(player.calls.contains("play"));
+    EXPECT_EQ(s.velmor.Command10.text(), "Pause");
+}
+
+TEST_F(TransportTest, FadeTakesFadeTimeFromVolume50AndRestoresIt) {
+    player.setURL(dir.filePath("Song.MP3"));
+    player.setSettingsVolume(50);
+    s.velmor.IamaServer.set(1);
+    s.velmor.Shape1.set(true);
+    player.calls.clear();
+    const int64_t start = clock.tickMs();
+    Command7_Click(s);
+    EXPECT_EQ(clock.tickMs() - start, 3000); // 50 steps of 3 x 0.02 s
+    EXPECT_EQ(player.calls.filter("volume(").size(), 51);
+    EXPECT_EQ(player.calls.filter("volume(").at(49), "volume(1)");
+    EXPECT_EQ(player.settingsVolume(), 50);
+    EXPECT_EQ(s.velmor.HScroll1.get(), 50);
+    EXPECT_EQ(player.URL(), "");
+    EXPECT_EQ(s.g.StopRequested, kTrue);
+    EXPECT_EQ(sent, QStringList{"&STOP/"});
+}
+
+TEST_F(TransportTest, SongChangeDuringTheCountOffEndsTheLoopAfterTheFirstTic) {
+    map({"100", "1", "1", "0", "False", "False", "100", "2", "1", "0", "False", "False"});
+    clock.at(t0 + 1000, [this] { s.g.StopRequested = kTrue; });
+    press(0);
+    EXPECT_EQ(moves.first(), "4501 X=1");
+    EXPECT_EQ(moves.mid(1), QStringList{"7501 X=0"}); // the steps after the loop
+}
+
+TEST_F(TransportTest, ManualPlayStartsTheMusicOnly) {
+    s.g.StopRequested = kTrue;
+    s.velmor.Speed.setText(".8");
+    Command8_Click(s);
+    EXPECT_EQ(player.URL(), dir.filePath("Song.MP3"));
+    EXPECT_TRUE(player.calls.contains("rate(.8)"));
+    EXPECT_EQ(s.g.StopRequested, 0);
+    EXPECT_TRUE(counts.isEmpty());
+    s.g.SongBase.clear();
+    player.calls.clear();
+    Command8_Click(s);
+    EXPECT_TRUE(player.calls.isEmpty());
+}
+
+class AfterMidnight : public TransportTest {
+  protected:
+    AfterMidnight() : TransportTest(5.0) {}
+};
+
+TEST_F(AfterMidnight, NoCountOffNoFirstNoteDelayInTheFirst20Seconds) {
+    map({"100", "1", "1", "0", "False", "False"});
+    press(0);
+    EXPECT_TRUE(counts.isEmpty());
+    EXPECT_TRUE(sent.isEmpty());
+    EXPECT_EQ(moves.first(), "100 X=1");
+}
+
+class BeforeMidnight : public TransportTest {
+  protected:
+    BeforeMidnight() : TransportTest(86398.5) {}
+};
+
+TEST_F(BeforeMidnight, CountOffAcrossMidnightEndsOnTime) {
+    map({"100", "1", "1", "0", "False", "False"});
+    press(0);
+    EXPECT_EQ(counts, (QStringList{"1500 3", "2500 2", "3500 1"}));
+    // The count-off ended 2.5 s after midnight: the first-note delay stands
+    // behind the day clock's guard and is skipped.
+    EXPECT_EQ(moves.first(), "4000 X=1");
+}
+
+} // namespace
