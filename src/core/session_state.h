@@ -120,6 +120,7 @@ struct VelmorState {
     // The song list File1: its entries as shown, and the selected one (-1: none).
     Prop<QStringList> File1List;
     Prop<int> File1ListIndex{-1};
+    QString File1Path, File1Pattern; // the folder and pattern the list shows
     QString File1FileName() const {
         const int i = File1ListIndex.get();
         return i >= 0 && i < File1List.get().size() ? File1List.get()[i] : QString();

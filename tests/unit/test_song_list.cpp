@@ -1,0 +1,70 @@
+// The song list: what a folder shows for a pattern, in which order, and what
+// SetPath and SetZ do.
+
+#include "core/session_state.h"
+#include "fakes.h"
+#include "library/song_list.h"
+
+#include <QDir>
+#include <QFile>
+#include <QTemporaryDir>
+#include <gtest/gtest.h>
+
+using namespace mv;
+using namespace mv::test;
+
+namespace {
+void touch(const QTemporaryDir& d, const QString& n) {
+    QFile f(d.filePath(n));
+    f.open(QIODevice::WriteOnly);
+}
+} // namespace
+
+TEST(SongList, PatternWithoutCaseAndCaseInsensitiveOrderWithZAtTheEnd) {
+    QTemporaryDir d;
+    for (const char* n : {"b.pdf", "A.PDF", "Zebra.pdf", "c.mp3", "02 Song.pdf", "zeta.PDF", "a.map"})
+        touch(d, n);
+    QDir(d.path()).mkdir("folder.pdf"); // folders are no songs
+    EXPECT_EQ(listSongs(d.path(), "*.PDF"),
+              (QStringList{"02 Song.pdf", "A.PDF", "b.pdf", "Zebra.pdf", "zeta.PDF"}));
+    EXPECT_EQ(listSongs(d.path(), "*.mp3;*.map"), (QStringList{"a.map", "c.mp3"}));
+    EXPECT_TRUE(listSongs(d.path(), "*.wav").isEmpty());
+    EXPECT_TRUE(listSongs(d.filePath("none"), "*.pdf").isEmpty());
+}
+
+TEST(SongList, SetPathRefusesBadPatternsAndFoldersAndKeepsTheList) {
+    QTemporaryDir d;
+    touch(d, "one.mp3");
+    VirtualClock clock;
+    FakeMessages m;
+    Session s(clock, m);
+    s.velmor.Text1.setText(d.path());
+    s.velmor.Text2.setText("*.MP3");
+    SetPath(s);
+    EXPECT_EQ(s.velmor.File1List.get(), QStringList{"one.mp3"});
+    s.velmor.Text2.setText("");
+    SetPath(s);
+    s.velmor.Text2.setText("*.mp3");
+    s.velmor.Text1.setText("C:\\NWC"); // a Windows path simply does not exist here
+    SetPath(s);
+    EXPECT_EQ(m.shown, (QStringList{"Type is invalid", "Path is invalid"}));
+    EXPECT_EQ(s.velmor.File1List.get(), QStringList{"one.mp3"});
+}
+
+TEST(SongList, SetZCountsTheZGroupFromTheEndAndStopsAtEntryOne) {
+    VirtualClock clock;
+    FakeMessages m;
+    Session s(clock, m);
+    s.velmor.File1List.set({"Alpha", "Beta", "Z Gamma", "Zebra", "Zulu"});
+    SetZ(s);
+    EXPECT_EQ(s.velmor.ZCount, 3);
+    EXPECT_EQ(s.velmor.SuppressLoad, 0);
+    EXPECT_EQ(s.velmor.File1ListIndex.get(), 1);
+    s.velmor.File1List.set({"Zero", "Zed", "zebra"}); // lower case is no mark
+    SetZ(s);
+    EXPECT_EQ(s.velmor.ZCount, 0);
+    s.velmor.File1List.set({"Zero", "Zed", "Zoo"}); // the walk passes entry 1: still suppressed
+    SetZ(s);
+    EXPECT_EQ(s.velmor.ZCount, 2);
+    EXPECT_EQ(s.velmor.SuppressLoad, kTrue);
+}
