@@ -10,18 +10,40 @@
 #include "core/window_registry.h"
 #include "cursormap/cursor_fields.h"
 #include "cursormap/play_loop.h"
+#include "library/song_list.h"
 #include "sheet/navigation.h"
+#include "sheet/qtpdf_viewer.h"
 #include "sheet/sheet_geometry.h"
 #include "sheet/sheet_window.h"
+#include "transport/mpv_player.h"
+#include "transport/play_start.h"
+#include "transport/song_loading.h"
 #include "transport/tone_beeper.h"
+#include "transport/volume_speed.h"
 
 #include <QApplication>
 #include <QCommandLineParser>
+#include <QDir>
+#include <QScreen>
 #include <clocale>
 #include <cstdio>
 #include <memory>
 
 using namespace mv;
+
+namespace {
+
+// The bundled demo songs: beside the sources of this build, or next to the
+// installed binary.
+QString demoRoot() {
+    const QStringList candidates = {QStringLiteral(MELLIVANE_SOURCE_DIR "/demo"),
+                                    QApplication::applicationDirPath() + QStringLiteral("/../share/mellivane/demo")};
+    for (const QString& c : candidates)
+        if (QDir(c + QStringLiteral("/songs")).exists()) return QDir(c).absolutePath();
+    return {};
+}
+
+} // namespace
 
 int main(int argc, char** argv) {
     // The plain Unix event dispatcher wakes timers precisely (p99 ~1 ms
@@ -40,11 +62,10 @@ int main(int argc, char** argv) {
     QCommandLineOption audio(QStringLiteral("audio"),
                              QStringLiteral("Audio output: auto, null, or a WAV file to write."),
                              QStringLiteral("OUT"), QStringLiteral("auto"));
-    QCommandLineOption configDir(QStringLiteral("config-dir"),
-                                 QStringLiteral("Folder of the settings and list files."),
-                                 QStringLiteral("DIR"));
     QCommandLineOption demo(QStringLiteral("demo"), QStringLiteral("Start on the demo songs."));
-    cl.addOptions({script, audio, configDir, demo});
+    QCommandLineOption songs(QStringLiteral("songs"), QStringLiteral("Start on the songs in DIR."),
+                             QStringLiteral("DIR"));
+    cl.addOptions({script, audio, demo, songs});
     cl.process(app);
 
     SystemClock clock;
@@ -52,21 +73,53 @@ int main(int argc, char** argv) {
     ConsoleMessages console;
     Messages& messages = cl.isSet(script) ? static_cast<Messages&>(console) : dialogs;
     Session s(clock, messages);
+    if (QScreen* screen = QGuiApplication::primaryScreen()) s.screenHeight = screen->size().height() * 15.0;
+    MpvPlayer player(cl.value(audio));
     ToneBeeper beeper(clock, cl.value(audio));
+    s.player = &player;
     s.beeper = &beeper;
     WindowRegistry windows;
     s.windows = &windows;
+
     installReadoutFields(s);
     installNavigation(s);
     installSheetGeometry(s);
+    installVolume(s);
+    installSongLoading(s);
+    installPlayStart(s);
 
-    windows.define(QStringLiteral("Velmor"), [&s] { return new MainWindow(s); });
-    windows.define(QStringLiteral("AdobeF"), [&s] { return new SheetWindow(s, nullptr); });
+    windows.define(QStringLiteral("Velmor"), [&] { return new MainWindow(s, player); });
+    windows.define(QStringLiteral("AdobeF"), [&] {
+        auto* viewer = new QtPdfViewer;
+        s.adobeF.AcroPDF1 = viewer;
+        auto* w = new SheetWindow(s, viewer);
+        w->handlers[QStringLiteral("Command15")] = [&s] { WindowsMediaPlayer1_MouseDown(s, 1, 0, 0, 0); };
+        w->handlers[QStringLiteral("Command16")] = [&s] { Command8_Click(s); };
+        w->handlers[QStringLiteral("Command1")] = [w] { w->close(); };
+        return w;
+    });
     auto* main = windows.get<MainWindow>(QStringLiteral("Velmor"));
     s.focusMainWindow = [main] { main->activateWindow(); };
+    s.minimizeMainWindow = [main] { main->showMinimized(); };
+    s.giveFocus = [&windows](const QString& name) {
+        if (QWidget* w = windows.find(name)) w->activateWindow();
+    };
+    QObject::connect(&player, &MpvPlayer::audioOutputMissing, main, [main] {
+        main->setWindowTitle(QStringLiteral("Media Player - no audio output, playing silently"));
+    });
+
+    // The song folder: the demo songs, or the one given.
+    const QString root = demoRoot();
+    if (cl.isSet(songs)) {
+        s.velmor.Text1.setText(cl.value(songs));
+    } else if (cl.isSet(demo) && !root.isEmpty()) {
+        s.velmor.Text1.setText(root + QStringLiteral("/songs"));
+        s.velmor.Text7.setText(root + QStringLiteral("/songs-2"));
+    }
     main->show();
     windows.get(QStringLiteral("AdobeF"));
     s.adobeF.Visible.set(true);
+    if (QDir(s.velmor.Text1.text()).exists()) SetPath(s);
 
     std::unique_ptr<ActionScript> runner;
     if (cl.isSet(script)) {
@@ -74,7 +127,7 @@ int main(int argc, char** argv) {
         if (lines.isEmpty()) return 2;
         runner = std::make_unique<ActionScript>(windows, lines);
         // Plays a map file straight from the loop, with no music: lets a
-        // script watch a cursor play before a song is selected.
+        // script watch a cursor play without a song.
         runner->extra[QStringLiteral("playmap")] = [&s](const QStringList& args) {
             s.files.close(1);
             try {

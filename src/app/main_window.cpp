@@ -2,46 +2,174 @@
 
 #include "core/qt_bind.h"
 #include "core/session_state.h"
+#include "library/song_list.h"
+#include "sheet/navigation.h"
+#include "transport/play_start.h"
+#include "transport/player_control_area.h"
+#include "transport/stop_pause.h"
+#include "transport/volume_speed.h"
 
 #include <QCheckBox>
 #include <QFormLayout>
+#include <QGridLayout>
 #include <QHBoxLayout>
+#include <QKeyEvent>
+#include <QLabel>
 #include <QLineEdit>
 #include <QListWidget>
+#include <QMouseEvent>
+#include <QPushButton>
+#include <QScrollArea>
+#include <QSlider>
 #include <QVBoxLayout>
 
 namespace mv {
 
-MainWindow::MainWindow(Session& s, QWidget* parent) : QWidget(parent), s_(s) {
+MainWindow::MainWindow(Session& s, MediaPlayer& player, QWidget* parent) : QWidget(parent), s_(s) {
     setObjectName(QStringLiteral("Velmor"));
     setWindowTitle(QStringLiteral("Media Player"));
+    VelmorState& v = s.velmor;
     auto* top = new QHBoxLayout(this);
     auto* left = new QVBoxLayout;
+    top->addLayout(left, 1);
+
+    // The player's control area: Start in its first 30 pixels, stop beyond.
+    auto* strip = new QHBoxLayout;
+    auto* area = new PlayerControlArea(player, this);
+    area->mouseDown = [&s](int b, int sh, double x, double y) {
+        if (s.WindowsMediaPlayer1_MouseDown) s.WindowsMediaPlayer1_MouseDown(b, sh, x, y);
+    };
+    strip->addWidget(area, 1);
+    strip->addWidget(new FastForwardLabel(player, this));
+    left->addLayout(strip);
+
+    // Volume, and the limit applied at the next song load.
+    auto* vol = new QSlider(Qt::Horizontal, this);
+    vol->setObjectName(QStringLiteral("HScroll1"));
+    vol->setRange(v.HScroll1.min(), v.HScroll1.max());
+    vol->setValue(v.HScroll1.get());
+    connect(vol, &QSlider::valueChanged, this, [&v](int x) { v.HScroll1.set(x); });
+    subs_.push_back(v.HScroll1.subscribe([vol, &v] { vol->setValue(v.HScroll1.get()); }));
+    auto* limit = new QSlider(Qt::Vertical, this);
+    limit->setObjectName(QStringLiteral("VScroll1"));
+    limit->setRange(v.VScroll1.min(), v.VScroll1.max());
+    limit->setValue(v.VScroll1.get());
+    limit->setMaximumHeight(60);
+    connect(limit, &QSlider::valueChanged, this, [&v](int x) { v.VScroll1.set(x); });
+    auto* volRow = new QHBoxLayout;
+    volRow->addWidget(vol, 1);
+    volRow->addWidget(limit);
+    volRow->addWidget(new QLabel(QStringLiteral("%"), this));
+    left->addLayout(volRow);
+
     file1_ = new QListWidget(this);
     file1_->setObjectName(QStringLiteral("File1"));
-    left->addWidget(file1_);
-    top->addLayout(left, 1);
-    setup_ = new QFormLayout;
-    top->addLayout(setup_);
+    file1_->viewport()->installEventFilter(this);
+    left->addWidget(file1_, 1);
+    subs_.push_back(v.File1List.subscribe([this] { fillList(); }));
+    subs_.push_back(v.File1ListIndex.subscribe([this, &v] {
+        if (file1_->currentRow() != v.File1ListIndex.get()) file1_->setCurrentRow(v.File1ListIndex.get());
+    }));
+    // Moving the selection with the keys loads nothing.
+    connect(file1_, &QListWidget::currentRowChanged, this, [&v](int row) { v.File1ListIndex.set(row); });
+    fillList();
 
-    VelmorState& v = s.velmor;
+    auto* buttons = new QGridLayout;
+    int n = 0;
+    auto add = [&](QPushButton* b) { buttons->addWidget(b, n / 3, n % 3), ++n; };
+    add(button("Command8", QStringLiteral("Manual Play"), &Command8_Click));
+    QPushButton* pause = button("Command10", v.Command10.text(), &Command10_Click);
+    subs_.push_back(v.Command10.subscribe([pause, &v] { pause->setText(v.Command10.text()); }));
+    add(pause);
+    add(button("Command7", QStringLiteral("Fade"), &Command7_Click));
+    add(button("Command12", QStringLiteral("<"), &Command12_Click));
+    auto* speed = new QLineEdit(this);
+    speed->setObjectName(QStringLiteral("Speed"));
+    subs_.push_back(bindLineEdit(v.Speed, speed));
+    buttons->addWidget(speed, n / 3, n % 3), ++n;
+    add(button("Command13", QStringLiteral(">"), &Command13_Click));
+    add(button("Command2", QStringLiteral("Change Path 1"), &SetPath));
+    add(button("Mixer", QStringLiteral("Mixer"), &Mixer_Click));
+    left->addLayout(buttons);
+
+    // The setup fields, read by every part at each use.
+    auto* panel = new QWidget;
+    setup_ = new QFormLayout(panel);
+    addField("Text1", QStringLiteral("Path 1"), v.Text1);
+    addField("Text2", QStringLiteral("Type"), v.Text2);
+    addField("Text7", QStringLiteral("Path 2"), v.Text7);
+    addField("PDFDLY", QStringLiteral("PDF Delay"), v.PDFDLY);
+    addField("ClientDelay", QStringLiteral("Client Delay"), v.ClientDelay);
+    addField("FirstNote", QStringLiteral("1st Note Delay"), v.FirstNote);
     addField("Text5", QStringLiteral("Tic Offset"), v.Text5);
-    addField("Speed", QStringLiteral("Speed"), v.Speed);
+    addField("Text6", QStringLiteral("PDF Value"), v.Text6);
     addField("ScrollOffset", QStringLiteral("Scroll Offset"), v.ScrollOffset);
     addField("XOffset", QStringLiteral("X Offset"), v.XOffset);
     addField("YOffset", QStringLiteral("Y Offset"), v.YOffset);
-    addField("ZoomIt", QStringLiteral("Zoom This "), v.ZoomIt);
+    addField("AutoScroll", QStringLiteral("Auto Scroll"), v.AutoScroll);
+    addField("ScrollSpeed", QStringLiteral("Scroll Speed"), v.ScrollSpeed);
+    addField("ScrollStep", QStringLiteral("Scroll Step"), v.ScrollStep);
+    addField("AddNext", QStringLiteral("Add to Next"), v.AddNext);
+    addField("FadeT", QStringLiteral("Fade Time in seconds"), v.FadeT);
     addField("BeepX", QStringLiteral("Beep"), v.BeepX);
+    addField("ZoomIt", QStringLiteral("Zoom This "), v.ZoomIt);
     addField("PDFHeight", QStringLiteral("PDF Height"), v.PDFHeight);
     addField("PDFWidth", QStringLiteral("PDF Width"), v.PDFWidth);
+    addField("PDFLeft", QStringLiteral("PDF Left"), v.PDFLeft);
+    addField("PDFLeftD", QStringLiteral("PDF L  Default"), v.PDFLeftD);
+    addCheck("LoadPDF", QStringLiteral("Load pdf"), v.LoadPDF);
+    addCheck("IGNNR", QStringLiteral("Ignore number at beginning of file for NWC"), v.IGNNR);
     addCheck("NoCursor", QStringLiteral("No Cursor"), v.NoCursor);
     addCheck("NoScroll", QStringLiteral("No Scroll"), v.NoScroll);
-    resize(640, 480);
+    addCheck("NoPDFAdj", QStringLiteral("No 2nd PDF Adjustment"), v.NoPDFAdj);
+    addCheck("Scrn0", QStringLiteral("Scrn1"), v.Scrn0);
+    addCheck("Scrn1", QStringLiteral("Scrn 2"), v.Scrn1);
+    auto* scroll = new QScrollArea(this);
+    scroll->setWidget(panel);
+    scroll->setWidgetResizable(true);
+    top->addWidget(scroll, 1);
+    resize(760, 560);
 }
 
-void MainWindow::setPlayerArea(QWidget* area) {
-    static_cast<QVBoxLayout*>(static_cast<QHBoxLayout*>(layout())->itemAt(0)->layout())
-        ->insertWidget(0, area);
+void MainWindow::fillList() {
+    const QStringList& l = s_.velmor.File1List.get();
+    QStringList shown;
+    for (int i = 0; i < file1_->count(); ++i) shown << file1_->item(i)->text();
+    if (shown == l) return;
+    const QSignalBlocker block(file1_);
+    file1_->clear();
+    file1_->addItems(l);
+    file1_->setCurrentRow(s_.velmor.File1ListIndex.get());
+}
+
+// A press on the list selects the entry under the mouse and runs the load
+// (left) or adds it to the play list (right); plain clicks do nothing more.
+bool MainWindow::eventFilter(QObject* watched, QEvent* e) {
+    if (watched == file1_->viewport() && e->type() == QEvent::MouseButtonPress) {
+        auto* me = static_cast<QMouseEvent*>(e);
+        const int row = file1_->row(file1_->itemAt(me->position().toPoint()));
+        if (row >= 0) {
+            s_.velmor.File1ListIndex.set(row);
+            const int b = me->button() == Qt::LeftButton ? 1 : me->button() == Qt::RightButton ? 2 : 4;
+            if (s_.File1_MouseDown)
+                s_.File1_MouseDown(b, 0, me->position().x() * 15, me->position().y() * 15);
+        }
+        return row >= 0 && me->button() != Qt::LeftButton;
+    }
+    return QWidget::eventFilter(watched, e);
+}
+
+// The page keys work on the main window too.
+void MainWindow::keyPressEvent(QKeyEvent* e) {
+    if (e->text().size() == 1 && sheetKeyPress(s_, e->text()[0])) return;
+    QWidget::keyPressEvent(e);
+}
+
+QPushButton* MainWindow::button(const char* name, const QString& caption, void (*handler)(Session&)) {
+    auto* b = new QPushButton(caption, this);
+    b->setObjectName(QString::fromLatin1(name));
+    connect(b, &QPushButton::clicked, this, [this, handler] { handler(s_); });
+    return b;
 }
 
 void MainWindow::addField(const char* name, const QString& caption, Field& f) {

@@ -1,7 +1,8 @@
 #pragma once
-// The main window "Velmor" (caption "Media Player"): the song list File1,
-// the setup fields as live controls (mirrors of Session::velmor), and the
-// player's control area.  Handlers stay thin: they call the subsystems.
+// The main window "Velmor" (caption "Media Player"): the player's control
+// area, the song list File1, the transport buttons and the setup fields as
+// live controls, all mirrors of Session state.  Handlers stay thin: they
+// call the subsystems.
 
 #include "core/observable.h"
 
@@ -10,22 +11,29 @@
 
 class QListWidget;
 class QFormLayout;
+class QPushButton;
 
 namespace mv {
 
 struct Session;
+class Field;
+class MediaPlayer;
 
 class MainWindow : public QWidget {
     Q_OBJECT
   public:
-    explicit MainWindow(Session& s, QWidget* parent = nullptr);
+    MainWindow(Session& s, MediaPlayer& player, QWidget* parent = nullptr);
     QListWidget* File1() const { return file1_; }
-    // Puts a widget (the player's control area) above the list.
-    void setPlayerArea(QWidget* area);
+
+  protected:
+    bool eventFilter(QObject* watched, QEvent* e) override;
+    void keyPressEvent(QKeyEvent* e) override;
 
   private:
-    void addField(const char* name, const QString& caption, class Field& f);
+    void addField(const char* name, const QString& caption, Field& f);
     void addCheck(const char* name, const QString& caption, Prop<int>& c);
+    QPushButton* button(const char* name, const QString& caption, void (*handler)(Session&));
+    void fillList();
 
     Session& s_;
     QListWidget* file1_;

@@ -1,4 +1,5 @@
 add_library(mv_transport STATIC
   ${CMAKE_CURRENT_LIST_DIR}/play_start.cpp ${CMAKE_CURRENT_LIST_DIR}/play_start.h
-  ${CMAKE_CURRENT_LIST_DIR}/stop_pause.cpp ${CMAKE_CURRENT_LIST_DIR}/stop_pause.h)
+  ${CMAKE_CURRENT_LIST_DIR}/stop_pause.cpp ${CMAKE_CURRENT_LIST_DIR}/stop_pause.h
+  ${CMAKE_CURRENT_LIST_DIR}/volume_speed.cpp ${CMAKE_CURRENT_LIST_DIR}/volume_speed.h)
 target_link_libraries(mv_transport PUBLIC mv_cursormap mv_core)

@@ -198,3 +198,25 @@ TEST_F(BeforeMidnight, CountOffAcrossMidnightEndsOnTime) {
 }
 
 } // namespace
+
+#include "transport/volume_speed.h"
+
+namespace {
+TEST_F(TransportTest, SpeedArrowsWriteTheSumsNumberTextAndTheVolumeBarDrivesThePlayer) {
+    Command12_Click(s);
+    EXPECT_EQ(s.velmor.Speed.text(), ".95");
+    Command12_Click(s);
+    EXPECT_EQ(s.velmor.Speed.text(), ".9");
+    Command13_Click(s);
+    Command13_Click(s);
+    Command13_Click(s);
+    EXPECT_EQ(s.velmor.Speed.text(), "1.05");
+    s.velmor.Speed.setText(".05");
+    Command12_Click(s);
+    Command12_Click(s); // nothing keeps it above 0
+    EXPECT_EQ(s.velmor.Speed.text(), "-.05");
+    installVolume(s);
+    s.velmor.HScroll1.set(73);
+    EXPECT_EQ(player.settingsVolume(), 73);
+}
+} // namespace
