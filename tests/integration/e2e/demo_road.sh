@@ -1,0 +1,42 @@
+#!/usr/bin/env bash
+# The whole road on the demo songs, with the real binary under Xvfb: a click
+# on a song loads its sheet and map, Play counts off and moves the cursor by
+# the map while the music runs (null audio output), a click on the player's
+# stop area ends the play.  Usage: demo_road.sh <mellivane binary> [shots dir]
+set -euo pipefail
+bin=$1
+shots=${2:-$(mktemp -d)}
+mkdir -p "$shots"
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+cat > "$work/script.txt" <<SCRIPT
+wait 300
+select Velmor.File1 Twinkle Twinkle.pdf
+wait 1200
+# the map exists: the lock light is on; the sheet is at its top
+checkvisible AdobeF.Shape3 yes
+check AdobeF.VScroll1 
+click AdobeF.Command15
+wait 2000
+checkvisible AdobeF.Text11 yes
+screenshot $shots/countoff.png
+# the first tic falls 5.03 s after the press, one measure every 2.41 s after:
+# the checks stand in the middle of the measures
+wait 4200
+check AdobeF.Text3 1
+checkvisible AdobeF.Picture1 yes
+check AdobeF.Text4 2412
+screenshot $shots/playing.png
+wait 2400
+check AdobeF.Text3 2
+# a press on the stop area of the player ends the play after the tic in progress
+click Velmor.WindowsMediaPlayer1 left 100
+wait 6000
+checkvisible AdobeF.Picture1 no
+check AdobeF.Text1 0
+quit
+SCRIPT
+xvfb-run -a -s "-screen 0 1600x1400x24" "$bin" --demo --audio null --script "$work/script.txt" \
+  2> >(grep -v XDG_RUNTIME_DIR >&2)
+test -s "$shots/playing.png"
+echo "e2e demo road: passed"
