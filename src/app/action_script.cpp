@@ -95,6 +95,8 @@ void ActionScript::runLine(const QString& line) {
         return;
     }
     if (verb == u"quit") {
+        // The main window first: its closing is the program's shut-down.
+        if (QWidget* main = windows_.find(QStringLiteral("Velmor"))) main->close();
         for (QWidget* w : QApplication::topLevelWidgets()) w->close();
         QApplication::exit(failures_ ? 1 : 0);
         lines_.clear();

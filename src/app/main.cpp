@@ -7,6 +7,8 @@
 #include "core/clock.h"
 #include "core/messages.h"
 #include "core/session_state.h"
+#include "core/settings_files.h"
+#include "core/startup.h"
 #include "core/window_registry.h"
 #include "cursormap/cursor_fields.h"
 #include "cursormap/play_loop.h"
@@ -23,6 +25,7 @@
 
 #include <QApplication>
 #include <QCommandLineParser>
+#include <QListWidget>
 #include <QDir>
 #include <QScreen>
 #include <clocale>
@@ -65,7 +68,11 @@ int main(int argc, char** argv) {
     QCommandLineOption demo(QStringLiteral("demo"), QStringLiteral("Start on the demo songs."));
     QCommandLineOption songs(QStringLiteral("songs"), QStringLiteral("Start on the songs in DIR."),
                              QStringLiteral("DIR"));
-    cl.addOptions({script, audio, demo, songs});
+    QCommandLineOption configDir(QStringLiteral("config-dir"),
+                                 QStringLiteral("Folder of the settings and list files "
+                                                "(default: $XDG_CONFIG_HOME/mellivane)."),
+                                 QStringLiteral("DIR"));
+    cl.addOptions({script, audio, demo, songs, configDir});
     cl.process(app);
 
     SystemClock clock;
@@ -73,7 +80,16 @@ int main(int argc, char** argv) {
     ConsoleMessages console;
     Messages& messages = cl.isSet(script) ? static_cast<Messages&>(console) : dialogs;
     Session s(clock, messages);
-    if (QScreen* screen = QGuiApplication::primaryScreen()) s.screenHeight = screen->size().height() * 15.0;
+    if (QScreen* screen = QGuiApplication::primaryScreen()) {
+        s.screenHeight = screen->size().height() * 15.0;
+        s.screenWidth = screen->size().width() * 15.0;
+    }
+    if (cl.isSet(configDir)) {
+        s.configDir = QDir(cl.value(configDir)).absolutePath();
+    } else {
+        const QString xdg = qEnvironmentVariable("XDG_CONFIG_HOME", QDir::homePath() + QStringLiteral("/.config"));
+        s.configDir = xdg + QStringLiteral("/mellivane");
+    }
     MpvPlayer player(cl.value(audio));
     ToneBeeper beeper(clock, cl.value(audio));
     s.player = &player;
@@ -108,18 +124,51 @@ int main(int argc, char** argv) {
         main->setWindowTitle(QStringLiteral("Media Player - no audio output, playing silently"));
     });
 
-    // The song folder: the demo songs, or the one given.
+    s.SaveVelmor = [&s] { SaveVelmor(s); };
+    StartupHooks hooks;
+    hooks.showSheet1 = [&] {
+        windows.get(QStringLiteral("AdobeF"));
+        s.adobeF.Visible.set(true);
+    };
+    hooks.adjustAll = [&] { windows.get<SheetWindow>(QStringLiteral("AdobeF"))->AdjustAll(); };
+    hooks.focusMainWindow = s.focusMainWindow;
+    hooks.showMainWindow = [&] {
+        main->move(int(s.velmor.WindowLeft / 15), int(s.velmor.WindowTop / 15));
+        main->show();
+        main->File1()->setFocus();
+    };
+    hooks.unloadWindows = [&] {
+        if (QWidget* w = windows.find(QStringLiteral("AdobeF"))) {
+            s.adobeF.Left = w->x() * 15.0;
+            s.adobeF.Top = w->y() * 15.0;
+            writeAdobeFx(s);
+        }
+        windows.unload(QStringLiteral("AdobeF"));
+    };
+    // Closing the main window ends a running play at its next step and
+    // writes everything back.
+    main->onClose = [&] {
+        s.g.StopRequested = kTrue;
+        s.files.closeAll();
+        player.close();
+        s.velmor.WindowTop = main->y() * 15.0;
+        shutDown(s, hooks);
+        QApplication::quit();
+    };
+
     const QString root = demoRoot();
+    startUp(s, hooks, root);
+    readAdobeFx(s);
+    // The song folder: the demo songs, or the one given.
     if (cl.isSet(songs)) {
         s.velmor.Text1.setText(cl.value(songs));
+        SetPath(s);
     } else if (cl.isSet(demo) && !root.isEmpty()) {
         s.velmor.Text1.setText(root + QStringLiteral("/songs"));
         s.velmor.Text7.setText(root + QStringLiteral("/songs-2"));
+        SetPath(s);
     }
-    main->show();
-    windows.get(QStringLiteral("AdobeF"));
-    s.adobeF.Visible.set(true);
-    if (QDir(s.velmor.Text1.text()).exists()) SetPath(s);
+    if (!s.adobeF.Visible.get()) hooks.showSheet1();
 
     std::unique_ptr<ActionScript> runner;
     if (cl.isSet(script)) {

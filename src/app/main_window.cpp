@@ -159,6 +159,14 @@ bool MainWindow::eventFilter(QObject* watched, QEvent* e) {
     return QWidget::eventFilter(watched, e);
 }
 
+void MainWindow::closeEvent(QCloseEvent* e) {
+    if (onClose) {
+        auto fn = std::move(onClose); // once
+        fn();
+    }
+    QWidget::closeEvent(e);
+}
+
 // The page keys work on the main window too.
 void MainWindow::keyPressEvent(QKeyEvent* e) {
     if (e->text().size() == 1 && sheetKeyPress(s_, e->text()[0])) return;

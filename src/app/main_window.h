@@ -7,6 +7,7 @@
 #include "core/observable.h"
 
 #include <QWidget>
+#include <functional>
 #include <vector>
 
 class QListWidget;
@@ -24,10 +25,13 @@ class MainWindow : public QWidget {
   public:
     MainWindow(Session& s, MediaPlayer& player, QWidget* parent = nullptr);
     QListWidget* File1() const { return file1_; }
+    // Runs when the window is closed by the user (the program's shut-down).
+    std::function<void()> onClose;
 
   protected:
     bool eventFilter(QObject* watched, QEvent* e) override;
     void keyPressEvent(QKeyEvent* e) override;
+    void closeEvent(QCloseEvent* e) override;
 
   private:
     void addField(const char* name, const QString& caption, Field& f);

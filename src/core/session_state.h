@@ -121,6 +121,13 @@ struct VelmorState {
     Prop<QStringList> File1List;
     Prop<int> File1ListIndex{-1};
     QString File1Path, File1Pattern; // the folder and pattern the list shows
+    // The Audio Out menu: TXS0..TXS6 captions, and the checked entry
+    // (-1 TXDF "Default", 0..6 TXSn, -2 none).
+    QStringList AudioOutNames;
+    Prop<int> AudioOutChecked{-2};
+    // The window's place on the screen, in twips (kept by the window).
+    double WindowTop = 0, WindowLeft = 1, WindowHeight = 7065;
+    QString Line24; // a reserved settings line, written back as read
     QString File1FileName() const {
         const int i = File1ListIndex.get();
         return i >= 0 && i < File1List.get().size() ? File1List.get()[i] : QString();
@@ -165,6 +172,8 @@ struct SheetOneState {
     CursorPicture Picture1;
     ScrollValue VScroll1{0, 32767, 0};     // V: the carrier's top is -V
     Prop<double> Width{16505};             // the window's width in twips
+    Prop<double> VScroll1Left{14280};      // the anchor of the button strip (twips)
+    double Left = 0;                       // the window's left on the screen, twips
     double Top = 1;                        // the window's top on the screen, twips
     double Height = 19500;                 // the window's height, twips
     Field Text5, Text6, Text8;             // step additions to X, Y and SCR
@@ -235,8 +244,11 @@ struct Session {
     OverlayState form1;
     BControlState bControl;
     PlayLstState playLst;
-    // The screen's height in twips (the app sets it from the primary screen).
+    // The screen's size in twips (the app sets it from the primary screen).
     double screenHeight = 1080 * 15;
+    double screenWidth = 1920 * 15;
+    // The working directory of the settings and list files.
+    QString configDir;
 
     // Operations that one subsystem calls in another, by name.  Each is
     // installed by the subsystem that owns it; an empty one does nothing.
@@ -252,6 +264,8 @@ struct Session {
     std::function<void(const QString& token)> sendToClients;
     // Writes "Mellivane.ini" from the setup fields.
     std::function<void()> SaveVelmor;
+    // The "Zoom" menu's click: the large list and back.
+    std::function<void()> ZM_Click;
     std::function<void()> focusMainWindow;
     // Gives the input focus to the named window ("AdobeF", "AdobeF2").
     std::function<void(const QString& window)> giveFocus;

@@ -187,7 +187,7 @@ SheetWindow::SheetWindow(Session& s, QWidget* viewer, QWidget* parent)
     subs_.push_back(f.AcroPDF1Height.subscribe(
         [this, &f] { acroPDF1_->resize(acroPDF1_->width(), px(f.AcroPDF1Height.get())); }));
     auto placeBar = [this, &f] {
-        vscroll1_->setGeometry(px(scrollLeft_), px(f.VScroll1Top.get()), px(240),
+        vscroll1_->setGeometry(px(f.VScroll1Left.get()), px(f.VScroll1Top.get()), px(240),
                                px(f.VScroll1Height.get()));
     };
     subs_.push_back(f.VScroll1Top.subscribe(placeBar));
@@ -201,6 +201,7 @@ SheetWindow::SheetWindow(Session& s, QWidget* viewer, QWidget* parent)
         s.adobeF.Width.set(s.velmor.PDFWidth.value());
     }));
 
+    s.g.ButtonStripLeft = f.VScroll1Left.get();
     resize(px(s.velmor.PDFWidth.value()), px(s.velmor.PDFHeight.value()));
     f.Width.set(s.velmor.PDFWidth.value());
     place(picture3_, 0, 0, 14310, 12455);
@@ -236,8 +237,8 @@ void SheetWindow::mousePressEvent(QMouseEvent* e) {
 
 void SheetWindow::mouseMoveEvent(QMouseEvent* e) {
     if (!(e->buttons() & Qt::RightButton) || !widthDragging_) return;
-    scrollLeft_ = e->position().x() * 15 - 100;
-    s_.g.ButtonStripLeft = scrollLeft_;
+    s_.adobeF.VScroll1Left.set(e->position().x() * 15 - 100);
+    s_.g.ButtonStripLeft = s_.adobeF.VScroll1Left.get();
     AdjustAll();
 }
 
@@ -271,8 +272,10 @@ void SheetWindow::place(QWidget* w, double left, double top, double width, doubl
     w->setGeometry(px(left), px(top), wpx, hpx);
 }
 
+double SheetWindow::scrollBarLeft() const { return s_.adobeF.VScroll1Left.get(); }
+
 void SheetWindow::setScrollBarLeft(double twips) {
-    scrollLeft_ = twips;
+    s_.adobeF.VScroll1Left.set(twips);
     AdjustAll();
 }
 
@@ -293,7 +296,7 @@ void SheetWindow::placeCursor() {
 }
 
 void SheetWindow::AdjustAll() {
-    const double L = scrollLeft_;
+    const double L = s_.adobeF.VScroll1Left.get();
     place(vscroll1_, L, s_.adobeF.VScroll1Top.get(), 240, s_.adobeF.VScroll1Height.get());
     if (L < 1000) return;
     auto c = [this](const char* n) { return controls_.value(QString::fromLatin1(n)); };

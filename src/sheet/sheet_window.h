@@ -36,7 +36,7 @@ class SheetWindow : public QWidget {
     // happens below 1000.
     void AdjustAll();
     // Left edge of VScroll1 in twips.
-    double scrollBarLeft() const { return scrollLeft_; }
+    double scrollBarLeft() const;
     void setScrollBarLeft(double twips);
 
     // Presses of the strip's buttons go to these, by control name
@@ -69,7 +69,6 @@ class SheetWindow : public QWidget {
     QWidget* picture1_;
     QHash<QString, QWidget*> controls_;
     std::vector<Subscription> subs_;
-    double scrollLeft_ = 14280;
     int16_t widthDragging_ = 0; // WidthDragging: a press on the free surface, not yet released
 };
 

@@ -1,5 +1,6 @@
 #include "transport/play_start.h"
 
+#include "core/file_lookup.h"
 #include "core/messages.h"
 #include "core/session_state.h"
 #include "cursormap/map_file.h"
@@ -21,10 +22,13 @@ void focus(Session& s, const char* window) {
     if (s.giveFocus) s.giveFocus(QString::fromLatin1(window));
 }
 
-// A song list of type *.PDF plays the same-named MP3.
+// A song list of type *.PDF plays the same-named MP3, found whatever the
+// case of its name ("Song.pdf" plays "Song.mp3").
 void pdfToMp3(Session& s) {
     const qsizetype i = s.g.SongFile.toUpper().indexOf(QStringLiteral(".PDF"));
-    if (i >= 0) s.g.SongFile.replace(i, 4, QStringLiteral(".MP3"));
+    if (i < 0) return;
+    s.g.SongFile.replace(i, 4, QStringLiteral(".MP3"));
+    s.g.SongFile = existingPathIgnoringCase(s.g.SongFile);
 }
 
 // The modes that refuse a start, with their message; true when refused.

@@ -9,8 +9,10 @@ shots=${2:-$(mktemp -d)}
 mkdir -p "$shots"
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
+[ -n "${KEEP_WORK:-}" ] && trap - EXIT && echo "work: $work"
 cat > "$work/script.txt" <<SCRIPT
 wait 300
+type Velmor.FadeT 5
 select Velmor.File1 Twinkle Twinkle.pdf
 wait 1200
 # the map exists: the lock light is on; the sheet is at its top
@@ -36,7 +38,22 @@ checkvisible AdobeF.Picture1 no
 check AdobeF.Text1 0
 quit
 SCRIPT
-xvfb-run -a -s "-screen 0 1600x1400x24" "$bin" --demo --audio null --script "$work/script.txt" \
-  2> >(grep -v XDG_RUNTIME_DIR >&2)
+run() { xvfb-run -a -s "-screen 0 1600x1400x24" "$bin" --audio null --config-dir "$work/config" \
+  --script "$1" 2> >(grep -v XDG_RUNTIME_DIR >&2); }
+run "$work/script.txt"
 test -s "$shots/playing.png"
+# The settings went to the 60 lines of Mellivane.ini, CR LF; the next start
+# brings them back and lists the demo songs again.
+test "$(wc -l < "$work/config/Mellivane.ini")" -eq 60
+grep -q $'^5\r$' "$work/config/Mellivane.ini"
+grep -q 'Twinkle Twinkle.pdf,' "$work/config/PlayedList.txt"
+cat > "$work/again.txt" <<SCRIPT
+wait 300
+check Velmor.FadeT 5
+select Velmor.File1 Greensleeves.pdf
+wait 1000
+checkvisible AdobeF.Shape3 yes
+quit
+SCRIPT
+run "$work/again.txt"
 echo "e2e demo road: passed"

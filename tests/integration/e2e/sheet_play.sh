@@ -30,6 +30,6 @@ check AdobeF.Text4 0
 checkvisible AdobeF.Picture1 no
 quit
 SCRIPT
-xvfb-run -a -s "-screen 0 1600x1400x24" "$bin" --audio null --script "$work/script.txt"
+xvfb-run -a -s "-screen 0 1600x1400x24" "$bin" --audio null --config-dir "$work/config" --script "$work/script.txt"
 test -s "$work/play.png"
 echo "e2e sheet play: passed"

@@ -1,0 +1,39 @@
+#pragma once
+// The settings files: "Mellivane.ini" (60 positional lines: the main window
+// and the setup), "AdobeFx.ini" (sheet window 1's place) and "AdobeF2.ini"
+// (sheet window 2).  No keys, no sections: a line's meaning is its position.
+// CR LF, single-byte text; older, shorter files are read as far as they go
+// and every control not reached keeps its built-in value.  All of them lie
+// in the working directory Session::configDir and are found whatever the
+// case of their names.
+
+#include <QString>
+#include <functional>
+
+namespace mv {
+
+struct Session;
+
+// The path of a file of the working directory: the existing entry whose
+// name matches ignoring case, else the name as given.
+QString configFile(const Session& s, const QString& name);
+
+// Writes all 60 lines of "Mellivane.ini" (file number 1).
+void SaveVelmor(Session& s);
+
+// The reader of "Mellivane.ini", in its three stretches.  openSettings opens
+// it as file number 1 (false when it does not exist); readLines1to37 fills
+// the controls of lines 1 to 37, ignoring a bad line, and is false when the
+// file ended before line 37 (the file is then closed); readLines38to60 reads
+// the rest, and a failure there (a check box value out of 0..2) ends it,
+// reaching the caller.  `onShowSheet1` runs where a line shows sheet window 1.
+bool openSettings(Session& s);
+bool readLines1to37(Session& s, const std::function<void()>& onShowSheet1);
+void readLines38to60(Session& s);
+
+// "AdobeFx.ini": the top and left of sheet window 1.  read: false without
+// the file.  The top is written as 0 when off the screen.
+bool readAdobeFx(Session& s);
+void writeAdobeFx(Session& s);
+
+} // namespace mv

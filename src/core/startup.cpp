@@ -1,0 +1,110 @@
+#include "core/startup.h"
+
+#include "core/messages.h"
+#include "core/session_state.h"
+#include "core/settings_files.h"
+#include "library/song_list.h"
+#include "transport/media_player.h"
+
+#include <QDir>
+#include <QFileInfo>
+
+namespace mv {
+
+namespace {
+
+const QString kPlayed = QStringLiteral("PlayedList.txt");
+
+void audioMenu(Session& s) {
+    QStringList names = s.player ? s.player->audioDevices() : QStringList();
+    names = names.mid(0, 7); // devices beyond the seventh are not shown
+    while (names.size() < 7) names << QString();
+    s.velmor.AudioOutNames = names;
+}
+
+void readPlayedList(Session& s) {
+    const QString path = configFile(s, kPlayed);
+    if (!QFileInfo(path).isFile()) return;
+    s.files.close(1);
+    s.files.open(1, path, FileMode::Input);
+    while (!s.files.eof(1)) {
+        const QString l = s.files.readLine(1);
+        if (!l.isEmpty()) s.velmor.PlayedList += l;
+    }
+    s.files.close(1);
+}
+
+} // namespace
+
+void startUp(Session& s, const StartupHooks& h, const QString& demoRoot) {
+    VelmorState& v = s.velmor;
+    QDir().mkpath(s.configDir);
+    s.g.SoundDevice = -1;                                              // 1
+    v.VScroll1.set(100);
+    audioMenu(s);                                                      // 2
+    bool viewerStep = false;
+    try {
+        bool complete = false;
+        if (!openSettings(s)) {                                        // 3
+            // The first run: the bundled demo songs.
+            v.File1Pattern = QStringLiteral("*.mp3");
+            if (!demoRoot.isEmpty()) {
+                v.Text1.setText(demoRoot + QStringLiteral("/songs"));
+                v.Text7.setText(demoRoot + QStringLiteral("/songs-2"));
+            }
+        } else {
+            complete = readLines1to37(s, h.showSheet1);
+        }
+        if (complete) {
+            if (v.AudioOutChecked.get() == -2) v.AudioOutChecked.set(-1); // 4
+            if (h.adjustAll) h.adjustAll();                            // 5
+            // The list has the settings' pattern but not yet their folder:
+            // the Z group is counted over the working directory.
+            v.File1Path = s.configDir;                                 // 6
+            refreshList(s);
+            SetZ(s);
+            const QString viewer = v.Text3.text();                     // 7
+            if (!viewer.isEmpty() && QFileInfo::exists(viewer)) {
+                const qsizetype at = viewer.toUpper().indexOf(QStringLiteral("NWC"));
+                if (at >= 0) {
+                    v.NWCTitle = viewer.mid(at).section(u'.', 0, 0);
+                    if (h.activateProgram) h.activateProgram(v.NWCTitle);
+                }
+                if (v.LoadPDF.get() == 1 && QFileInfo::exists(v.PDFView.text()) && h.showSheet1)
+                    h.showSheet1();
+                viewerStep = true;                                     // 8
+            }
+            try {
+                readLines38to60(s);                                    // 9, 10
+            } catch (const Failure&) {
+                if (viewerStep) throw;
+            }
+        }
+        s.files.close(1);                                              // 11
+        if (h.focusMainWindow) h.focusMainWindow();                    // 12
+        readPlayedList(s);                                             // 13
+        SetPath(s);                                                    // 14
+        v.SuppressLoad = 0;
+        if (v.IamaServer.get() == 1 && !v.PortNr.text().isEmpty() && h.listen) h.listen(); // 15
+    } catch (const Failure& f) {
+        s.files.close(1);
+        if (viewerStep) s.messages.msgBox(f.message());
+    }
+    if (h.showMainWindow) h.showMainWindow();                          // 16
+}
+
+void shutDown(Session& s, const StartupHooks& h) {
+    try {
+        if (h.unloadWindows) h.unloadWindows();
+        SaveVelmor(s);
+        s.files.close(1);
+        s.files.open(1, configFile(s, kPlayed), FileMode::Output);
+        s.files.writeLine(1, s.velmor.PlayedList);
+        s.files.close(1);
+        if (s.velmor.NWCId != 0 && h.closeNotationViewer) h.closeNotationViewer();
+    } catch (const Failure&) {
+        s.files.close(1);
+    }
+}
+
+} // namespace mv

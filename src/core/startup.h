@@ -1,0 +1,34 @@
+#pragma once
+// Start-up and shut-down of the program, in their order, over the session.
+// The windows and other programs are reached through the hooks below; the
+// logic runs without them.
+
+#include <QString>
+#include <functional>
+
+namespace mv {
+
+struct Session;
+
+struct StartupHooks {
+    std::function<void()> showSheet1;   // load and show sheet window 1
+    std::function<void()> adjustAll;    // AdjustAll of sheet window 1
+    std::function<void(const QString& title)> activateProgram; // bring a window of that title up
+    std::function<void()> focusMainWindow;
+    std::function<void()> listen;       // the server's socket starts listening
+    std::function<void()> showMainWindow;
+    std::function<void()> unloadWindows; // sheet windows, play list, help, index
+    std::function<void()> closeNotationViewer;
+};
+
+// Runs the 16 steps of start-up.  `demoRoot`, when not empty, holds the
+// demo songs ("songs", "songs-2"): a first run (no settings file) starts on
+// them.  Until the viewer step errors are passed over; after it an error
+// ends start-up with "Error " + number + " " + description.
+void startUp(Session& s, const StartupHooks& hooks, const QString& demoRoot);
+
+// Shut-down: unload the windows, SaveVelmor, write "PlayedList.txt", close a
+// notation viewer the program started.  Errors end it quietly.
+void shutDown(Session& s, const StartupHooks& hooks);
+
+} // namespace mv

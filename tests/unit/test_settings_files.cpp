@@ -1,0 +1,157 @@
+// "Mellivane.ini" and its companions: the 60 positional lines byte for byte,
+// older and shorter files, files made on Windows, and start-up and shut-down
+// around them.
+
+#include "core/session_state.h"
+#include "core/settings_files.h"
+#include "core/startup.h"
+#include "fakes.h"
+
+#include <QDir>
+#include <QFile>
+#include <QTemporaryDir>
+#include <gtest/gtest.h>
+
+using namespace mv;
+using namespace mv::test;
+
+namespace {
+
+class SettingsTest : public ::testing::Test {
+  protected:
+    SettingsTest() { s.configDir = dir.path(); }
+    QStringList lines(const QString& name = "Mellivane.ini") {
+        QFile f(dir.filePath(name));
+        EXPECT_TRUE(f.open(QIODevice::ReadOnly));
+        const QByteArray b = f.readAll();
+        EXPECT_TRUE(b.endsWith("\r\n"));
+        return splitLines(b);
+    }
+    void write(const QStringList& l, const QString& name = "Mellivane.ini") {
+        writeLinesAtomically(dir.filePath(name), l);
+    }
+    QTemporaryDir dir;
+    VirtualClock clock;
+    FakeMessages messages;
+    Session s{clock, messages};
+};
+
+TEST_F(SettingsTest, SaveWritesSixtyLinesInTheirKindsAndReadsBackTheSame) {
+    VelmorState& v = s.velmor;
+    v.Text1.setText("/home/me/songs");
+    v.IGNNR.set(1);
+    v.IgnZ.set(0);
+    v.IamaServer.set(1);
+    v.Scrn1.set(1);
+    v.ScrollOffset.setText(" 450 ");
+    v.WindowTop = 1234.5;
+    s.g.ButtonStripLeft = 15000;
+    v.AudioOutChecked.set(2);
+    s.g.PDFLeftDefault = "-300";
+    v.PDFLeftD.setText("-300");
+    SaveVelmor(s);
+    const QStringList l = lines();
+    ASSERT_EQ(l.size(), 60);
+    EXPECT_EQ(l[0], "/home/me/songs");
+    EXPECT_EQ(l[2], "FALSE");        // flags in capitals
+    EXPECT_EQ(l[5], "1234.5");       // trimmed number
+    EXPECT_EQ(l[7], "TRUE");
+    EXPECT_EQ(l[8], "FALSE");
+    EXPECT_EQ(l[14], " 450 ");       // text as it stands
+    EXPECT_EQ(l[21], " 1 ");         // number in print form
+    EXPECT_EQ(l[22], " 1234.5 ");
+    EXPECT_EQ(l[26], " 15000 ");
+    EXPECT_EQ(l.mid(29, 8), (QStringList{"False", "False", "False", "True", "False", "False", "False", "False"}));
+    EXPECT_EQ(l[39], " 1 ");         // check box value in print form
+    EXPECT_EQ(l[44], "False");       // states in mixed case
+    EXPECT_EQ(l[45], "True");
+    EXPECT_EQ(l[46], "True");        // IgnX, built-in checked
+    EXPECT_EQ(l[55], "Zoom");
+    EXPECT_EQ(l[56], "-300");
+
+    Session back(clock, messages);
+    back.configDir = dir.path();
+    ASSERT_TRUE(openSettings(back));
+    ASSERT_TRUE(readLines1to37(back, {}));
+    readLines38to60(back);
+    EXPECT_EQ(back.velmor.Text1.text(), "/home/me/songs");
+    EXPECT_EQ(back.velmor.IGNNR.get(), 1);
+    EXPECT_EQ(back.velmor.IgnZ.get(), 0);
+    EXPECT_EQ(back.velmor.ScrollOffset.text(), " 450 ");
+    EXPECT_EQ(back.velmor.IamaServer.get(), 1);
+    EXPECT_EQ(back.velmor.Scrn1.get(), 1);
+    EXPECT_EQ(back.g.SoundDevice, 2);
+    EXPECT_EQ(back.adobeF.VScroll1Left.get(), 15000);
+    EXPECT_EQ(back.g.PDFLeftDefault, "-300");
+    EXPECT_EQ(back.velmor.WindowTop, 1234.5);
+    EXPECT_EQ(back.velmor.WindowLeft, 1); // the left always starts at 1
+    SaveVelmor(back);
+    EXPECT_EQ(lines(), l); // what was read writes back the same
+}
+
+TEST_F(SettingsTest, ShortOlderFilesStopWhereTheyEnd) {
+    QStringList eleven = {"C:\\NWC", "*.mp3", "TRUE", "", "4.5", "100", "0", "TRUE", "FALSE", "", "FALSE"};
+    write(eleven);
+    int shown = 0;
+    ASSERT_TRUE(openSettings(s));
+    EXPECT_FALSE(readLines1to37(s, [&] { ++shown; }));
+    EXPECT_EQ(shown, 1);                      // line 11 shows sheet window 1
+    EXPECT_EQ(s.velmor.LoadPDF.get(), 1);     // whatever it holds
+    EXPECT_EQ(s.velmor.CNWC.get(), 0);        // line 3 "TRUE" all the same
+    EXPECT_EQ(s.velmor.FadeT.text(), "3");    // not reached: built-in
+    EXPECT_EQ(s.velmor.Text1.text(), "C:\\NWC"); // a Windows path is read as it stands
+    EXPECT_FALSE(s.files.isOpen(1));
+    // 37 lines are enough for the first stretch; the second reads nothing.
+    QStringList l37 = eleven;
+    while (l37.size() < 37) l37 << "";
+    write(l37);
+    ASSERT_TRUE(openSettings(s));
+    EXPECT_TRUE(readLines1to37(s, {}));
+    readLines38to60(s);
+    EXPECT_EQ(s.velmor.ClientDelay.text(), "3.5");
+}
+
+TEST_F(SettingsTest, FoundWhateverTheCaseAndBadValuesAfterLine37Fail) {
+    QStringList l(60, QString());
+    l[0] = "/music";
+    l[39] = "5"; // no check box value
+    write(l, "MELLIVANE.INI");
+    ASSERT_TRUE(openSettings(s));
+    EXPECT_TRUE(readLines1to37(s, {}));
+    EXPECT_EQ(s.velmor.Text1.text(), "/music");
+    EXPECT_THROW(readLines38to60(s), Failure);
+    SaveVelmor(s); // rewrites the file under the name it has
+    EXPECT_EQ(QDir(dir.path()).entryList(QDir::Files), QStringList{"MELLIVANE.INI"});
+}
+
+TEST_F(SettingsTest, FirstRunStartsOnTheDemoAndShutDownLeavesAFileTheNextStartReads) {
+    QTemporaryDir demo;
+    QDir(demo.path()).mkpath("songs");
+    QDir(demo.path()).mkpath("songs-2");
+    QFile::copy(__FILE__, demo.filePath("songs/Tune.pdf"));
+    int shown = 0;
+    StartupHooks h;
+    h.showMainWindow = [&] { ++shown; };
+    startUp(s, h, demo.path());
+    EXPECT_TRUE(messages.shown.isEmpty());
+    EXPECT_EQ(s.velmor.Text1.text(), demo.path() + "/songs");
+    EXPECT_EQ(s.velmor.File1List.get(), QStringList{"Tune.pdf"});
+    EXPECT_EQ(s.g.SoundDevice, -1);
+    EXPECT_EQ(s.velmor.AudioOutChecked.get(), -2); // nothing checked on a first run
+    EXPECT_EQ(shown, 1);
+    s.velmor.PlayedList = "/a/x.mp3,/a/y.mp3,";
+    s.velmor.FadeT.setText("5");
+    shutDown(s, h);
+    EXPECT_EQ(lines().size(), 60);
+    EXPECT_EQ(lines("PlayedList.txt"), QStringList{"/a/x.mp3,/a/y.mp3,"});
+
+    Session again(clock, messages);
+    again.configDir = dir.path();
+    startUp(again, h, demo.path());
+    EXPECT_EQ(again.velmor.FadeT.text(), "5");
+    EXPECT_EQ(again.velmor.PlayedList, "/a/x.mp3,/a/y.mp3,");
+    EXPECT_EQ(again.velmor.AudioOutChecked.get(), -1); // a full file checks Default
+    EXPECT_EQ(again.velmor.File1List.get(), QStringList{"Tune.pdf"});
+}
+
+} // namespace
