@@ -1,12 +1,15 @@
 #include "app/main_window.h"
 
 #include "core/qt_bind.h"
+#include "core/messages.h"
 #include "core/session_state.h"
+#include "core/settings_files.h"
 #include "library/song_list.h"
 #include "sheet/navigation.h"
 #include "transport/play_start.h"
 #include "transport/player_control_area.h"
 #include "transport/stop_pause.h"
+#include "transport/media_player.h"
 #include "transport/volume_speed.h"
 
 #include <QCheckBox>
@@ -17,6 +20,9 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QListWidget>
+#include <QMenu>
+#include <QMenuBar>
+#include <QMessageBox>
 #include <QMouseEvent>
 #include <QPushButton>
 #include <QScrollArea>
@@ -29,9 +35,36 @@ MainWindow::MainWindow(Session& s, MediaPlayer& player, QWidget* parent) : QWidg
     setObjectName(QStringLiteral("Velmor"));
     setWindowTitle(QStringLiteral("Media Player"));
     VelmorState& v = s.velmor;
-    auto* top = new QHBoxLayout(this);
+    auto* outer = new QVBoxLayout(this);
+    auto* bar = new QMenuBar(this);
+    outer->setMenuBar(bar);
+    auto* top = new QHBoxLayout;
+    outer->addLayout(top, 1);
     auto* left = new QVBoxLayout;
     top->addLayout(left, 1);
+
+    QMenu* ff = bar->addMenu(QStringLiteral("File"));
+    ff->setObjectName(QStringLiteral("FF"));
+    ff->addAction(QStringLiteral("Save"), this, [&s] { SaveVelmor(s); })->setObjectName(QStringLiteral("SAV"));
+    ff->addAction(QStringLiteral("Exit"), this, &QWidget::close)->setObjectName(QStringLiteral("EX"));
+    // Audio Out: "Default" and the first seven devices, one check mark.
+    QMenu* stx = bar->addMenu(QStringLiteral("Audio Out"));
+    stx->setObjectName(QStringLiteral("STX"));
+    connect(stx, &QMenu::aboutToShow, this, [this, stx, &s] {
+        stx->clear();
+        for (int i = -1; i < 7; ++i) {
+            const QString caption = i < 0 ? QStringLiteral("Default") : s.velmor.AudioOutNames.value(i);
+            if (i >= 0 && caption.isEmpty()) continue;
+            QAction* a = stx->addAction(caption, this, [&s, i] { AudioOut_Click(s, i); });
+            a->setObjectName(i < 0 ? QStringLiteral("TXDF") : QStringLiteral("TXS%1").arg(i));
+            a->setCheckable(true);
+            a->setChecked(s.velmor.AudioOutChecked.get() == i);
+        }
+    });
+    bar->addAction(QStringLiteral("About"), this, [&s] {
+        s.g.OverlayTicks = 1;
+        s.messages.msgBox(QStringLiteral("Mellivane Version 2.4"));
+    });
 
     // The player's control area: Start in its first 30 pixels, stop beyond.
     auto* strip = new QHBoxLayout;
@@ -88,8 +121,23 @@ MainWindow::MainWindow(Session& s, MediaPlayer& player, QWidget* parent) : QWidg
     subs_.push_back(bindLineEdit(v.Speed, speed));
     buttons->addWidget(speed, n / 3, n % 3), ++n;
     add(button("Command13", QStringLiteral(">"), &Command13_Click));
+    add(button("Command18", QStringLiteral("<"), &Command18_Click));
+    auto* pitch = new QLineEdit(this);
+    pitch->setObjectName(QStringLiteral("Pitch"));
+    subs_.push_back(bindLineEdit(v.Pitch, pitch));
+    buttons->addWidget(pitch, n / 3, n % 3), ++n;
+    add(button("Command19", QStringLiteral(">"), &Command19_Click));
     add(button("Command2", QStringLiteral("Change Path 1"), &SetPath));
-    add(button("Mixer", QStringLiteral("Mixer"), &Mixer_Click));
+    add(button("Command14", QStringLiteral("Mixer"), &Mixer_Click));
+    // "Quit": the clients stop, the music here is released, the program ends.
+    auto* quit = new QPushButton(QStringLiteral("Quit"), this);
+    quit->setObjectName(QStringLiteral("Command1"));
+    connect(quit, &QPushButton::clicked, this, [this, &s] {
+        StopPlaying(s);
+        if (s.player) s.player->close();
+        close();
+    });
+    add(quit);
     left->addLayout(buttons);
 
     // The setup fields, read by every part at each use.

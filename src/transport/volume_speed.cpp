@@ -5,6 +5,7 @@
 #include "transport/media_player.h"
 
 #include <QProcess>
+#include <cmath>
 
 namespace mv {
 
@@ -12,6 +13,38 @@ void installVolume(Session& s) {
     s.velmor.HScroll1.always([&s] {
         if (s.player) s.player->setSettingsVolume(s.velmor.HScroll1.get());
     });
+    s.velmor.Speed.always([&s] {
+        const VelmorState& v = s.velmor;
+        if (v.IamaServer.get() == 1 && v.Shape1.get() && s.sendToClients)
+            s.sendToClients(QStringLiteral("@SPEED/") + v.Speed.text());
+    });
+    s.velmor.Pitch.always([&s] { SetPitch(s); });
+}
+
+void Command18_Click(Session& s) { s.velmor.Pitch.setNumber(s.velmor.Pitch.value() - 0.5); }
+void Command19_Click(Session& s) { s.velmor.Pitch.setNumber(s.velmor.Pitch.value() + 0.5); }
+
+void SetPitch(Session& s) {
+    const double pos = s.player ? s.player->controlsCurrentPosition() : 0;
+    // Whole milliseconds in 32 bits: positions past 32767 ms fit too.
+    const double ms = std::nearbyint(pos * 1000);
+    s.messages.msgBox(QStringLiteral("Work in progress. Not yet available") + QStringLiteral(" / ") +
+                      u' ' + numberText(ms));
+}
+
+void AudioOut_Click(Session& s, int entry) {
+    s.velmor.AudioOutChecked.set(entry);
+    s.g.SoundDevice = entry;
+    setsound(s);
+}
+
+void setsound(Session& s) {
+    // The sound goes where the menu says.  No device volume is read back:
+    // the limit slider keeps its value.
+    if (!s.player) return;
+    const int d = s.g.SoundDevice;
+    const QStringList& names = s.velmor.AudioOutNames;
+    s.player->setAudioDevice(d >= 0 && d < names.size() ? names[d] : QString());
 }
 
 void Command12_Click(Session& s) { s.velmor.Speed.setNumber(s.velmor.Speed.value() - 0.05); }

@@ -6,12 +6,22 @@ namespace mv {
 
 struct Session;
 
-// HScroll1 sets the player's volume at once.
+// HScroll1 sets the player's volume at once; a change of Speed goes to the
+// clients of a connected server as @SPEED/; a change of Pitch calls SetPitch.
 void installVolume(Session& s);
 // "<" and ">" beside Speed: the value less or plus .05, as number text
 // (.95, .9, 1.05); nothing keeps it above 0.
 void Command12_Click(Session& s);
 void Command13_Click(Session& s);
+// "<" and ">" beside Pitch: .5 less or more.  Pitch does not change the
+// sound yet: a change says so, with the playing position.
+void Command18_Click(Session& s);
+void Command19_Click(Session& s);
+void SetPitch(Session& s);
+// An entry of the Audio Out menu: -1 "Default", 0..6 the devices.  It takes
+// the check mark, sets SoundDevice and routes the player's sound there.
+void AudioOut_Click(Session& s, int entry);
+void setsound(Session& s);
 // The Mixer button: starts the system's volume program, or says "Can't open
 // the Volume control program" titled "Sorry".
 void Mixer_Click(Session& s);

@@ -218,5 +218,27 @@ TEST_F(TransportTest, SpeedArrowsWriteTheSumsNumberTextAndTheVolumeBarDrivesTheP
     installVolume(s);
     s.velmor.HScroll1.set(73);
     EXPECT_EQ(player.settingsVolume(), 73);
+    s.velmor.IamaServer.set(1);
+    s.velmor.Shape1.set(true);
+    Command13_Click(s);
+    EXPECT_EQ(sent.last(), "@SPEED/0");
+}
+
+TEST_F(TransportTest, PitchOnlySaysItIsNotThereAndAudioOutRoutesTheSound) {
+    installVolume(s);
+    Command19_Click(s);
+    EXPECT_EQ(s.velmor.Pitch.text(), "1.5");
+    EXPECT_EQ(messages.shown.last(), "Work in progress. Not yet available /  0");
+    player.setURL("x.mp3");
+    player.setControlsCurrentPosition(40.0004);
+    Command18_Click(s);
+    EXPECT_EQ(messages.shown.last(), "Work in progress. Not yet available /  40000");
+    s.velmor.AudioOutNames = {"pulse/a", "pulse/b"};
+    AudioOut_Click(s, 1);
+    EXPECT_EQ(s.g.SoundDevice, 1);
+    EXPECT_EQ(s.velmor.AudioOutChecked.get(), 1);
+    EXPECT_EQ(player.calls.last(), "device(pulse/b)");
+    AudioOut_Click(s, -1);
+    EXPECT_EQ(player.calls.last(), "device()");
 }
 } // namespace
