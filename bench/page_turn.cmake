@@ -1,0 +1,7 @@
+add_executable(page_turn ${CMAKE_CURRENT_LIST_DIR}/page_turn.cpp)
+target_link_libraries(page_turn PRIVATE mv_pdf mv_pdf_gen)
+target_compile_definitions(page_turn PRIVATE MELLIVANE_SOURCE_DIR="${PROJECT_SOURCE_DIR}")
+add_executable(song_load ${CMAKE_CURRENT_LIST_DIR}/song_load.cpp)
+target_link_libraries(song_load PRIVATE mv_song_loading mv_sheet mv_pdf mv_pdf_gen mv_test_support)
+add_executable(audio_cpu ${CMAKE_CURRENT_LIST_DIR}/audio_cpu.cpp)
+target_link_libraries(audio_cpu PRIVATE mv_mpv mv_media_gen)
