@@ -28,10 +28,13 @@ MpvPlayer::MpvPlayer(const QString& audioOutput, QObject* parent)
     mpv_ = mpv_create();
     if (!mpv_) return;
     mpv_set_option_string(mpv_, "ao", aoList(audioOutput).constData());
-    if (aoList(audioOutput) == "pcm") {
-        mpv_set_option_string(mpv_, "ao-pcm-file", QFileInfo(audioOutput).absoluteFilePath().toUtf8().constData());
+    writesFile_ = aoList(audioOutput) == "pcm";
+    if (writesFile_) {
+        mpv_set_option_string(mpv_, "ao-pcm-file",
+                              QFileInfo(audioOutput).absoluteFilePath().toUtf8().constData());
         mpv_set_option_string(mpv_, "ao-pcm-waveheader", "yes");
-        mpv_set_option_string(mpv_, "audio-format", "s16"); // one sample format whatever the filters
+        mpv_set_option_string(mpv_, "audio-format",
+                              "s16"); // one sample format whatever the filters
     }
     mpv_set_option_string(mpv_, "vid", "no");
     mpv_set_option_string(mpv_, "video", "no");
@@ -42,6 +45,10 @@ MpvPlayer::MpvPlayer(const QString& audioOutput, QObject* parent)
     mpv_set_option_string(mpv_, "audio-pitch-correction", "yes");
     mpv_set_option_string(mpv_, "volume", "50");
     mpv_set_option_string(mpv_, "volume-max", "100");
+    // Start fast: a small output buffer and no cache, so that the music's
+    // clock starts within a few milliseconds of the load.
+    mpv_set_option_string(mpv_, "audio-buffer", "0.05");
+    mpv_set_option_string(mpv_, "cache", "no");
     if (mpv_initialize(mpv_) < 0) {
         mpv_terminate_destroy(mpv_);
         mpv_ = nullptr;
@@ -99,6 +106,9 @@ void MpvPlayer::setURL(const QString& path) {
     startAt_ = 0;
     loadPending_ = true;
     loaded_ = false;
+    // A file output runs faster than real time: nothing to catch up with.
+    catchUp_ = !writesFile_;
+    urlClock_.start();
     state_ = 3;
     markPosition(0);
     lastReported_ = 0;
@@ -144,12 +154,31 @@ void MpvPlayer::drainEvents() {
         case MPV_EVENT_FILE_LOADED:
             loaded_ = true;
             break;
+        case MPV_EVENT_PLAYBACK_RESTART:
+            // The music was asked for at the URL; opening and decoding took
+            // a moment (60-80 ms here).  Catch up once, so that the music
+            // stands where it would had it started at once: maps count from
+            // that moment.
+            if (catchUp_ && loaded_ && state_ == 3) {
+                catchUp_ = false;
+                const double lag = urlClock_.nsecsElapsed() / 1e9;
+                if (lag > 0.005 && lag < 2.0) {
+                    const double target = startAt_ + lag * rate_;
+                    const QByteArray pos = QByteArray::number(target, 'f', 3);
+                    const char* cmd[] = {"seek", pos.constData(), "absolute+exact", nullptr};
+                    mpv_command(mpv_, cmd);
+                    markPosition(target);
+                }
+            }
+            break;
         case MPV_EVENT_END_FILE: {
             auto* end = static_cast<mpv_event_end_file*>(e->data);
             // A "stop" or a new "loadfile" ends the old file too; only the
             // end of the music itself (or an error) stops the player here.
-            if (end && (end->reason == MPV_END_FILE_REASON_EOF ||
-                        end->reason == MPV_END_FILE_REASON_ERROR) && !loadPending_) {
+            if (end &&
+                (end->reason == MPV_END_FILE_REASON_EOF ||
+                 end->reason == MPV_END_FILE_REASON_ERROR) &&
+                !loadPending_) {
                 loaded_ = false;
                 state_ = 1;
                 emit endOfFile();
@@ -241,7 +270,8 @@ double MpvPlayer::controlsCurrentPosition() const {
 void MpvPlayer::setControlsCurrentPosition(double seconds) {
     if (url_.isEmpty()) return;
     seconds = std::max(0.0, seconds);
-    if (loadPending_) startAt_ = seconds;
+    if (loadPending_)
+        startAt_ = seconds;
     else if (mpv_ && loaded_) {
         const QByteArray pos = QByteArray::number(seconds, 'f', 3);
         const char* cmd[] = {"seek", pos.constData(), "absolute+exact", nullptr};
@@ -263,8 +293,10 @@ QStringList MpvPlayer::audioDevices() const {
             for (int k = 0; k < dev.u.list->num; ++k) {
                 if (std::strcmp(dev.u.list->keys[k], "name") != 0) continue;
                 const QString name = QString::fromUtf8(dev.u.list->values[k].u.string);
-                if (name.startsWith(u"pulse/") || name.startsWith(u"pipewire/")) server << name;
-                else if (name.startsWith(u"alsa/") && !name.contains(u"null")) alsa << name;
+                if (name.startsWith(u"pulse/") || name.startsWith(u"pipewire/"))
+                    server << name;
+                else if (name.startsWith(u"alsa/") && !name.contains(u"null"))
+                    alsa << name;
             }
         }
     }

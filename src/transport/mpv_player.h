@@ -66,7 +66,7 @@ class MpvPlayer : public QObject, public MediaPlayer {
     mpv_handle* mpv_ = nullptr;
     QString url_;
     QString requestedAo_;
-    int state_ = 10;         // 10 ready, 3 playing, 2 paused, 1 stopped, 4 fast forward
+    int state_ = 10; // 10 ready, 3 playing, 2 paused, 1 stopped, 4 fast forward
     double rate_ = 1.0;
     int volume_ = 50;
     bool loadPending_ = false; // a load is queued, not yet sent to mpv
@@ -78,6 +78,9 @@ class MpvPlayer : public QObject, public MediaPlayer {
     QElapsedTimer baseClock_;
     mutable double lastReported_ = 0;
     bool noAudio_ = false;
+    bool writesFile_ = false; // the output is a WAV file, written as fast as it can
+    bool catchUp_ = false;    // the next playback start catches up with the URL's moment
+    QElapsedTimer urlClock_;  // runs from the last URL
     quint64 loadSerial_ = 0;
 };
 
