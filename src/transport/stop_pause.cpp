@@ -1,5 +1,6 @@
 #include "transport/stop_pause.h"
 
+#include "core/file_numbers.h"
 #include "core/session_state.h"
 #include "transport/media_player.h"
 
@@ -60,6 +61,43 @@ void phaseout(Session& s) {
     }
     p->setURL(QString());
     p->close();
+}
+
+namespace {
+
+void hideCursors(Session& s) {
+    s.adobeF.Picture1.Visible.set(false);
+    if (s.adobeF2.Visible.get()) s.adobeF2.Picture1.Visible.set(false);
+}
+
+// The source taken away, the clients told, the file let go.
+void dropSource(Session& s) {
+    if (s.player) s.player->setURL(QString());
+    StopPlaying(s);
+    if (s.player) s.player->close();
+}
+
+} // namespace
+
+void stopForRandomChoice(Session& s) {
+    hideCursors(s);
+    s.g.StopRequested = kTrue;
+    dropSource(s);
+    hideCursors(s);
+}
+
+void stopForRenaming(Session& s) {
+    dropSource(s);
+    for (int n : {1, 2, 3})
+        s.files.close(n);
+}
+
+void stopOnClient(Session& s) {
+    s.g.StopRequested = kTrue;
+    if (s.player) {
+        s.player->setURL(QString());
+        s.player->close();
+    }
 }
 
 } // namespace mv

@@ -16,4 +16,16 @@ void Command10_Click(Session& s);
 void Command7_Click(Session& s);
 void phaseout(Session& s);
 
+// The stops that come before other work; each is its own combination.
+// Before the random choice ("Select Random MP3"): the cursors hidden before
+// and after, StopRequested, the source taken away, &STOP/, the file closed.
+void stopForRandomChoice(Session& s);
+// Before renaming ("Set Z", "Remove Z", after the user's Yes): the source
+// taken away, &STOP/, the file closed, then files 1, 2 and 3 closed, so a
+// running play ends silently at its next read.  StopRequested stays as is.
+void stopForRenaming(Session& s);
+// "&STOP/" arriving on a client: StopRequested, the source taken away.  The
+// cursors are left to the loop.
+void stopOnClient(Session& s);
+
 } // namespace mv

@@ -64,7 +64,8 @@ TEST_F(TransportTest, ModesRefuseTheStartAfterResettingTheFlags) {
     s.adobeF.Shape1.set(true);
     press(5);
     Command8_Click(s);
-    EXPECT_EQ(messages.shown.mid(1), (QStringList{"You are in Record mode", "You are in Record mode"}));
+    EXPECT_EQ(messages.shown.mid(1),
+              (QStringList{"You are in Record mode", "You are in Record mode"}));
     EXPECT_TRUE(player.calls.isEmpty());
     s.WindowsMediaPlayer1_MouseDown(2, 0, 5, 5); // the right button does nothing at all
 }
@@ -115,6 +116,48 @@ TEST_F(TransportTest, StopByClickAtThirty) {
     EXPECT_EQ(player.URL(), "");
     EXPECT_EQ(viewer.calls.last(), "gotoFirstPage");
     EXPECT_TRUE(counts.isEmpty());
+}
+
+// The other stops, each its own combination, while a play runs.
+TEST_F(TransportTest, RandomChoiceRenamingAndClientStopsEndARunningPlayEachInItsWay) {
+    s.velmor.PDFDLY.setText("0");
+    s.velmor.FirstNote.setText("0");
+    s.velmor.IamaServer.set(1);
+    s.velmor.Shape1.set(true);
+    const QStringList rec = {"1000", "1", "1", "0", "False", "False"};
+    map(rec + QStringList{"1000", "2", "1", "0", "False", "False"} +
+        QStringList{"1000", "3", "1", "0", "False", "False"});
+    auto playWith = [&](void (*stop)(Session&)) {
+        s.adobeF.Text1.setText("0"); // as after a play that ran its last steps
+        moves.clear();
+        sent.clear();
+        player.calls.clear();
+        t0 = clock.tickMs();
+        clock.at(t0 + 1500, [this, stop] { stop(s); });
+        press(0);
+        QStringList texts; // without their times
+        for (const QString& m : moves)
+            texts << m.section(' ', 1);
+        return texts.join(' ');
+    };
+    // Random choice: the tic in progress ends, then the steps after the loop.
+    EXPECT_EQ(playWith(&stopForRandomChoice), "X=1 X=2 X=0");
+    EXPECT_TRUE(sent.contains("&STOP/"));
+    EXPECT_TRUE(player.calls.contains("URL()"));
+    EXPECT_TRUE(player.calls.contains("close"));
+    EXPECT_FALSE(s.adobeF.Picture1.Visible.get());
+
+    // Renaming: the map is closed under the loop, which ends at its next read
+    // without the steps after the loop; the stop flag is not raised.
+    EXPECT_EQ(playWith(&stopForRenaming), "X=1");
+    EXPECT_EQ(s.adobeF.Text1.text(), "1");
+    EXPECT_EQ(s.g.StopRequested, 0);
+    EXPECT_TRUE(sent.contains("&STOP/"));
+
+    // A client's stop: no &STOP/ goes out from here.
+    EXPECT_EQ(playWith(&stopOnClient), "X=1 X=2 X=0");
+    EXPECT_FALSE(sent.contains("&STOP/"));
+    EXPECT_TRUE(player.calls.contains("URL()"));
 }
 
 TEST_F(TransportTest, PauseFallsOnATicAndContinueGivesTheNextTicItsWholeTime) {
