@@ -20,10 +20,12 @@ int main(int argc, char** argv) {
     // A melody of changing tones, long enough for the run; MP3 when lame is
     // there (what the program plays), else the WAV itself.
     std::vector<double> tones;
-    for (int i = 0; i < seconds * 2 + 4; ++i) tones.push_back(220.0 * (1 + (i * 7) % 12 / 12.0));
+    for (int i = 0; i < seconds * 2 + 4; ++i)
+        tones.push_back(220.0 * (1 + (i * 7) % 12 / 12.0));
     const QString wav = dir.filePath("music.wav"), mp3 = dir.filePath("music.mp3");
     mv::test::writeToneWav(wav, tones, 0.5);
-    const bool haveMp3 = QProcess::execute(QStringLiteral("lame"), {"--quiet", "-b", "128", wav, mp3}) == 0;
+    const bool haveMp3 =
+        QProcess::execute(QStringLiteral("lame"), {"--quiet", "-b", "128", wav, mp3}) == 0;
     const QString file = haveMp3 ? mp3 : wav;
     auto measure = [&](double rate) {
         mv::MpvPlayer p(QStringLiteral("null"));

@@ -30,7 +30,8 @@ inline double rssMb() {
 inline bool runUntil(const std::function<bool()>& done, int timeoutMs) {
     QElapsedTimer t;
     t.start();
-    while (!done() && t.elapsed() < timeoutMs) QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 5);
+    while (!done() && t.elapsed() < timeoutMs)
+        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 5);
     return done();
 }
 

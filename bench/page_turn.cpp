@@ -19,7 +19,8 @@ int main(int argc, char** argv) {
     QApplication app(argc, argv);
     QTemporaryDir dir;
     std::vector<QPointF> marks;
-    for (int i = 0; i < 40; ++i) marks.push_back(QPointF(50 + (i * 37) % 400, 80 + (i * 53) % 600));
+    for (int i = 0; i < 40; ++i)
+        marks.push_back(QPointF(50 + (i * 37) % 400, 80 + (i * 53) % 600));
     const QString pdf20 = dir.filePath("20.pdf"), pdf40 = dir.filePath("40.pdf");
     mv::test::writeMarkedPdf(pdf20, std::vector<QPointF>(marks.begin(), marks.begin() + 20));
     mv::test::writeMarkedPdf(pdf40, marks);

@@ -118,7 +118,8 @@ int main(int argc, char** argv) {
         std::printf("tics: %zu count\n", lateness.size());
         std::printf("lateness_p50_ms: %.3f ms\n", percentile(lateness, 0.50));
         std::printf("lateness_p99_ms: %.3f ms\n", percentile(lateness, 0.99));
-        std::printf("lateness_max_ms: %.3f ms\n", *std::max_element(lateness.begin(), lateness.end()));
+        std::printf("lateness_max_ms: %.3f ms\n",
+                    *std::max_element(lateness.begin(), lateness.end()));
         std::printf("cpu_pct: %.2f %%\n", 100.0 * cpu / (wall + 3.0));
         std::printf("timer_ticks: %d count\n", timerTicks);
         QApplication::quit();

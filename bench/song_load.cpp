@@ -46,7 +46,8 @@ int main(int argc, char** argv) {
         s.velmor.File1List.set({name + ".pdf"});
         s.velmor.File1ListIndex.set(0);
         bool painted = false;
-        auto c = QObject::connect(viewer, &mv::QtPdfViewer::pagePainted, [&](int p) { painted = p == 1; });
+        auto c = QObject::connect(viewer, &mv::QtPdfViewer::pagePainted,
+                                  [&](int p) { painted = p == 1; });
         QElapsedTimer t;
         t.start();
         s.File1_MouseDown(1, 0, 0, 0);

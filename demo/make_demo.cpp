@@ -8,8 +8,8 @@
 // The melodies are traditional and in the public domain; the settings and
 // recordings are ours.
 
-#include "cursormap/tic_table.h"
 #include "core/values.h"
+#include "cursormap/tic_table.h"
 #include "sheet/page_geometry.h"
 
 #include <QDir>
@@ -45,15 +45,17 @@ struct Piece {
 // Sheet layout, in PDF points.
 constexpr double kPageW = 612, kPageH = 792;
 constexpr double kLeft = 60, kRight = 552;
-constexpr double kLine = 8;              // staff line distance
+constexpr double kLine = 8; // staff line distance
 constexpr double kFirstSystem = 130, kSystemStep = 130;
 constexpr int kSystemsPerPage = 5, kMeasuresPerSystem = 4;
 constexpr double kClefArea = 44;
-constexpr double kLeadIn = 1.0; // seconds of silence before the first note
+constexpr double kLeadIn = 1.0;   // seconds of silence before the first note
 constexpr double kCountOff = 4.0; // the built-in PDF Delay the maps are made for
 constexpr double kTicOffset = 0.995;
 
-int diatonic(char letter, int octave) { return QByteArray("CDEFGAB").indexOf(letter) + 7 * octave; }
+int diatonic(char letter, int octave) {
+    return QByteArray("CDEFGAB").indexOf(letter) + 7 * octave;
+}
 double midiHz(char letter, int octave, int sharps) {
     static const int semis[] = {0, 2, 4, 5, 7, 9, 11};
     int idx = QByteArray("CDEFGAB").indexOf(letter);
@@ -111,12 +113,14 @@ std::vector<Measure> engrave(const Piece& p, const QString& pdfPath) {
             g.drawText(QRectF(0, 40, kPageW, 40), Qt::AlignCenter,
                        page == 0 ? p.title : p.title + QStringLiteral(" (continued)"));
             g.setFont(QFont(QStringLiteral("DejaVu Sans"), 9));
-            g.drawText(QRectF(0, kPageH - 40, kPageW, 20), Qt::AlignCenter, QString::number(page + 1));
+            g.drawText(QRectF(0, kPageH - 40, kPageW, 20), Qt::AlignCenter,
+                       QString::number(page + 1));
             lastPage = page;
         }
         if (system != lastSystem) {
             g.setPen(QPen(Qt::black, 0.7));
-            for (int l = 0; l < 5; ++l) g.drawLine(QPointF(kLeft, top + l * kLine), QPointF(kRight, top + l * kLine));
+            for (int l = 0; l < 5; ++l)
+                g.drawLine(QPointF(kLeft, top + l * kLine), QPointF(kRight, top + l * kLine));
             g.drawLine(QPointF(kLeft, top), QPointF(kLeft, top + 4 * kLine));
             // A plain G-clef sign and the key and time signatures.
             g.setFont(QFont(QStringLiteral("DejaVu Serif"), 26));
@@ -149,9 +153,11 @@ std::vector<Measure> engrave(const Piece& p, const QString& pdfPath) {
                 const int step = diatonic(n.letter, n.octave) - diatonic('E', 4);
                 const double y = top + 4 * kLine - step * kLine / 2;
                 for (int s = -2; s >= step; s -= 2) // ledger lines below
-                    g.drawLine(QPointF(x - 7, top + 4 * kLine - s * kLine / 2), QPointF(x + 7, top + 4 * kLine - s * kLine / 2));
+                    g.drawLine(QPointF(x - 7, top + 4 * kLine - s * kLine / 2),
+                               QPointF(x + 7, top + 4 * kLine - s * kLine / 2));
                 for (int s = 10; s <= step; s += 2) // and above
-                    g.drawLine(QPointF(x - 7, top + 4 * kLine - s * kLine / 2), QPointF(x + 7, top + 4 * kLine - s * kLine / 2));
+                    g.drawLine(QPointF(x - 7, top + 4 * kLine - s * kLine / 2),
+                               QPointF(x + 7, top + 4 * kLine - s * kLine / 2));
                 const bool hollow = n.beats >= 2;
                 QPainterPath head;
                 head.addEllipse(QPointF(x, y), 4.6, 3.4);
@@ -164,7 +170,8 @@ std::vector<Measure> engrave(const Piece& p, const QString& pdfPath) {
                     const double sx = up ? x + 4.3 : x - 4.3;
                     g.drawLine(QPointF(sx, y), QPointF(sx, up ? y - 24 : y + 24));
                     if (n.beats <= 0.5)
-                        g.drawLine(QPointF(sx, up ? y - 24 : y + 24), QPointF(sx + 6, up ? y - 16 : y + 16));
+                        g.drawLine(QPointF(sx, up ? y - 24 : y + 24),
+                                   QPointF(sx + 6, up ? y - 16 : y + 16));
                 }
                 const double frac = n.beats - std::floor(n.beats);
                 if (frac == 0.5 && n.beats > 1) g.drawEllipse(QPointF(x + 8, y - 1), 1.0, 1.0);
@@ -180,7 +187,8 @@ std::vector<Measure> engrave(const Piece& p, const QString& pdfPath) {
 }
 
 // A soft plucked-string voice: a few harmonics under a falling envelope.
-void addTone(std::vector<float>& buf, int rate, double startSec, double durSec, double hz, double amp) {
+void addTone(std::vector<float>& buf, int rate, double startSec, double durSec, double hz,
+             double amp) {
     const size_t start = size_t(startSec * rate);
     const size_t n = size_t((durSec + 0.25) * rate);
     if (buf.size() < start + n) buf.resize(start + n, 0);
@@ -190,7 +198,8 @@ void addTone(std::vector<float>& buf, int rate, double startSec, double durSec, 
         const double release = t > durSec ? std::exp(-(t - durSec) * 30) : 1.0;
         const double env = attack * release * std::exp(-t * 1.8);
         const double ph = 2 * M_PI * hz * t;
-        buf[start + k] += float(amp * env * (std::sin(ph) + 0.35 * std::sin(2 * ph) + 0.12 * std::sin(3 * ph)));
+        buf[start + k] +=
+            float(amp * env * (std::sin(ph) + 0.35 * std::sin(2 * ph) + 0.12 * std::sin(3 * ph)));
     }
 }
 
@@ -201,11 +210,20 @@ void writeWav(const QString& path, const std::vector<float>& buf, int rate) {
         data.append(char(v & 0xff)).append(char((v >> 8) & 0xff));
     }
     QByteArray h("RIFF");
-    auto u32 = [&h](quint32 v) { for (int i = 0; i < 4; ++i) h.append(char((v >> (8 * i)) & 0xff)); };
+    auto u32 = [&h](quint32 v) {
+        for (int i = 0; i < 4; ++i)
+            h.append(char((v >> (8 * i)) & 0xff));
+    };
     auto u16 = [&h](quint16 v) { h.append(char(v & 0xff)).append(char(v >> 8)); };
     u32(36 + data.size());
     h += "WAVEfmt ";
-    u32(16); u16(1); u16(1); u32(rate); u32(rate * 2); u16(2); u16(16);
+    u32(16);
+    u16(1);
+    u16(1);
+    u32(rate);
+    u32(rate * 2);
+    u16(2);
+    u16(16);
     h += "data";
     u32(data.size());
     QFile f(path);
@@ -218,12 +236,15 @@ std::vector<float> record(const Piece& p, bool withBass) {
     double beat = 0;
     const double spb = 60.0 / p.bpm;
     for (const Note& n : p.melody) {
-        if (n.letter != 'R') addTone(buf, rate, kLeadIn + beat * spb, n.beats * spb * 0.95, midiHz(n.letter, n.octave, p.sharps), 0.45);
+        if (n.letter != 'R')
+            addTone(buf, rate, kLeadIn + beat * spb, n.beats * spb * 0.95,
+                    midiHz(n.letter, n.octave, p.sharps), 0.45);
         beat += n.beats;
     }
     if (withBass) // the mix: a low tonic on every first beat
         for (double b = 0; b < beat; b += p.beatsPerMeasure)
-            addTone(buf, rate, kLeadIn + b * spb, p.beatsPerMeasure * spb * 0.9, midiHz('C', 3, 0) * (p.sharps ? 9.0 / 8 : 1), 0.25);
+            addTone(buf, rate, kLeadIn + b * spb, p.beatsPerMeasure * spb * 0.9,
+                    midiHz('C', 3, 0) * (p.sharps ? 9.0 / 8 : 1), 0.25);
     buf.resize(buf.size() + rate / 2, 0);
     return buf;
 }
@@ -246,15 +267,16 @@ QStringList makeMap(const std::vector<Measure>& ms, QTextStream& layout, const Q
         const long long tic = total - prevMs;
         prevMs = total;
         const double scr = m.system >= 3 ? 8000 : 0; // the lower half of the page
-        const QPointF head = mv::page::pointInViewer(QPointF(m.x, m.staffTop), QSizeF(kPageW, kPageH), viewerWidth, 100);
-        const double x = head.x() - 495.0 / 2;               // the cursor centred over the note
+        const QPointF head = mv::page::pointInViewer(QPointF(m.x, m.staffTop),
+                                                     QSizeF(kPageW, kPageH), viewerWidth, 100);
+        const double x = head.x() - 495.0 / 2; // the cursor centred over the note
         const double y = head.y() - 135 - 90 - (scr + scrollOffset); // just above the staff
         const bool nxt = m.page != prevPage;
         prevPage = m.page;
         lines << QString::number(tic) << mv::printFormSingle(x) << mv::printFormSingle(y)
               << mv::numberText(scr) << mv::boolText(nxt) << QStringLiteral("False");
-        layout << song << '\t' << k + 1 << '\t' << m.page + 1 << '\t' << m.x << '\t' << m.staffTop << '\t'
-               << total << '\t' << scr << '\t' << (nxt ? "True" : "False") << '\n';
+        layout << song << '\t' << k + 1 << '\t' << m.page + 1 << '\t' << m.x << '\t' << m.staffTop
+               << '\t' << total << '\t' << scr << '\t' << (nxt ? "True" : "False") << '\n';
     }
     return lines;
 }
@@ -262,34 +284,43 @@ QStringList makeMap(const std::vector<Measure>& ms, QTextStream& layout, const Q
 void writeMap(const QString& path, const QStringList& lines) {
     QFile f(path);
     if (!f.open(QIODevice::WriteOnly)) return;
-    for (const QString& l : lines) f.write(l.toLatin1() + "\r\n");
+    for (const QString& l : lines)
+        f.write(l.toLatin1() + "\r\n");
 }
 
 Piece odeToJoy() {
-    const char* notes = "EEFG GFED CCDE E.D_D- EEFG GFED CCDE D.C_C- DDEC DE_F_EC DE_F_ED CDG3- EEFG GFED CCDE D.C_C-";
+    const char* notes = "EEFG GFED CCDE E.D_D- EEFG GFED CCDE D.C_C- DDEC DE_F_EC DE_F_ED CDG3- "
+                        "EEFG GFED CCDE D.C_C-";
     // Parse: letter = quarter; "." after a note makes it dotted (1.5), "_"
     // an eighth, "-" a half, "3" the low G (octave 3).
     Piece p{"Ode to Joy", "Ode to Joy", 4, 120, {}};
     for (const char* c = notes; *c; ++c) {
         if (*c == ' ') continue;
-        if (std::strchr("CDEFGAB", *c)) p.melody.push_back({*c, 4, 1});
-        else if (*c == '.') p.melody.back().beats = 1.5;
-        else if (*c == '_') p.melody.back().beats = 0.5;
-        else if (*c == '-') p.melody.back().beats = 2;
-        else if (*c == '3') p.melody.back().octave = 3;
+        if (std::strchr("CDEFGAB", *c))
+            p.melody.push_back({*c, 4, 1});
+        else if (*c == '.')
+            p.melody.back().beats = 1.5;
+        else if (*c == '_')
+            p.melody.back().beats = 0.5;
+        else if (*c == '-')
+            p.melody.back().beats = 2;
+        else if (*c == '3')
+            p.melody.back().octave = 3;
     }
     return p;
 }
 
 Piece twinkle() {
     Piece p{"Twinkle Twinkle", "Twinkle, Twinkle, Little Star", 4, 100, {}};
-    const char* verse[] = {"CCGG", "AAG-", "FFEE", "DDC-", "GGFF", "EED-", "GGFF", "EED-",
-                           "CCGG", "AAG-", "FFEE", "DDC-"};
+    const char* verse[] = {"CCGG", "AAG-", "FFEE", "DDC-", "GGFF", "EED-",
+                           "GGFF", "EED-", "CCGG", "AAG-", "FFEE", "DDC-"};
     for (int rep = 0; rep < 2; ++rep)
         for (const char* m : verse)
             for (const char* c = m; *c; ++c) {
-                if (*c == '-') p.melody.back().beats = 2;
-                else p.melody.push_back({*c, 4, 1});
+                if (*c == '-')
+                    p.melody.back().beats = 2;
+                else
+                    p.melody.push_back({*c, 4, 1});
             }
     return p;
 }
@@ -298,13 +329,15 @@ Piece greensleeves() {
     // 3/4: a quarter pickup is folded into the first measure as a rest.
     Piece p{"Greensleeves", "Greensleeves", 3, 120, {}};
     const std::vector<Note> m = {
-        {'R', 4, 2}, {'A', 4, 1}, {'C', 5, 2}, {'D', 5, 1}, {'E', 5, 1.5}, {'F', 5, 0.5}, {'E', 5, 1},
-        {'D', 5, 2}, {'B', 4, 1}, {'G', 4, 1.5}, {'A', 4, 0.5}, {'B', 4, 1}, {'C', 5, 2}, {'A', 4, 1},
-        {'A', 4, 1.5}, {'G', 4, 0.5}, {'A', 4, 1}, {'B', 4, 2}, {'G', 4, 1}, {'E', 4, 2}, {'A', 4, 1},
-        {'C', 5, 2}, {'D', 5, 1}, {'E', 5, 1.5}, {'F', 5, 0.5}, {'E', 5, 1}, {'D', 5, 2}, {'B', 4, 1},
-        {'G', 4, 1.5}, {'A', 4, 0.5}, {'B', 4, 1}, {'C', 5, 1.5}, {'B', 4, 0.5}, {'A', 4, 1},
-        {'G', 4, 1.5}, {'F', 4, 0.5}, {'G', 4, 1}, {'A', 4, 3}, {'A', 4, 3}};
-    for (int rep = 0; rep < 2; ++rep) p.melody.insert(p.melody.end(), m.begin(), m.end());
+        {'R', 4, 2},   {'A', 4, 1},   {'C', 5, 2},   {'D', 5, 1},   {'E', 5, 1.5}, {'F', 5, 0.5},
+        {'E', 5, 1},   {'D', 5, 2},   {'B', 4, 1},   {'G', 4, 1.5}, {'A', 4, 0.5}, {'B', 4, 1},
+        {'C', 5, 2},   {'A', 4, 1},   {'A', 4, 1.5}, {'G', 4, 0.5}, {'A', 4, 1},   {'B', 4, 2},
+        {'G', 4, 1},   {'E', 4, 2},   {'A', 4, 1},   {'C', 5, 2},   {'D', 5, 1},   {'E', 5, 1.5},
+        {'F', 5, 0.5}, {'E', 5, 1},   {'D', 5, 2},   {'B', 4, 1},   {'G', 4, 1.5}, {'A', 4, 0.5},
+        {'B', 4, 1},   {'C', 5, 1.5}, {'B', 4, 0.5}, {'A', 4, 1},   {'G', 4, 1.5}, {'F', 4, 0.5},
+        {'G', 4, 1},   {'A', 4, 3},   {'A', 4, 3}};
+    for (int rep = 0; rep < 2; ++rep)
+        p.melody.insert(p.melody.end(), m.begin(), m.end());
     return p;
 }
 
@@ -328,7 +361,8 @@ int main(int argc, char** argv) {
         const std::vector<Measure> ms = engrave(p, out.filePath(p.name + ".pdf"));
         writeWav(out.filePath(p.name + ".wav"), record(p, false), 44100);
         writeMap(out.filePath(p.name + ".map"), makeMap(ms, layout, p.name));
-        std::printf("%s: %zu measures, %d page(s)\n", qPrintable(p.name), ms.size(), ms.back().page + 1);
+        std::printf("%s: %zu measures, %d page(s)\n", qPrintable(p.name), ms.size(),
+                    ms.back().page + 1);
     }
     // The mix of Ode to Joy shares its sheet and map; its second part, for
     // a B-flat instrument, is written a tone higher with two sharps.

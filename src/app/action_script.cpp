@@ -31,7 +31,9 @@ QStringList readActionScript(const QString& path) {
 ActionScript::ActionScript(WindowRegistry& windows, QStringList lines, QObject* parent)
     : QObject(parent), windows_(windows), lines_(std::move(lines)) {}
 
-void ActionScript::start() { QTimer::singleShot(0, this, &ActionScript::step); }
+void ActionScript::start() {
+    QTimer::singleShot(0, this, &ActionScript::step);
+}
 
 void ActionScript::fail(const QString& why) {
     ++failures_;
@@ -77,7 +79,8 @@ void sendMouse(QWidget* w, QEvent::Type type, Qt::MouseButton b, QPoint p) {
 QString textOf(QWidget* w) {
     if (auto* e = qobject_cast<QLineEdit*>(w)) return e->text();
     if (auto* l = qobject_cast<QLabel*>(w)) return l->text();
-    if (auto* c = qobject_cast<QCheckBox*>(w)) return c->isChecked() ? QStringLiteral("1") : QStringLiteral("0");
+    if (auto* c = qobject_cast<QCheckBox*>(w))
+        return c->isChecked() ? QStringLiteral("1") : QStringLiteral("0");
     if (auto* b = qobject_cast<QAbstractButton*>(w)) return b->text();
     if (auto* l = qobject_cast<QListWidget*>(w))
         return l->currentItem() ? l->currentItem()->text() : QString();
@@ -97,7 +100,8 @@ void ActionScript::runLine(const QString& line) {
     if (verb == u"quit") {
         // The main window first: its closing is the program's shut-down.
         if (QWidget* main = windows_.find(QStringLiteral("Velmor"))) main->close();
-        for (QWidget* w : QApplication::topLevelWidgets()) w->close();
+        for (QWidget* w : QApplication::topLevelWidgets())
+            w->close();
         QApplication::exit(failures_ ? 1 : 0);
         lines_.clear();
         return;
@@ -130,7 +134,8 @@ void ActionScript::runLine(const QString& line) {
         }
     } else if (verb == u"select") {
         auto* list = qobject_cast<QListWidget*>(w);
-        const auto items = list ? list->findItems(rest, Qt::MatchExactly) : QList<QListWidgetItem*>{};
+        const auto items =
+            list ? list->findItems(rest, Qt::MatchExactly) : QList<QListWidgetItem*>{};
         if (items.isEmpty()) return fail("no entry " + rest + " in " + a[1]);
         list->scrollToItem(items[0]);
         const QPoint p = list->visualItemRect(items[0]).center();

@@ -16,7 +16,8 @@ class ConsoleMessages final : public Messages {
         print(text);
         return true;
     }
-    std::optional<QString> inputBox(const QString& prompt, const QString&, const QString&) override {
+    std::optional<QString> inputBox(const QString& prompt, const QString&,
+                                    const QString&) override {
         print(prompt);
         return std::nullopt;
     }

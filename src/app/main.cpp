@@ -25,8 +25,8 @@
 
 #include <QApplication>
 #include <QCommandLineParser>
-#include <QListWidget>
 #include <QDir>
+#include <QListWidget>
 #include <QScreen>
 #include <clocale>
 #include <cstdio>
@@ -40,7 +40,8 @@ namespace {
 // installed binary.
 QString demoRoot() {
     const QStringList candidates = {QStringLiteral(MELLIVANE_SOURCE_DIR "/demo"),
-                                    QApplication::applicationDirPath() + QStringLiteral("/../share/mellivane/demo")};
+                                    QApplication::applicationDirPath() +
+                                        QStringLiteral("/../share/mellivane/demo")};
     for (const QString& c : candidates)
         if (QDir(c + QStringLiteral("/songs")).exists()) return QDir(c).absolutePath();
     return {};
@@ -87,7 +88,8 @@ int main(int argc, char** argv) {
     if (cl.isSet(configDir)) {
         s.configDir = QDir(cl.value(configDir)).absolutePath();
     } else {
-        const QString xdg = qEnvironmentVariable("XDG_CONFIG_HOME", QDir::homePath() + QStringLiteral("/.config"));
+        const QString xdg =
+            qEnvironmentVariable("XDG_CONFIG_HOME", QDir::homePath() + QStringLiteral("/.config"));
         s.configDir = xdg + QStringLiteral("/mellivane");
     }
     MpvPlayer player(cl.value(audio));
@@ -109,7 +111,9 @@ int main(int argc, char** argv) {
         auto* viewer = new QtPdfViewer;
         s.adobeF.AcroPDF1 = viewer;
         auto* w = new SheetWindow(s, viewer);
-        w->handlers[QStringLiteral("Command15")] = [&s] { WindowsMediaPlayer1_MouseDown(s, 1, 0, 0, 0); };
+        w->handlers[QStringLiteral("Command15")] = [&s] {
+            WindowsMediaPlayer1_MouseDown(s, 1, 0, 0, 0);
+        };
         w->handlers[QStringLiteral("Command16")] = [&s] { Command8_Click(s); };
         w->handlers[QStringLiteral("Command1")] = [w] { w->close(); };
         return w;

@@ -1,15 +1,15 @@
 #include "app/main_window.h"
 
-#include "core/qt_bind.h"
 #include "core/messages.h"
+#include "core/qt_bind.h"
 #include "core/session_state.h"
 #include "core/settings_files.h"
 #include "library/song_list.h"
 #include "sheet/navigation.h"
+#include "transport/media_player.h"
 #include "transport/play_start.h"
 #include "transport/player_control_area.h"
 #include "transport/stop_pause.h"
-#include "transport/media_player.h"
 #include "transport/volume_speed.h"
 
 #include <QCheckBox>
@@ -45,15 +45,19 @@ MainWindow::MainWindow(Session& s, MediaPlayer& player, QWidget* parent) : QWidg
 
     QMenu* ff = bar->addMenu(QStringLiteral("File"));
     ff->setObjectName(QStringLiteral("FF"));
-    ff->addAction(QStringLiteral("Save"), this, [&s] { SaveVelmor(s); })->setObjectName(QStringLiteral("SAV"));
-    ff->addAction(QStringLiteral("Exit"), this, &QWidget::close)->setObjectName(QStringLiteral("EX"));
+    ff->addAction(QStringLiteral("Save"), this, [&s] {
+          SaveVelmor(s);
+      })->setObjectName(QStringLiteral("SAV"));
+    ff->addAction(QStringLiteral("Exit"), this, &QWidget::close)
+        ->setObjectName(QStringLiteral("EX"));
     // Audio Out: "Default" and the first seven devices, one check mark.
     QMenu* stx = bar->addMenu(QStringLiteral("Audio Out"));
     stx->setObjectName(QStringLiteral("STX"));
     connect(stx, &QMenu::aboutToShow, this, [this, stx, &s] {
         stx->clear();
         for (int i = -1; i < 7; ++i) {
-            const QString caption = i < 0 ? QStringLiteral("Default") : s.velmor.AudioOutNames.value(i);
+            const QString caption =
+                i < 0 ? QStringLiteral("Default") : s.velmor.AudioOutNames.value(i);
             if (i >= 0 && caption.isEmpty()) continue;
             QAction* a = stx->addAction(caption, this, [&s, i] { AudioOut_Click(s, i); });
             a->setObjectName(i < 0 ? QStringLiteral("TXDF") : QStringLiteral("TXS%1").arg(i));
@@ -101,10 +105,12 @@ MainWindow::MainWindow(Session& s, MediaPlayer& player, QWidget* parent) : QWidg
     left->addWidget(file1_, 1);
     subs_.push_back(v.File1List.subscribe([this] { fillList(); }));
     subs_.push_back(v.File1ListIndex.subscribe([this, &v] {
-        if (file1_->currentRow() != v.File1ListIndex.get()) file1_->setCurrentRow(v.File1ListIndex.get());
+        if (file1_->currentRow() != v.File1ListIndex.get())
+            file1_->setCurrentRow(v.File1ListIndex.get());
     }));
     // Moving the selection with the keys loads nothing.
-    connect(file1_, &QListWidget::currentRowChanged, this, [&v](int row) { v.File1ListIndex.set(row); });
+    connect(file1_, &QListWidget::currentRowChanged, this,
+            [&v](int row) { v.File1ListIndex.set(row); });
     fillList();
 
     auto* buttons = new QGridLayout;
@@ -182,7 +188,8 @@ MainWindow::MainWindow(Session& s, MediaPlayer& player, QWidget* parent) : QWidg
 void MainWindow::fillList() {
     const QStringList& l = s_.velmor.File1List.get();
     QStringList shown;
-    for (int i = 0; i < file1_->count(); ++i) shown << file1_->item(i)->text();
+    for (int i = 0; i < file1_->count(); ++i)
+        shown << file1_->item(i)->text();
     if (shown == l) return;
     const QSignalBlocker block(file1_);
     file1_->clear();
@@ -198,7 +205,9 @@ bool MainWindow::eventFilter(QObject* watched, QEvent* e) {
         const int row = file1_->row(file1_->itemAt(me->position().toPoint()));
         if (row >= 0) {
             s_.velmor.File1ListIndex.set(row);
-            const int b = me->button() == Qt::LeftButton ? 1 : me->button() == Qt::RightButton ? 2 : 4;
+            const int b = me->button() == Qt::LeftButton    ? 1
+                          : me->button() == Qt::RightButton ? 2
+                                                            : 4;
             if (s_.File1_MouseDown)
                 s_.File1_MouseDown(b, 0, me->position().x() * 15, me->position().y() * 15);
         }
@@ -221,7 +230,8 @@ void MainWindow::keyPressEvent(QKeyEvent* e) {
     QWidget::keyPressEvent(e);
 }
 
-QPushButton* MainWindow::button(const char* name, const QString& caption, void (*handler)(Session&)) {
+QPushButton* MainWindow::button(const char* name, const QString& caption,
+                                void (*handler)(Session&)) {
     auto* b = new QPushButton(caption, this);
     b->setObjectName(QString::fromLatin1(name));
     connect(b, &QPushButton::clicked, this, [this, handler] { handler(s_); });

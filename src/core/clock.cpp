@@ -16,10 +16,13 @@ struct SystemClock::Impl {
     int nextId = 1;
 };
 
-SystemClock::SystemClock() : d(new Impl) { d->steady.start(); }
+SystemClock::SystemClock() : d(new Impl) {
+    d->steady.start();
+}
 
 SystemClock::~SystemClock() {
-    for (QTimer* t : std::as_const(d->timers)) delete t;
+    for (QTimer* t : std::as_const(d->timers))
+        delete t;
     delete d;
 }
 
@@ -28,7 +31,9 @@ int64_t SystemClock::tickMs() const {
     return d->steady.elapsed() + 1000;
 }
 
-double SystemClock::preciseMs() const { return double(d->steady.nsecsElapsed()) / 1e6 + 1000; }
+double SystemClock::preciseMs() const {
+    return double(d->steady.nsecsElapsed()) / 1e6 + 1000;
+}
 
 float SystemClock::dayClock() const {
     return static_cast<float>(QTime::currentTime().msecsSinceStartOfDay() / 1000.0);
@@ -45,9 +50,13 @@ int SystemClock::every(int periodMs, std::function<void()> fn) {
     return id;
 }
 
-void SystemClock::cancel(int id) { delete d->timers.take(id); }
+void SystemClock::cancel(int id) {
+    delete d->timers.take(id);
+}
 
-void SystemClock::sleepBlocking(int ms) { std::this_thread::sleep_for(std::chrono::milliseconds(ms)); }
+void SystemClock::sleepBlocking(int ms) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(ms));
+}
 
 VirtualClock::VirtualClock(int64_t startTick, double dayStart)
     : now_(startTick), dayStart_(dayStart), startTick_(startTick) {}
@@ -67,8 +76,10 @@ int VirtualClock::every(int periodMs, std::function<void()> fn) {
 void VirtualClock::cancel(int id) {
     periods_.erase(id);
     for (auto it = queue_.begin(); it != queue_.end();) {
-        if (it->second.periodicId == id) it = queue_.erase(it);
-        else ++it;
+        if (it->second.periodicId == id)
+            it = queue_.erase(it);
+        else
+            ++it;
     }
 }
 

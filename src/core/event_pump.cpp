@@ -29,7 +29,8 @@ void EventPump::waitRound(int64_t deadline) {
     if (remaining < 1.0) {
         // Timers count whole milliseconds; the last fraction is slept here,
         // without events, so that the wake-up is not a millisecond late.
-        if (remaining > 0) std::this_thread::sleep_for(std::chrono::duration<double, std::milli>(remaining));
+        if (remaining > 0)
+            std::this_thread::sleep_for(std::chrono::duration<double, std::milli>(remaining));
         return;
     }
     // A timer of our own per round: a nested wait must not disturb the timer
@@ -42,7 +43,8 @@ void EventPump::waitRound(int64_t deadline) {
 }
 
 void EventPump::waitUntil(int64_t deadline) {
-    while (clock_.tickMs() < deadline) waitRound(deadline);
+    while (clock_.tickMs() < deadline)
+        waitRound(deadline);
 }
 
 void EventPump::guardedWait(double seconds) {

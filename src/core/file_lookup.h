@@ -16,7 +16,8 @@ inline QString existingPathIgnoringCase(const QString& path) {
     const QDir dir = info.absoluteDir();
     if (!dir.exists()) return path;
     const QString name = info.fileName();
-    const QStringList entries = dir.entryList(QDir::Files | QDir::Dirs | QDir::NoDotAndDotDot | QDir::Hidden);
+    const QStringList entries =
+        dir.entryList(QDir::Files | QDir::Dirs | QDir::NoDotAndDotDot | QDir::Hidden);
     for (const QString& e : entries)
         if (e.compare(name, Qt::CaseInsensitive) == 0) return dir.filePath(e);
     return path;

@@ -31,7 +31,9 @@ QStringList splitLines(const QByteArray& bytes) {
 }
 
 FileTable::FileTable() = default;
-FileTable::~FileTable() { closeAll(); }
+FileTable::~FileTable() {
+    closeAll();
+}
 
 FileTable::Slot& FileTable::slot(int number) const {
     if (number < 1 || number > kMaxNumber || !slots_[number]) throw failures::badFileNumber();
@@ -42,7 +44,9 @@ bool FileTable::isOpen(int number) const {
     return number >= 1 && number <= kMaxNumber && slots_[number] != nullptr;
 }
 
-QString FileTable::path(int number) const { return isOpen(number) ? slots_[number]->path : QString(); }
+QString FileTable::path(int number) const {
+    return isOpen(number) ? slots_[number]->path : QString();
+}
 
 void FileTable::open(int number, const QString& path, FileMode mode) {
     if (number < 1 || number > kMaxNumber) throw failures::badFileNumber();
@@ -78,7 +82,8 @@ void FileTable::close(int number) {
 }
 
 void FileTable::closeAll() {
-    for (int n = 1; n <= kMaxNumber; ++n) close(n);
+    for (int n = 1; n <= kMaxNumber; ++n)
+        close(n);
 }
 
 bool FileTable::eof(int number) const {

@@ -56,7 +56,8 @@ class Notifier {
         // Copy the ids first: a handler may subscribe or unsubscribe.
         std::vector<int> ids;
         ids.reserve(handlers_->size());
-        for (auto& [id, fn] : *handlers_) ids.push_back(id);
+        for (auto& [id, fn] : *handlers_)
+            ids.push_back(id);
         auto keep = handlers_;
         for (int id : ids) {
             auto it = keep->find(id);

@@ -34,6 +34,8 @@ inline Subscription bindVisible(Prop<bool>& p, QWidget* w) {
 }
 
 // Twips to pixels at the widget edge: 15 twips a pixel.
-constexpr int px(double twips) { return static_cast<int>(twips >= 0 ? twips / 15 + 0.5 : twips / 15 - 0.5); }
+constexpr int px(double twips) {
+    return static_cast<int>(twips >= 0 ? twips / 15 + 0.5 : twips / 15 - 0.5);
+}
 
 } // namespace mv

@@ -29,22 +29,22 @@ class WindowRegistry;
 
 // The process-wide variables.  Flags are 0 or -1.
 struct Globals {
-    QString SongFile;                          // full path of the selected list entry
-    QString SongBase;                          // folder + cleaned name; empty: no song yet
-    std::array<QString, 37> MapHeaderLines;    // second sheet's adjustment per page, 0..36
-    int16_t CursorIndex = 0;                   // row the readout fields address
-    Flag CursorStarted = 0;                    // CursorIndex holds a valid position
-    Flag StopRequested = 0;                    // a play loop ends at its next test
-    int64_t PlayStartTick = 0;                 // base of the tic in progress (tick clock)
-    int16_t PlayLoopCount = 0;                 // passes of the play loop, capped at 30000
-    Flag Paused = 0;                           // Pause pressed
-    Flag PauseHeld = 0;                        // the loop holds on a tic
-    Flag CursorPlaySwitch = 0;                 // the panel's "Stop Play" asks the play to end
+    QString SongFile;                       // full path of the selected list entry
+    QString SongBase;                       // folder + cleaned name; empty: no song yet
+    std::array<QString, 37> MapHeaderLines; // second sheet's adjustment per page, 0..36
+    int16_t CursorIndex = 0;                // row the readout fields address
+    Flag CursorStarted = 0;                 // CursorIndex holds a valid position
+    Flag StopRequested = 0;                 // a play loop ends at its next test
+    int64_t PlayStartTick = 0;              // base of the tic in progress (tick clock)
+    int16_t PlayLoopCount = 0;              // passes of the play loop, capped at 30000
+    Flag Paused = 0;                        // Pause pressed
+    Flag PauseHeld = 0;                     // the loop holds on a tic
+    Flag CursorPlaySwitch = 0;              // the panel's "Stop Play" asks the play to end
     Flag RecordMode = 0, AppendMode = 0, RecordFirstTic = 0, RecordTicSeen = 0;
     Flag NextPageMark = 0, PrevPageMark = 0;
     double LastMouseX = 0, LastMouseY = 0;
     Flag CursorDragging = 0;
-    Flag ScrollMarkPending = 0;                // the scroll readout changed: show the cursor
+    Flag ScrollMarkPending = 0; // the scroll readout changed: show the cursor
     int16_t ScrollMarkTicks = 0;
     int32_t TicAdjust = 0;
     double AppendStartMs = 0;
@@ -52,7 +52,7 @@ struct Globals {
     QString PDFLeftDefault = QStringLiteral("0");
     double ButtonStripLeft = 0;
     double Sheet2DragX = 0;
-    int32_t SoundDevice = -1;                  // -1 default, 0..6 the Audio Out entries
+    int32_t SoundDevice = -1; // -1 default, 0..6 the Audio Out entries
     int32_t WaveVolume = 0;
     int16_t ClientCount = 0;
     Flag OverlayArmed = 0;
@@ -79,9 +79,9 @@ struct VelmorState {
     CheckBox ZoomNWC{0};                           // "Zoom NWC to 50%"
     CheckBox ZoomPDF{0};                           // "Zoom PDF to 100%"
     Field PDFView;                                 // "PDF Viewer"
-    CheckBox IGNNR{0};   // "Ignore number at beginning of file for NWC"
-    CheckBox IgnZ{1};    // "Ignore MP3 files that start with Z"
-    CheckBox IgnX{1};    // "Ignore MP3 files that start with X"
+    CheckBox IGNNR{0};                             // "Ignore number at beginning of file for NWC"
+    CheckBox IgnZ{1};                              // "Ignore MP3 files that start with Z"
+    CheckBox IgnX{1};                              // "Ignore MP3 files that start with X"
     Field PDFDLY{QStringLiteral("4")};             // "PDF Delay"
     Field ClientDelay{QStringLiteral("3.5")};      // "Client Delay"
     Field FirstNote{QStringLiteral("500")};        // "1st Note Delay"
@@ -115,8 +115,8 @@ struct VelmorState {
     Field PortNr;                                  // "Port:"
     CheckBox IamaServer{0};                        // "I Am A Server"
     CheckBox SendAS{1};                            // "Send AutoScroll"
-    Field Command10{QStringLiteral("Pause")};     // "Pause" / "Continue"
-    Field ZM{QStringLiteral("Zoom")};              // caption of the "Zoom" menu: "-Zoom" with the large list
+    Field Command10{QStringLiteral("Pause")};      // "Pause" / "Continue"
+    Field ZM{QStringLiteral("Zoom")}; // caption of the "Zoom" menu: "-Zoom" with the large list
     // The song list File1: its entries as shown, and the selected one (-1: none).
     Prop<QStringList> File1List;
     Prop<int> File1ListIndex{-1};
@@ -132,9 +132,9 @@ struct VelmorState {
         const int i = File1ListIndex.get();
         return i >= 0 && i < File1List.get().size() ? File1List.get()[i] : QString();
     }
-    ScrollValue HScroll1{1, 100, 50};              // volume
-    ScrollValue VScroll1{1, 100, 100};             // "%": volume limit applied at load
-    Light Shape1{false};                           // network dot
+    ScrollValue HScroll1{1, 100, 50};  // volume
+    ScrollValue VScroll1{1, 100, 100}; // "%": volume limit applied at load
+    Light Shape1{false};               // network dot
 };
 
 // One cursor picture (Picture1 of a sheet window).  Lengths in twips.
@@ -146,9 +146,9 @@ struct CursorPicture {
     Prop<double> Top{0};
     Prop<int> Height{kNormalHeight};
     Prop<bool> Visible{false};
-    Prop<bool> Red{false};     // the image: false that of Picture4, true that of Picture2
-    Prop<int> Raised{0};       // counts "bring to front"
-    Prop<int> Repainted{0};    // counts repaints (the image assigned to itself)
+    Prop<bool> Red{false};  // the image: false that of Picture4, true that of Picture2
+    Prop<int> Raised{0};    // counts "bring to front"
+    Prop<int> Repainted{0}; // counts repaints (the image assigned to itself)
     bool isRed() const { return Height.get() > 140; }
     void bringToFront() { Raised.set(Raised.get() + 1); }
     void repaint() { Repainted.set(Repainted.get() + 1); }
@@ -168,18 +168,18 @@ struct SheetOneState {
     CheckBox Tick{0};                      // "TIC": a beep at every tic
     Field Text11{QStringLiteral("4")};     // the count-off figure
     Prop<bool> Text11Visible{false};
-    Light Shape1, Shape2, Shape3, Shape4;  // Record, Edit, lock, Append lights
+    Light Shape1, Shape2, Shape3, Shape4; // Record, Edit, lock, Append lights
     CursorPicture Picture1;
-    ScrollValue VScroll1{0, 32767, 0};     // V: the carrier's top is -V
-    Prop<double> Width{16505};             // the window's width in twips
-    Prop<double> VScroll1Left{14280};      // the anchor of the button strip (twips)
-    double Left = 0;                       // the window's left on the screen, twips
-    double Top = 1;                        // the window's top on the screen, twips
-    double Height = 19500;                 // the window's height, twips
-    Field Text5, Text6, Text8;             // step additions to X, Y and SCR
-    Prop<double> Picture3Left{0};          // the carrier's left; the viewer sits as far in it
-    Prop<double> Picture3Height{12455};    // the carrier: two screen heights once a sheet is loaded
-    Prop<double> AcroPDF1Height{12450};    // the viewer: Text6 screen heights once loaded
+    ScrollValue VScroll1{0, 32767, 0};  // V: the carrier's top is -V
+    Prop<double> Width{16505};          // the window's width in twips
+    Prop<double> VScroll1Left{14280};   // the anchor of the button strip (twips)
+    double Left = 0;                    // the window's left on the screen, twips
+    double Top = 1;                     // the window's top on the screen, twips
+    double Height = 19500;              // the window's height, twips
+    Field Text5, Text6, Text8;          // step additions to X, Y and SCR
+    Prop<double> Picture3Left{0};       // the carrier's left; the viewer sits as far in it
+    Prop<double> Picture3Height{12455}; // the carrier: two screen heights once a sheet is loaded
+    Prop<double> AcroPDF1Height{12450}; // the viewer: Text6 screen heights once loaded
     Prop<double> VScroll1Top{45}, VScroll1Height{8895};
     PdfViewer* AcroPDF1 = nullptr;
     // Gives the input focus to Command14 "Auto Scroll" (the window installs
@@ -195,10 +195,10 @@ struct SheetTwoState {
     Prop<bool> Visible{false};
     CursorPicture Picture1;
     ScrollValue VScroll1{0, 32767, 0};
-    ScrollValue VScroll2{-5000, 5000, 0};  // "Adjust PDF"
-    Field AdjLeft;                         // "Left"
-    Field ScrollOffset;                    // "Top"
-    Field PageNR{QStringLiteral("1")};     // "Page"
+    ScrollValue VScroll2{-5000, 5000, 0}; // "Adjust PDF"
+    Field AdjLeft;                        // "Left"
+    Field ScrollOffset;                   // "Top"
+    Field PageNR{QStringLiteral("1")};    // "Page"
     Field Text11{QStringLiteral("4")};
     Prop<bool> Text11Visible{false};
     PdfViewer* AcroPDF1 = nullptr;

@@ -12,9 +12,15 @@ namespace {
 constexpr int kFile = 1;
 const QString kSettings = QStringLiteral("Mellivane.ini");
 
-QString flag(int checked) { return checked == 1 ? QStringLiteral("TRUE") : QStringLiteral("FALSE"); }
-QString state(bool on) { return boolText(on); }
-int readFlag(const QString& l) { return l == u"TRUE" ? 1 : 0; }
+QString flag(int checked) {
+    return checked == 1 ? QStringLiteral("TRUE") : QStringLiteral("FALSE");
+}
+QString state(bool on) {
+    return boolText(on);
+}
+int readFlag(const QString& l) {
+    return l == u"TRUE" ? 1 : 0;
+}
 // A check box value read back: 0, 1 or 2 (grayed); anything else fails.
 int readValue(const QString& l) {
     const int v = roundWord(val(l));
@@ -33,26 +39,68 @@ void SaveVelmor(Session& s) {
     const SheetOneState& f = s.adobeF;
     s.files.close(kFile);
     s.files.open(kFile, configFile(s, kSettings), FileMode::Output);
-    const QStringList lines = {
-        v.Text1.text(), v.Text2.text(), flag(v.CNWC.get()), v.Text3.text(), v.Text4.text(),
-        numberText(v.WindowTop), numberText(v.WindowLeft), flag(v.IGNNR.get()), flag(v.IgnZ.get()),
-        v.PDFView.text(), flag(v.LoadPDF.get()), flag(v.ZoomNWC.get()), flag(v.ZoomPDF.get()),
-        v.FadeT.text(), v.ScrollOffset.text(), v.XOffset.text(), v.YOffset.text(), v.AutoScroll.text(),
-        v.Text5.text(), v.PDFDLY.text(), v.FirstNote.text(), printForm(v.WindowLeft),
-        printForm(v.WindowTop), v.Line24, v.Text6.text(), v.ZoomAll.text(),
-        printForm(s.g.ButtonStripLeft), printForm(f.Left), printForm(f.Top),
-        state(v.AudioOutChecked.get() == -1), state(v.AudioOutChecked.get() == 0),
-        state(v.AudioOutChecked.get() == 1), state(v.AudioOutChecked.get() == 2),
-        state(v.AudioOutChecked.get() == 3), state(v.AudioOutChecked.get() == 4),
-        state(v.AudioOutChecked.get() == 5), state(v.AudioOutChecked.get() == 6),
-        v.IPAddress.text(), v.PortNr.text(), printForm(v.IamaServer.get()), v.ClientDelay.text(),
-        printForm(v.NoCursor.get()), v.Text7.text(), printForm(v.NoPDFAdj.get()),
-        state(v.Scrn0.get() == 1), state(v.Scrn1.get() == 1), state(v.IgnX.get() == 1),
-        v.ScrollSpeed.text(), v.ScrollStep.text(), v.BeepX.text(), flag(v.SendAS.get()),
-        flag(v.ShowB.get()), v.PDFHeight.text(), v.PDFWidth.text(), flag(v.ShowVB.get()),
-        v.ZM.text(), s.g.PDFLeftDefault, flag(v.NoScroll.get()), flag(v.FootControl.get()),
-        v.PDFLeftD.text()};
-    for (const QString& l : lines) s.files.writeLine(kFile, l);
+    const QStringList lines = {v.Text1.text(),
+                               v.Text2.text(),
+                               flag(v.CNWC.get()),
+                               v.Text3.text(),
+                               v.Text4.text(),
+                               numberText(v.WindowTop),
+                               numberText(v.WindowLeft),
+                               flag(v.IGNNR.get()),
+                               flag(v.IgnZ.get()),
+                               v.PDFView.text(),
+                               flag(v.LoadPDF.get()),
+                               flag(v.ZoomNWC.get()),
+                               flag(v.ZoomPDF.get()),
+                               v.FadeT.text(),
+                               v.ScrollOffset.text(),
+                               v.XOffset.text(),
+                               v.YOffset.text(),
+                               v.AutoScroll.text(),
+                               v.Text5.text(),
+                               v.PDFDLY.text(),
+                               v.FirstNote.text(),
+                               printForm(v.WindowLeft),
+                               printForm(v.WindowTop),
+                               v.Line24,
+                               v.Text6.text(),
+                               v.ZoomAll.text(),
+                               printForm(s.g.ButtonStripLeft),
+                               printForm(f.Left),
+                               printForm(f.Top),
+                               state(v.AudioOutChecked.get() == -1),
+                               state(v.AudioOutChecked.get() == 0),
+                               state(v.AudioOutChecked.get() == 1),
+                               state(v.AudioOutChecked.get() == 2),
+                               state(v.AudioOutChecked.get() == 3),
+                               state(v.AudioOutChecked.get() == 4),
+                               state(v.AudioOutChecked.get() == 5),
+                               state(v.AudioOutChecked.get() == 6),
+                               v.IPAddress.text(),
+                               v.PortNr.text(),
+                               printForm(v.IamaServer.get()),
+                               v.ClientDelay.text(),
+                               printForm(v.NoCursor.get()),
+                               v.Text7.text(),
+                               printForm(v.NoPDFAdj.get()),
+                               state(v.Scrn0.get() == 1),
+                               state(v.Scrn1.get() == 1),
+                               state(v.IgnX.get() == 1),
+                               v.ScrollSpeed.text(),
+                               v.ScrollStep.text(),
+                               v.BeepX.text(),
+                               flag(v.SendAS.get()),
+                               flag(v.ShowB.get()),
+                               v.PDFHeight.text(),
+                               v.PDFWidth.text(),
+                               flag(v.ShowVB.get()),
+                               v.ZM.text(),
+                               s.g.PDFLeftDefault,
+                               flag(v.NoScroll.get()),
+                               flag(v.FootControl.get()),
+                               v.PDFLeftD.text()};
+    for (const QString& l : lines)
+        s.files.writeLine(kFile, l);
     s.files.close(kFile);
 }
 
@@ -78,55 +126,101 @@ bool readLines1to37(Session& s, const std::function<void()>& onShowSheet1) {
         const QString l = s.files.readLine(kFile);
         try { // a bad line is passed over
             switch (line) {
-            case 1: v.Text1.setText(l); break;
-            case 2: v.Text2.setText(l); break;
-            case 3: v.CNWC.set(0); break;
-            case 4: v.Text3.setText(l); break;
-            case 5: v.Text4.setText(l); break;
+            case 1:
+                v.Text1.setText(l);
+                break;
+            case 2:
+                v.Text2.setText(l);
+                break;
+            case 3:
+                v.CNWC.set(0);
+                break;
+            case 4:
+                v.Text3.setText(l);
+                break;
+            case 5:
+                v.Text4.setText(l);
+                break;
             case 6: {
                 const double top = val(l);
-                v.WindowTop = top >= 0 && top < s.screenHeight - 500 ? top : s.screenHeight - v.WindowHeight;
+                v.WindowTop =
+                    top >= 0 && top < s.screenHeight - 500 ? top : s.screenHeight - v.WindowHeight;
                 break;
             }
-            case 7: v.WindowLeft = 1; break;
-            case 8: v.IGNNR.set(readFlag(l)); break;
-            case 9: v.IgnZ.set(readFlag(l)); break;
-            case 10: v.PDFView.setText(l); break;
+            case 7:
+                v.WindowLeft = 1;
+                break;
+            case 8:
+                v.IGNNR.set(readFlag(l));
+                break;
+            case 9:
+                v.IgnZ.set(readFlag(l));
+                break;
+            case 10:
+                v.PDFView.setText(l);
+                break;
             case 11:
                 v.LoadPDF.set(1);
                 if (onShowSheet1) onShowSheet1();
                 break;
-            case 12: v.ZoomNWC.set(0); break;
+            case 12:
+                v.ZoomNWC.set(0);
+                break;
             case 13:
                 v.ZoomPDF.set(readFlag(l));
                 if (v.ZoomPDF.get() == 1 && onShowSheet1) onShowSheet1();
                 break;
-            case 14: v.FadeT.setText(l); break;
-            case 15: v.ScrollOffset.setText(l); break;
-            case 16: v.XOffset.setText(l); break;
-            case 17: v.YOffset.setText(l); break;
-            case 18: v.AutoScroll.setText(l); break;
-            case 19: v.Text5.setText(l); break;
-            case 20: v.PDFDLY.setText(l); break;
-            case 21: v.FirstNote.setText(l); break;
-            case 22: v.WindowLeft = 1; break;
+            case 14:
+                v.FadeT.setText(l);
+                break;
+            case 15:
+                v.ScrollOffset.setText(l);
+                break;
+            case 16:
+                v.XOffset.setText(l);
+                break;
+            case 17:
+                v.YOffset.setText(l);
+                break;
+            case 18:
+                v.AutoScroll.setText(l);
+                break;
+            case 19:
+                v.Text5.setText(l);
+                break;
+            case 20:
+                v.PDFDLY.setText(l);
+                break;
+            case 21:
+                v.FirstNote.setText(l);
+                break;
+            case 22:
+                v.WindowLeft = 1;
+                break;
             case 23: {
                 const double top = val(l);
                 v.WindowTop = !(s.screenHeight - 500 < top) ? top : s.screenHeight - v.WindowHeight;
                 break;
             }
-            case 24: v.Line24 = l; break;
+            case 24:
+                v.Line24 = l;
+                break;
             case 25:
                 v.Text6.setText(l);
                 v.File1Pattern = v.Text2.text().trimmed();
                 break;
-            case 26: v.ZoomAll.setText(l); break;
+            case 26:
+                v.ZoomAll.setText(l);
+                break;
             case 27:
                 s.g.ButtonStripLeft = val(l);
                 s.adobeF.VScroll1Left.set(s.g.ButtonStripLeft);
                 break;
-            case 28: break; // the sheet window's left: only ever written
-            case 29: s.adobeF.Top = 1; break;
+            case 28:
+                break; // the sheet window's left: only ever written
+            case 29:
+                s.adobeF.Top = 1;
+                break;
             default: // 30..37: the Audio Out menu, TXDF then TXS0..TXS6
                 if (l != u"False") {
                     v.AudioOutChecked.set(line - 31);
@@ -146,24 +240,60 @@ void readLines38to60(Session& s) {
         if (!s.files.isOpen(kFile) || s.files.eof(kFile)) break;
         const QString l = s.files.readLine(kFile);
         switch (line) {
-        case 38: v.IPAddress.setText(l); break;
-        case 39: v.PortNr.setText(l); break;
-        case 40: v.IamaServer.set(readValue(l)); break;
-        case 41: v.ClientDelay.setText(l); break;
-        case 42: v.NoCursor.set(readValue(l)); break;
-        case 43: v.Text7.setText(l); break;
-        case 44: v.NoPDFAdj.set(readValue(l)); break;
-        case 45: v.Scrn0.set(l == u"True" ? 1 : 0); break;
-        case 46: v.Scrn1.set(l == u"True" ? 1 : 0); break;
-        case 47: v.IgnX.set(l == u"True" ? 1 : 0); break;
-        case 48: v.ScrollSpeed.setText(l); break;
-        case 49: v.ScrollStep.setText(l); break;
-        case 50: v.BeepX.setText(l); break;
-        case 51: v.SendAS.set(readFlag(l)); break;
-        case 52: v.ShowB.set(readFlag(l)); break;
-        case 53: v.PDFHeight.setText(l); break;
-        case 54: v.PDFWidth.setText(l); break;
-        case 55: v.ShowVB.set(readFlag(l)); break;
+        case 38:
+            v.IPAddress.setText(l);
+            break;
+        case 39:
+            v.PortNr.setText(l);
+            break;
+        case 40:
+            v.IamaServer.set(readValue(l));
+            break;
+        case 41:
+            v.ClientDelay.setText(l);
+            break;
+        case 42:
+            v.NoCursor.set(readValue(l));
+            break;
+        case 43:
+            v.Text7.setText(l);
+            break;
+        case 44:
+            v.NoPDFAdj.set(readValue(l));
+            break;
+        case 45:
+            v.Scrn0.set(l == u"True" ? 1 : 0);
+            break;
+        case 46:
+            v.Scrn1.set(l == u"True" ? 1 : 0);
+            break;
+        case 47:
+            v.IgnX.set(l == u"True" ? 1 : 0);
+            break;
+        case 48:
+            v.ScrollSpeed.setText(l);
+            break;
+        case 49:
+            v.ScrollStep.setText(l);
+            break;
+        case 50:
+            v.BeepX.setText(l);
+            break;
+        case 51:
+            v.SendAS.set(readFlag(l));
+            break;
+        case 52:
+            v.ShowB.set(readFlag(l));
+            break;
+        case 53:
+            v.PDFHeight.setText(l);
+            break;
+        case 54:
+            v.PDFWidth.setText(l);
+            break;
+        case 55:
+            v.ShowVB.set(readFlag(l));
+            break;
         case 56:
             // "-Zoom" brings the large list back through the menu's click.
             v.ZM.setText(l == u"-Zoom" ? QStringLiteral("Zoom") : l);
@@ -173,9 +303,15 @@ void readLines38to60(Session& s) {
             s.g.PDFLeftDefault = l;
             v.PDFLeftD.setText(l);
             break;
-        case 58: v.NoScroll.set(readFlag(l)); break;
-        case 59: v.FootControl.set(readFlag(l)); break;
-        case 60: v.PDFLeftD.setText(l); break;
+        case 58:
+            v.NoScroll.set(readFlag(l));
+            break;
+        case 59:
+            v.FootControl.set(readFlag(l));
+            break;
+        case 60:
+            v.PDFLeftD.setText(l);
+            break;
         }
     }
     s.files.close(kFile);
@@ -199,7 +335,8 @@ void writeAdobeFx(Session& s) {
     const double left = s.adobeF.Left;
     s.files.close(2);
     s.files.open(2, configFile(s, QStringLiteral("AdobeFx.ini")), FileMode::Output);
-    s.files.writeLine(2, printForm(top >= 0 && top < s.screenHeight - s.adobeF.Height / 2 ? top : 0));
+    s.files.writeLine(2,
+                      printForm(top >= 0 && top < s.screenHeight - s.adobeF.Height / 2 ? top : 0));
     s.files.writeLine(2, printForm(left < s.screenWidth ? left : 0));
     s.files.close(2);
 }

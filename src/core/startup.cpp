@@ -18,7 +18,8 @@ const QString kPlayed = QStringLiteral("PlayedList.txt");
 void audioMenu(Session& s) {
     QStringList names = s.player ? s.player->audioDevices() : QStringList();
     names = names.mid(0, 7); // devices beyond the seventh are not shown
-    while (names.size() < 7) names << QString();
+    while (names.size() < 7)
+        names << QString();
     s.velmor.AudioOutNames = names;
 }
 
@@ -39,13 +40,13 @@ void readPlayedList(Session& s) {
 void startUp(Session& s, const StartupHooks& h, const QString& demoRoot) {
     VelmorState& v = s.velmor;
     QDir().mkpath(s.configDir);
-    s.g.SoundDevice = -1;                                              // 1
+    s.g.SoundDevice = -1; // 1
     v.VScroll1.set(100);
-    audioMenu(s);                                                      // 2
+    audioMenu(s); // 2
     bool viewerStep = false;
     try {
         bool complete = false;
-        if (!openSettings(s)) {                                        // 3
+        if (!openSettings(s)) { // 3
             // The first run: the bundled demo songs.
             v.File1Pattern = QStringLiteral("*.mp3");
             if (!demoRoot.isEmpty()) {
@@ -57,13 +58,13 @@ void startUp(Session& s, const StartupHooks& h, const QString& demoRoot) {
         }
         if (complete) {
             if (v.AudioOutChecked.get() == -2) v.AudioOutChecked.set(-1); // 4
-            if (h.adjustAll) h.adjustAll();                            // 5
+            if (h.adjustAll) h.adjustAll();                               // 5
             // The list has the settings' pattern but not yet their folder:
             // the Z group is counted over the working directory.
-            v.File1Path = s.configDir;                                 // 6
+            v.File1Path = s.configDir; // 6
             refreshList(s);
             SetZ(s);
-            const QString viewer = v.Text3.text();                     // 7
+            const QString viewer = v.Text3.text(); // 7
             if (!viewer.isEmpty() && QFileInfo::exists(viewer)) {
                 const qsizetype at = viewer.toUpper().indexOf(QStringLiteral("NWC"));
                 if (at >= 0) {
@@ -72,25 +73,25 @@ void startUp(Session& s, const StartupHooks& h, const QString& demoRoot) {
                 }
                 if (v.LoadPDF.get() == 1 && QFileInfo::exists(v.PDFView.text()) && h.showSheet1)
                     h.showSheet1();
-                viewerStep = true;                                     // 8
+                viewerStep = true; // 8
             }
             try {
-                readLines38to60(s);                                    // 9, 10
+                readLines38to60(s); // 9, 10
             } catch (const Failure&) {
                 if (viewerStep) throw;
             }
         }
-        s.files.close(1);                                              // 11
-        if (h.focusMainWindow) h.focusMainWindow();                    // 12
-        readPlayedList(s);                                             // 13
-        SetPath(s);                                                    // 14
+        s.files.close(1);                           // 11
+        if (h.focusMainWindow) h.focusMainWindow(); // 12
+        readPlayedList(s);                          // 13
+        SetPath(s);                                 // 14
         v.SuppressLoad = 0;
         if (v.IamaServer.get() == 1 && !v.PortNr.text().isEmpty() && h.listen) h.listen(); // 15
     } catch (const Failure& f) {
         s.files.close(1);
         if (viewerStep) s.messages.msgBox(f.message());
     }
-    if (h.showMainWindow) h.showMainWindow();                          // 16
+    if (h.showMainWindow) h.showMainWindow(); // 16
 }
 
 void shutDown(Session& s, const StartupHooks& h) {

@@ -11,11 +11,11 @@ namespace mv {
 struct Session;
 
 struct StartupHooks {
-    std::function<void()> showSheet1;   // load and show sheet window 1
-    std::function<void()> adjustAll;    // AdjustAll of sheet window 1
+    std::function<void()> showSheet1;                          // load and show sheet window 1
+    std::function<void()> adjustAll;                           // AdjustAll of sheet window 1
     std::function<void(const QString& title)> activateProgram; // bring a window of that title up
     std::function<void()> focusMainWindow;
-    std::function<void()> listen;       // the server's socket starts listening
+    std::function<void()> listen; // the server's socket starts listening
     std::function<void()> showMainWindow;
     std::function<void()> unloadWindows; // sheet windows, play list, help, index
     std::function<void()> closeNotationViewer;

@@ -8,22 +8,46 @@
 namespace mv {
 
 namespace failures {
-Failure overflow() { return {6, QStringLiteral("Overflow")}; }
-Failure subscriptOutOfRange() { return {9, QStringLiteral("Subscript out of range")}; }
-Failure typeMismatch() { return {13, QStringLiteral("Type mismatch")}; }
-Failure badFileNumber() { return {52, QStringLiteral("Bad file name or number")}; }
-Failure fileNotFound() { return {53, QStringLiteral("File not found")}; }
-Failure fileAlreadyOpen() { return {55, QStringLiteral("File already open")}; }
-Failure inputPastEnd() { return {62, QStringLiteral("Input past end of file")}; }
-Failure pathFileAccess() { return {75, QStringLiteral("Path/File access error")}; }
-Failure pathNotFound() { return {76, QStringLiteral("Path not found")}; }
-Failure invalidProperty() { return {380, QStringLiteral("Invalid property value")}; }
+Failure overflow() {
+    return {6, QStringLiteral("Overflow")};
+}
+Failure subscriptOutOfRange() {
+    return {9, QStringLiteral("Subscript out of range")};
+}
+Failure typeMismatch() {
+    return {13, QStringLiteral("Type mismatch")};
+}
+Failure badFileNumber() {
+    return {52, QStringLiteral("Bad file name or number")};
+}
+Failure fileNotFound() {
+    return {53, QStringLiteral("File not found")};
+}
+Failure fileAlreadyOpen() {
+    return {55, QStringLiteral("File already open")};
+}
+Failure inputPastEnd() {
+    return {62, QStringLiteral("Input past end of file")};
+}
+Failure pathFileAccess() {
+    return {75, QStringLiteral("Path/File access error")};
+}
+Failure pathNotFound() {
+    return {76, QStringLiteral("Path not found")};
+}
+Failure invalidProperty() {
+    return {380, QStringLiteral("Invalid property value")};
+}
 } // namespace failures
 
 namespace {
 
-bool skippable(QChar c) { return c == u' ' || c == u'\t' || c == u'\n'; }
-bool isDigit(QChar c) { return c >= u'0' && c <= u'9'; }
+bool skippable(QChar c) {
+    return c == u' ' || c == u'\t' || c == u'\n';
+}
+bool isDigit(QChar c) {
+    return c >= u'0' && c <= u'9';
+}
 
 double parseAscii(const std::string& s) {
     if (s.empty()) return 0.0;
@@ -32,8 +56,8 @@ double parseAscii(const std::string& s) {
     if (ec == std::errc::result_out_of_range) {
         // Huge exponents saturate; tiny ones are 0.  Either way a number.
         return (s.find("e-") != std::string::npos) ? 0.0
-               : (s[0] == '-') ? -std::numeric_limits<double>::infinity()
-                               : std::numeric_limits<double>::infinity();
+               : (s[0] == '-')                     ? -std::numeric_limits<double>::infinity()
+                                                   : std::numeric_limits<double>::infinity();
     }
     if (ec != std::errc()) return 0.0;
     (void)ptr;
@@ -42,8 +66,10 @@ double parseAscii(const std::string& s) {
 
 // Drops a zero before the decimal point: "0.5" -> ".5", "-0.5" -> "-.5".
 QString dropLeadingZero(QString s) {
-    if (s.startsWith(QLatin1String("0."))) s.remove(0, 1);
-    else if (s.startsWith(QLatin1String("-0."))) s.remove(1, 1);
+    if (s.startsWith(QLatin1String("0.")))
+        s.remove(0, 1);
+    else if (s.startsWith(QLatin1String("-0.")))
+        s.remove(1, 1);
     return s;
 }
 
@@ -64,7 +90,8 @@ double val(QStringView text) {
     qsizetype i = 0;
     const qsizetype n = text.size();
     auto skip = [&] {
-        while (i < n && skippable(text[i])) ++i;
+        while (i < n && skippable(text[i]))
+            ++i;
     };
     skip();
     if (i < n && (text[i] == u'-' || text[i] == u'+')) {
@@ -99,8 +126,10 @@ double val(QStringView text) {
             exp += char(text[i].unicode());
             expDigit = true;
         }
-        if (expDigit) num += exp;
-        else i = save;
+        if (expDigit)
+            num += exp;
+        else
+            i = save;
     }
     if (num == "-" || num == "." || num == "-.") return 0.0;
     if (num.front() == '.') num.insert(num.begin(), '0');
@@ -109,7 +138,9 @@ double val(QStringView text) {
     return parseAscii(num);
 }
 
-QString numberText(double v) { return formatG(v, 15); }
+QString numberText(double v) {
+    return formatG(v, 15);
+}
 
 QString printFormSingle(double v) {
     const float f = static_cast<float>(v);
@@ -142,17 +173,20 @@ double strictNumber(QStringView text) {
     const qsizetype n = t.size();
     if (i < n && (t[i] == u'-' || t[i] == u'+')) ++i;
     bool digits = false;
-    while (i < n && isDigit(t[i])) ++i, digits = true;
+    while (i < n && isDigit(t[i]))
+        ++i, digits = true;
     if (i < n && t[i] == u'.') {
         ++i;
-        while (i < n && isDigit(t[i])) ++i, digits = true;
+        while (i < n && isDigit(t[i]))
+            ++i, digits = true;
     }
     if (!digits) throw failures::typeMismatch();
     if (i < n && (t[i] == u'E' || t[i] == u'e' || t[i] == u'D' || t[i] == u'd')) {
         ++i;
         if (i < n && (t[i] == u'-' || t[i] == u'+')) ++i;
         bool expDigits = false;
-        while (i < n && isDigit(t[i])) ++i, expDigits = true;
+        while (i < n && isDigit(t[i]))
+            ++i, expDigits = true;
         if (!expDigits) throw failures::typeMismatch();
     }
     if (i != n) throw failures::typeMismatch();

@@ -21,7 +21,9 @@ void toRedForm(CursorPicture& p) {
     p.Visible.set(true);
 }
 
-double zoomIt(const Session& s) { return s.velmor.ZoomIt.value(); }
+double zoomIt(const Session& s) {
+    return s.velmor.ZoomIt.value();
+}
 
 } // namespace
 
@@ -29,9 +31,12 @@ double PosLeft(Session& s, double x) {
     const double z = zoomIt(s);
     if (z != 100) {
         double corrected;
-        if (x < 0.4 * s.adobeF.Width.get()) corrected = x * 30 / (30 - z / 30);
-        else if (z >= 90) corrected = x * (z / 95);
-        else corrected = x * (z / 90);
+        if (x < 0.4 * s.adobeF.Width.get())
+            corrected = x * 30 / (30 - z / 30);
+        else if (z >= 90)
+            corrected = x * (z / 95);
+        else
+            corrected = x * (z / 90);
         if (std::isfinite(corrected)) x = corrected;
     }
     s.adobeF.Picture1.Left.set(x);
@@ -87,9 +92,9 @@ void installReadoutFields(Session& s) {
         const double zoom = s.velmor.ZoomIt.value() / 100;
         PosTop(s, (f.Text2.value() + s.velmor.YOffset.value()) * zoom);
         if (s.adobeF2.Visible.get())
-            s.adobeF2.Picture1.Top.set((f.Text2.value() + s.velmor.YOffset.value() +
-                                        s.adobeF2.ScrollOffset.value()) *
-                                       zoom);
+            s.adobeF2.Picture1.Top.set(
+                (f.Text2.value() + s.velmor.YOffset.value() + s.adobeF2.ScrollOffset.value()) *
+                zoom);
     });
     f.Text4.always([&s, &f, row] { s.tic.Tic[row()] = f.Text4.text(); });
     f.Text7.always([&s, &f, row] {

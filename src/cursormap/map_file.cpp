@@ -32,7 +32,9 @@ class LineReader {
     int number_;
 };
 
-QString headerSlotMarker(int k) { return QStringLiteral("#%1").arg(k); }
+QString headerSlotMarker(int k) {
+    return QStringLiteral("#%1").arg(k);
+}
 
 int playerVolume(const Session& s) {
     return s.player ? s.player->settingsVolume() : s.velmor.HScroll1.get();
@@ -41,9 +43,12 @@ int playerVolume(const Session& s) {
 // The header lines the writers put ahead of the first record.
 void writeHeader(Session& s, int number, bool always) {
     FileTable& f = s.files;
-    if (always || s.velmor.ZoomIt.value() != 100) f.writeLine(number, s.velmor.ZoomIt.text() + u'@');
-    if (always || s.velmor.PDFLeft.value() != 0) f.writeLine(number, s.velmor.PDFLeft.text() + u'%');
-    for (int k = 1; k <= 6; ++k) f.writeLine(number, s.g.MapHeaderLines[k] + headerSlotMarker(k));
+    if (always || s.velmor.ZoomIt.value() != 100)
+        f.writeLine(number, s.velmor.ZoomIt.text() + u'@');
+    if (always || s.velmor.PDFLeft.value() != 0)
+        f.writeLine(number, s.velmor.PDFLeft.text() + u'%');
+    for (int k = 1; k <= 6; ++k)
+        f.writeLine(number, s.g.MapHeaderLines[k] + headerSlotMarker(k));
     f.writeLine(number, u' ' + numberText(playerVolume(s)) + u'^');
 }
 
@@ -184,7 +189,9 @@ void streamOpen(Session& s, const QString& path) {
     s.files.open(2, path, FileMode::Output);
 }
 
-void streamHeader(Session& s) { writeHeader(s, 2, true); }
+void streamHeader(Session& s) {
+    writeHeader(s, 2, true);
+}
 
 void streamTic(Session& s, double tic, double x, double y, double scr, bool nxt, bool prv) {
     FileTable& f = s.files;
@@ -196,6 +203,8 @@ void streamTic(Session& s, double tic, double x, double y, double scr, bool nxt,
     f.writeLine(2, boolText(prv));
 }
 
-void streamClose(Session& s) { s.files.close(2); }
+void streamClose(Session& s) {
+    s.files.close(2);
+}
 
 } // namespace mv

@@ -56,13 +56,13 @@ class Loop {
     }
 
     Pass pass() {
-        raiseOverlay();                                    // 1
-        s_.pump.letEventsRun();                            // 2
-        if (s_.g.CursorPlaySwitch) {                       // 3
+        raiseOverlay();              // 1
+        s_.pump.letEventsRun();      // 2
+        if (s_.g.CursorPlaySwitch) { // 3
             s_.g.CursorPlaySwitch = 0;
             return Pass::Leave;
         }
-        if (eof()) return Pass::Leave;                     // 4
+        if (eof()) return Pass::Leave; // 4
         QString L = next();
 
         // 5: header lines, each test once per pass, in this order.
@@ -100,32 +100,34 @@ class Loop {
         f_.Text3.setText(numberText(s_.g.PlayLoopCount)); // 7
         f_.Text4.setText(L);
 
-        waitTic(val(L));                                   // 8
+        waitTic(val(L)); // 8
 
-        if (s_.g.Paused) {                                 // 9
+        if (s_.g.Paused) { // 9
             s_.g.PauseHeld = kTrue;
             if (player) player->controlsPause();
         }
 
-        if (eof()) return Pass::Leave;                     // 10
+        if (eof()) return Pass::Leave; // 10
         s_.g.PlayStartTick = s_.clock.tickMs();
 
-        const QString X = next();                          // 11
+        const QString X = next(); // 11
         f_.Text1.setText(X);
         f_.Picture1.Left.set(val(X) + v_.XOffset.value());
-        if (f_.Tick.get() == 1) {                          // 12
+        if (f_.Tick.get() == 1) { // 12
             const int hz = roundLong(v_.BeepX.value());
-            if (s_.beeper) s_.beeper->beep(hz, 50);
-            else s_.clock.sleepBlocking(50);
+            if (s_.beeper)
+                s_.beeper->beep(hz, 50);
+            else
+                s_.clock.sleepBlocking(50);
         }
-        if (window2())                                     // 13
+        if (window2()) // 13
             w2_.Picture1.Left.set(val(X) + v_.XOffset.value() + w2_.AdjLeft.value());
 
-        if (eof()) return Pass::Leave;                     // 14
+        if (eof()) return Pass::Leave; // 14
         const QString Y = next();
         f_.Text2.setText(Y);
         PosTop(s_, (val(Y) + v_.YOffset.value()) * (v_.ZoomIt.value() / 100));
-        if (window2())                                     // 15
+        if (window2()) // 15
             w2_.Picture1.Top.set(val(Y) + v_.YOffset.value() + w2_.ScrollOffset.value());
 
         if (v_.NoCursor.get() == 0 || s_.g.ScrollMarkPending) { // 16
@@ -135,9 +137,9 @@ class Loop {
         f_.Picture1.repaint();
         if (window2()) w2_.Picture1.repaint();
 
-        takeRedMarkBack(s_);                               // 17
+        takeRedMarkBack(s_); // 17
 
-        if (eof()) return Pass::Leave;                     // 18
+        if (eof()) return Pass::Leave; // 18
         QString S = next();
         if (v_.NoScroll.get() == 1 && val(S) > 0) {
             f_.Text2.setNumber(f_.Text2.value() + val(S));
@@ -147,7 +149,7 @@ class Loop {
         f_.VScroll1.set(sheetOneScroll(val(S)));
         if (window2()) w2_.VScroll1.set(roundWord(val(S) + v_.ScrollOffset.value()));
 
-        if (eof()) return Pass::Leave;                     // 19
+        if (eof()) return Pass::Leave; // 19
         const QString N = next();
         f_.Text9.setText(N);
         if (isTrueText(N)) {
@@ -162,7 +164,7 @@ class Loop {
             }
         }
 
-        if (eof()) return Pass::Leave;                     // 20
+        if (eof()) return Pass::Leave; // 20
         const QString P = next();
         f_.Text10.setText(P);
         if (isTrueText(P)) {
@@ -177,7 +179,7 @@ class Loop {
         }
 
         if (s_.g.PlayLoopCount < 30000) ++s_.g.PlayLoopCount; // 21
-        if (s_.g.StopRequested) return Pass::Leave;        // 22
+        if (s_.g.StopRequested) return Pass::Leave;           // 22
 
         if (s_.g.ScrollMarkPending == kTrue && v_.NoCursor.get() != 0) { // 23
             if (++s_.g.ScrollMarkTicks >= 2) {
@@ -189,7 +191,7 @@ class Loop {
                 }
             }
         }
-        return Pass::Next;                                 // 24
+        return Pass::Next; // 24
     }
 
     // Waits until the tick clock is strictly above tic * Text5 + PlayStartTick,
@@ -211,16 +213,16 @@ class Loop {
     }
 
     void afterLoop() {
-        s_.form1.Visible.set(false);                       // 1
-        s_.pump.waitAfterPlay(3.0);                        // 2
-        if (f_.Visible.get()) {                            // 3
+        s_.form1.Visible.set(false); // 1
+        s_.pump.waitAfterPlay(3.0);  // 2
+        if (f_.Visible.get()) {      // 3
             for (Field* fld : {&f_.Text1, &f_.Text2, &f_.Text3, &f_.Text4, &f_.Text7})
                 fld->setText(QStringLiteral("0"));
             if (s_.adobeF_Command4_Click) s_.adobeF_Command4_Click();
         }
-        f_.Picture1.Visible.set(false);                    // 4
+        f_.Picture1.Visible.set(false); // 4
         if (window2()) w2_.Picture1.Visible.set(false);
-        if (s_.focusMainWindow) s_.focusMainWindow();      // 5
+        if (s_.focusMainWindow) s_.focusMainWindow(); // 5
     }
 
     Session& s_;
@@ -231,6 +233,8 @@ class Loop {
 
 } // namespace
 
-void playLoop(Session& s) { Loop(s).run(); }
+void playLoop(Session& s) {
+    Loop(s).run();
+}
 
 } // namespace mv

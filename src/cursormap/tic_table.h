@@ -17,12 +17,14 @@ struct TicTable {
     // All six cells of all rows empty.
     void clear() {
         for (auto* col : {&Tic, &X, &Y, &Scr, &Nxt, &Prv})
-            for (QString& c : *col) c.clear();
+            for (QString& c : *col)
+                c.clear();
     }
     // Rows before the first empty Tic.
     int length() const {
         int n = 0;
-        while (n < kRows && !Tic[n].isEmpty()) ++n;
+        while (n < kRows && !Tic[n].isEmpty())
+            ++n;
         return n;
     }
 };

@@ -11,7 +11,9 @@ namespace mv {
 
 namespace {
 
-bool editMode(const Session& s) { return s.adobeF.Shape2.get(); }
+bool editMode(const Session& s) {
+    return s.adobeF.Shape2.get();
+}
 
 // Sending to clients: only a connected server with Send AutoScroll on.
 void send(Session& s, const char* token) {
@@ -25,7 +27,9 @@ int16_t topOfPage(const Session& s) {
     return roundWord(s.velmor.ScrollOffset.value() + s.adobeF.Text8.value());
 }
 
-void setV(Session& s, double v) { s.adobeF.VScroll1.set(roundWord(v)); }
+void setV(Session& s, double v) {
+    s.adobeF.VScroll1.set(roundWord(v));
+}
 
 void next1(Session& s) {
     if (s.adobeF.AcroPDF1) s.adobeF.AcroPDF1->gotoNextPage();
@@ -33,8 +37,12 @@ void next1(Session& s) {
 void prev1(Session& s) {
     if (s.adobeF.AcroPDF1) s.adobeF.AcroPDF1->gotoPreviousPage();
 }
-bool window2(const Session& s) { return s.adobeF2.Visible.get(); }
-void pageUp2(Session& s) { s.adobeF2.PageNR.setNumber(s.adobeF2.PageNR.value() + 1); }
+bool window2(const Session& s) {
+    return s.adobeF2.Visible.get();
+}
+void pageUp2(Session& s) {
+    s.adobeF2.PageNR.setNumber(s.adobeF2.PageNR.value() + 1);
+}
 void pageDown2(Session& s) {
     if (s.adobeF2.PageNR.value() > 1) s.adobeF2.PageNR.setNumber(s.adobeF2.PageNR.value() - 1);
 }
@@ -42,7 +50,8 @@ void pageDown2(Session& s) {
 // The focus goes to "Auto Scroll", so the next space bar scrolls.  A hidden
 // window cannot take it: that is a failure of the operation.
 void focusCommand14(Session& s) {
-    if (!s.adobeF.Visible.get()) throw Failure(5, QStringLiteral("Invalid procedure call or argument"));
+    if (!s.adobeF.Visible.get())
+        throw Failure(5, QStringLiteral("Invalid procedure call or argument"));
     if (s.adobeF.focusCommand14) s.adobeF.focusCommand14();
 }
 
@@ -154,7 +163,8 @@ void Command14_Click(Session& s) {
             }
             // Measured on the tick clock, so a scroll across midnight ends.
             const double wait = v.ScrollSpeed.value() * 1000;
-            s.pump.waitUntil(s.clock.tickMs() + static_cast<int64_t>(std::llround(std::max(0.0, wait))));
+            s.pump.waitUntil(s.clock.tickMs() +
+                             static_cast<int64_t>(std::llround(std::max(0.0, wait))));
             if (s.g.AbortScroll) {
                 s.g.AbortScroll = 0;
                 return;
@@ -215,14 +225,16 @@ void JumpNext(Session& s) {
             f.Text2.setText(t.Y[i]);
             PosTop(s, (val(t.Y[i]) + s.velmor.YOffset.value()) * (s.velmor.ZoomIt.value() / 100));
             if (window2(s))
-                w2.Picture1.Top.set(val(t.Y[i]) + s.velmor.YOffset.value() + w2.ScrollOffset.value());
+                w2.Picture1.Top.set(val(t.Y[i]) + s.velmor.YOffset.value() +
+                                    w2.ScrollOffset.value());
             showCursor();
             repaint();
             t.Scr[i] = numberText(val(t.Scr[i]) + f.Text8.value());
             f.Text7.setText(t.Scr[i]);
             if (t.Scr[i] != s0) stop = true;
             f.VScroll1.set(ticScroll(s, val(t.Scr[i])));
-            if (window2(s)) w2.VScroll1.set(roundWord(val(t.Scr[i]) + s.velmor.ScrollOffset.value()));
+            if (window2(s))
+                w2.VScroll1.set(roundWord(val(t.Scr[i]) + s.velmor.ScrollOffset.value()));
             f.Text9.setText(t.Nxt[i]);
             if (isTrueText(t.Nxt[i])) {
                 stop = true;
@@ -257,16 +269,23 @@ void JumpNext(Session& s) {
 
 void JumpB_MouseDown(Session& s, int button) {
     if (!editMode(s)) return;
-    if (button == 1) JumpNext(s);
-    else if (s.adobeF.searchBack) s.adobeF.searchBack();
+    if (button == 1)
+        JumpNext(s);
+    else if (s.adobeF.searchBack)
+        s.adobeF.searchBack();
 }
 
 bool sheetKeyPress(Session& s, QChar key) {
-    if (key == u'n' || key == u'/') Command3_Click(s);
-    else if (key == u'p' || key == u'z') Command4_Click(s);
-    else if (key == u'm') Command6_Click(s);
-    else if (key == u'a') Command14_Click(s);
-    else return false;
+    if (key == u'n' || key == u'/')
+        Command3_Click(s);
+    else if (key == u'p' || key == u'z')
+        Command4_Click(s);
+    else if (key == u'm')
+        Command6_Click(s);
+    else if (key == u'a')
+        Command14_Click(s);
+    else
+        return false;
     return true;
 }
 

@@ -64,9 +64,15 @@ void QtPdfViewer::showPage(int page) {
     update();
 }
 
-void QtPdfViewer::gotoFirstPage() { showPage(0); }
-void QtPdfViewer::gotoNextPage() { showPage(page_ + 1); }
-void QtPdfViewer::gotoPreviousPage() { showPage(page_ - 1); }
+void QtPdfViewer::gotoFirstPage() {
+    showPage(0);
+}
+void QtPdfViewer::gotoNextPage() {
+    showPage(page_ + 1);
+}
+void QtPdfViewer::gotoPreviousPage() {
+    showPage(page_ - 1);
+}
 void QtPdfViewer::setPageMode(const QString&) {} // no side panels exist
 
 void QtPdfViewer::setZoom(float percent) {
@@ -86,9 +92,11 @@ QSize QtPdfViewer::imageSize(int page) const {
 QRectF QtPdfViewer::pageRect() const {
     if (doc_.pageCount() < 1) return {};
     const QSizeF pt = doc_.pagePointSize(page_);
-    const double left = page::pageLeft(width() * kTwipsPerPixel, pt.width(), zoom_) / kTwipsPerPixel;
+    const double left =
+        page::pageLeft(width() * kTwipsPerPixel, pt.width(), zoom_) / kTwipsPerPixel;
     const QSize size = imageSize(page_);
-    return QRectF(std::round(left), page::kTopMarginTwips / kTwipsPerPixel, size.width(), size.height());
+    return QRectF(std::round(left), page::kTopMarginTwips / kTwipsPerPixel, size.width(),
+                  size.height());
 }
 
 QPointF QtPdfViewer::pointToWidget(QPointF pt) const {
@@ -127,7 +135,9 @@ void QtPdfViewer::onRendered(quint64 serial, int page, QSize size, const QImage&
     if (page == page_) update();
 }
 
-void QtPdfViewer::resizeEvent(QResizeEvent*) { requestAround(); }
+void QtPdfViewer::resizeEvent(QResizeEvent*) {
+    requestAround();
+}
 
 void QtPdfViewer::paintEvent(QPaintEvent* e) {
     QPainter g(this);

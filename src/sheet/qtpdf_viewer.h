@@ -59,7 +59,9 @@ class QtPdfViewer : public QWidget, public PdfViewer {
         QSize size;
         bool operator==(const Key& o) const { return page == o.page && size == o.size; }
     };
-    friend size_t qHash(const Key& k, size_t seed) { return qHashMulti(seed, k.page, k.size.width(), k.size.height()); }
+    friend size_t qHash(const Key& k, size_t seed) {
+        return qHashMulti(seed, k.page, k.size.width(), k.size.height());
+    }
     QSize imageSize(int page) const;
     void requestAround();
     void onRendered(quint64 serial, int page, QSize size, const QImage& image);

@@ -7,9 +7,9 @@
 #include <QCheckBox>
 #include <QCloseEvent>
 #include <QKeyEvent>
-#include <QMouseEvent>
 #include <QLabel>
 #include <QLineEdit>
+#include <QMouseEvent>
 #include <QPainter>
 #include <QPushButton>
 #include <QScrollBar>
@@ -60,8 +60,7 @@ class LightWidget : public QWidget {
 
 } // namespace
 
-SheetWindow::SheetWindow(Session& s, QWidget* viewer, QWidget* parent)
-    : QWidget(parent), s_(s) {
+SheetWindow::SheetWindow(Session& s, QWidget* viewer, QWidget* parent) : QWidget(parent), s_(s) {
     setObjectName(QStringLiteral("AdobeF"));
     setWindowTitle(QStringLiteral("Adobe Reader"));
     SheetOneState& f = s.adobeF;
@@ -106,9 +105,8 @@ SheetWindow::SheetWindow(Session& s, QWidget* viewer, QWidget* parent)
         controls_[l->objectName()] = l;
     }
     const std::pair<const char*, Field*> fields[] = {
-        {"Text1", &f.Text1}, {"Text2", &f.Text2}, {"Text3", &f.Text3}, {"Text4", &f.Text4},
-        {"Text7", &f.Text7}, {"Text9", &f.Text9}, {"Text10", &f.Text10},
-        {"ZoomThis", &f.ZoomThis}};
+        {"Text1", &f.Text1}, {"Text2", &f.Text2}, {"Text3", &f.Text3},   {"Text4", &f.Text4},
+        {"Text7", &f.Text7}, {"Text9", &f.Text9}, {"Text10", &f.Text10}, {"ZoomThis", &f.ZoomThis}};
     for (auto [name, field] : fields) {
         auto* e = new QLineEdit(this);
         e->setObjectName(QString::fromLatin1(name));
@@ -212,7 +210,9 @@ SheetWindow::SheetWindow(Session& s, QWidget* viewer, QWidget* parent)
     picture1_->raise();
 }
 
-SheetWindow::~SheetWindow() { s_.adobeF.focusCommand14 = nullptr; }
+SheetWindow::~SheetWindow() {
+    s_.adobeF.focusCommand14 = nullptr;
+}
 
 bool SheetWindow::eventFilter(QObject* watched, QEvent* e) {
     if (e->type() == QEvent::KeyPress) {
@@ -242,7 +242,9 @@ void SheetWindow::mouseMoveEvent(QMouseEvent* e) {
     AdjustAll();
 }
 
-void SheetWindow::mouseReleaseEvent(QMouseEvent*) { widthDragging_ = 0; }
+void SheetWindow::mouseReleaseEvent(QMouseEvent*) {
+    widthDragging_ = 0;
+}
 
 void SheetWindow::keyPressEvent(QKeyEvent* e) {
     if (e->text().size() == 1 && sheetKeyPress(s_, e->text()[0])) return;
@@ -272,7 +274,9 @@ void SheetWindow::place(QWidget* w, double left, double top, double width, doubl
     w->setGeometry(px(left), px(top), wpx, hpx);
 }
 
-double SheetWindow::scrollBarLeft() const { return s_.adobeF.VScroll1Left.get(); }
+double SheetWindow::scrollBarLeft() const {
+    return s_.adobeF.VScroll1Left.get();
+}
 
 void SheetWindow::setScrollBarLeft(double twips) {
     s_.adobeF.VScroll1Left.set(twips);
@@ -312,8 +316,8 @@ void SheetWindow::AdjustAll() {
     place(c("Shape4"), left("Command7") + 840, 480, 255, 255);
     const double labelTops[] = {2340, 1650, 2760, 2040, 3120, 3480, 3840};
     for (int i = 0; i < 7; ++i)
-        place(c(QStringLiteral("Label%1").arg(i + 1).toLatin1().constData()), L + 384,
-              labelTops[i], 360, 255);
+        place(c(QStringLiteral("Label%1").arg(i + 1).toLatin1().constData()), L + 384, labelTops[i],
+              360, 255);
     const double fieldLeft = left("Label1") + 360;
     place(c("Text1"), fieldLeft, 2280, 495, 375);
     place(c("ZoomThis"), left("Text1"), 1200, 855, 405);
@@ -347,7 +351,8 @@ void SheetWindow::AdjustAll() {
     place(c("Shape3"), left("Shape2"), 8280, 255, 255);
     resize(px(L + 2210), height());
     s_.adobeF.Width.set(L + 2210);
-    for (QWidget* w : std::as_const(controls_)) w->raise();
+    for (QWidget* w : std::as_const(controls_))
+        w->raise();
     picture1_->raise();
 }
 

@@ -16,7 +16,9 @@ namespace mv {
 
 namespace {
 
-bool guard(const Session& s) { return s.clock.dayClock() > 20.0f; }
+bool guard(const Session& s) {
+    return s.clock.dayClock() > 20.0f;
+}
 
 void focus(Session& s, const char* window) {
     if (s.giveFocus) s.giveFocus(QString::fromLatin1(window));
@@ -69,7 +71,9 @@ void writeCount(Session& s, int count) {
 }
 
 // The whole second of the time of day, as the count-off's steps see it.
-int64_t secondOfDay(const Session& s) { return static_cast<int64_t>(std::floor(s.clock.dayClock())); }
+int64_t secondOfDay(const Session& s) {
+    return static_cast<int64_t>(std::floor(s.clock.dayClock()));
+}
 
 // Waits one round, waking at the next whole second of the time of day or at
 // `endTick`, whichever comes first.
@@ -94,7 +98,8 @@ void countOff(Session& s) {
     writeCount(s, count);
     // The count's steps fall on the clock's seconds.
     const int64_t first = secondOfDay(s);
-    while (secondOfDay(s) == first && s.clock.tickMs() < endTick) waitForSecond(s, endTick);
+    while (secondOfDay(s) == first && s.clock.tickMs() < endTick)
+        waitForSecond(s, endTick);
     int64_t shown = secondOfDay(s);
     while (s.clock.tickMs() < endTick) {
         waitForSecond(s, endTick);
@@ -150,7 +155,8 @@ void start(Session& s) {
     s.adobeF.Shape3.set(true);
     s.files.open(1, map, FileMode::Input);
     if (v.FirstNote.value() > 0 && guard(s))
-        s.pump.waitUntil(s.clock.tickMs() + static_cast<int64_t>(std::floor(v.FirstNote.value())) + 1);
+        s.pump.waitUntil(s.clock.tickMs() + static_cast<int64_t>(std::floor(v.FirstNote.value())) +
+                         1);
     playLoop(s);
 }
 
@@ -178,8 +184,10 @@ void WindowsMediaPlayer1_MouseDown(Session& s, int button, int, double x, double
         s.files.close(3);
         s.g.CursorStarted = 0;
         if (s.velmor.LoadPDF.get() == 1) cursorToFront(s);
-        if (x >= 30) stopByClick(s);
-        else start(s);
+        if (x >= 30)
+            stopByClick(s);
+        else
+            start(s);
     } catch (const std::exception&) {
         // As the play loop: the operation ends silently where it stands.
         s.files.close(3);

@@ -46,8 +46,9 @@ void PlayerControlArea::paintEvent(QPaintEvent*) {
     const int secs = static_cast<int>(pos);
     g.setPen(Qt::white);
     g.drawText(rect().adjusted(60, 0, -6, 0), Qt::AlignVCenter | Qt::AlignLeft,
-               player_.URL().isEmpty() ? QStringLiteral("--:--")
-                                       : QStringLiteral("%1:%2").arg(secs / 60).arg(secs % 60, 2, 10, QChar(u'0')));
+               player_.URL().isEmpty()
+                   ? QStringLiteral("--:--")
+                   : QStringLiteral("%1:%2").arg(secs / 60).arg(secs % 60, 2, 10, QChar(u'0')));
 }
 
 void PlayerControlArea::mousePressEvent(QMouseEvent* e) {
@@ -63,7 +64,11 @@ FastForwardLabel::FastForwardLabel(MediaPlayer& player, QWidget* parent)
     setMinimumWidth(16);
 }
 
-void FastForwardLabel::mousePressEvent(QMouseEvent*) { player_.controlsFastForward(); }
-void FastForwardLabel::mouseReleaseEvent(QMouseEvent*) { player_.controlsPlay(); }
+void FastForwardLabel::mousePressEvent(QMouseEvent*) {
+    player_.controlsFastForward();
+}
+void FastForwardLabel::mouseReleaseEvent(QMouseEvent*) {
+    player_.controlsPlay();
+}
 
 } // namespace mv

@@ -70,14 +70,16 @@ void sheetsAndNotation(Session& s, const QString& sheet1, const QString& sheet2,
         const double zoom = std::trunc(strictNumber(v.ZoomIt.text()));
         if (f.AcroPDF1) {
             f.AcroPDF1->setZoom(static_cast<float>(zoom));
-            for (int i = 0; i < 3; ++i) f.AcroPDF1->gotoPreviousPage();
+            for (int i = 0; i < 3; ++i)
+                f.AcroPDF1->gotoPreviousPage();
         }
         if (w2.Visible.get()) {
             w2.Picture1.Visible.set(false);
             w2.VScroll1.set(roundWord(v.ScrollOffset.value()));
             if (w2.AcroPDF1) {
                 w2.AcroPDF1->setZoom(static_cast<float>(zoom));
-                for (int i = 0; i < 3; ++i) w2.AcroPDF1->gotoPreviousPage();
+                for (int i = 0; i < 3; ++i)
+                    w2.AcroPDF1->gotoPreviousPage();
             }
         }
     }
@@ -116,24 +118,25 @@ void File1_MouseDown(Session& s, int button, int, double, double) {
     SheetOneState& f = s.adobeF;
     SheetTwoState& w2 = s.adobeF2;
 
-    s.g.OverlayArmed = kTrue;                                            // 1
-    v.PDFLeft.setText(QStringLiteral("0"));                              // 2
+    s.g.OverlayArmed = kTrue;               // 1
+    v.PDFLeft.setText(QStringLiteral("0")); // 2
     v.PDFLeftD.setText(s.g.PDFLeftDefault);
-    f.Picture3Left.set(val(s.g.PDFLeftDefault)); // not a number: the left edge
-    s.bControl.Command1.setText(QStringLiteral("Manual Play"));          // 3
+    f.Picture3Left.set(val(s.g.PDFLeftDefault));                // not a number: the left edge
+    s.bControl.Command1.setText(QStringLiteral("Manual Play")); // 3
     s.bControl.Command6.setText(QStringLiteral("Cursor Play"));
     s.g.CursorPlaySwitch = 0;
     if (v.ZM.text() == u"-Zoom" && s.minimizeMainWindow) s.minimizeMainWindow(); // 4
-    s.g.AbortScroll = kTrue;                                             // 5
-    if (v.SuppressLoad) return;                                          // 6
-    for (int k = 1; k <= 6; ++k) s.g.MapHeaderLines[k].clear();          // 7
-    if (w2.Visible.get()) w2.PageNR.setText(QStringLiteral("1"));        // 8
-    if (v.IamaServer.get() == 1 && v.Shape1.get() && s.sendToClients)    // 9
+    s.g.AbortScroll = kTrue;                                                     // 5
+    if (v.SuppressLoad) return;                                                  // 6
+    for (int k = 1; k <= 6; ++k)
+        s.g.MapHeaderLines[k].clear();                                // 7
+    if (w2.Visible.get()) w2.PageNR.setText(QStringLiteral("1"));     // 8
+    if (v.IamaServer.get() == 1 && v.Shape1.get() && s.sendToClients) // 9
         s.sendToClients(QStringLiteral("&SELECT/") + v.File1FileName());
-    v.ZoomIt.setText(QStringLiteral("100"));                             // 10
+    v.ZoomIt.setText(QStringLiteral("100")); // 10
     f.Picture1.Visible.set(false);
     if (w2.Visible.get()) w2.Picture1.Visible.set(false);
-    s.g.StopRequested = kTrue;                                           // 11
+    s.g.StopRequested = kTrue; // 11
     if (s.player) {
         s.player->setURL(QString());
         s.player->close();
@@ -145,9 +148,10 @@ void File1_MouseDown(Session& s, int button, int, double, double) {
         } catch (const Failure& e) {
             s.messages.msgBox(
                 e.message() +
-                QStringLiteral(" You must start this App with NWCViewer closed so that this App can "
-                               "open it. Please close NWCViewer and This App and then start this "
-                               "app only."));
+                QStringLiteral(
+                    " You must start this App with NWCViewer closed so that this App can "
+                    "open it. Please close NWCViewer and This App and then start this "
+                    "app only."));
             return false;
         }
         return true;
@@ -161,7 +165,7 @@ void File1_MouseDown(Session& s, int button, int, double, double) {
     const QString name = cleanSongName(v.File1FileName(), v.IGNNR.get() == 1); // 12
     const QString shortName = name.section(u'.', 0, 0);
     const QString folder = v.Text1.text().trimmed();
-    s.g.SongBase = folder + u'/' + name;                                 // 13
+    s.g.SongBase = folder + u'/' + name; // 13
     s.g.SongFile = folder + u'/' + v.File1FileName().trimmed();
 
     const QString map = existingPathIgnoringCase(mapFileName(s.g.SongBase)); // 14, 15
@@ -174,16 +178,18 @@ void File1_MouseDown(Session& s, int button, int, double, double) {
     });
     f.Shape3.set(locked);
 
-    const QString sheet1 = sheetPath(folder, name);                      // 16
+    const QString sheet1 = sheetPath(folder, name); // 16
     const QString sheet2 = sheetPath(v.Text7.text(), name);
-    v.PlayedList += s.g.SongFile + u',';                                 // 17
-    if (s.player) s.player->close();                                     // 18
+    v.PlayedList += s.g.SongFile + u',';                                                // 17
+    if (s.player) s.player->close();                                                    // 18
     if (!withMessage([&] { sheetsAndNotation(s, sheet1, sheet2, shortName); })) return; // 19, 20
-    s.g.OverlayTicks = 40;                                               // 21
+    s.g.OverlayTicks = 40;                                                              // 21
 }
 
 void installSongLoading(Session& s) {
-    s.File1_MouseDown = [&s](int b, int sh, double x, double y) { File1_MouseDown(s, b, sh, x, y); };
+    s.File1_MouseDown = [&s](int b, int sh, double x, double y) {
+        File1_MouseDown(s, b, sh, x, y);
+    };
 }
 
 } // namespace mv

@@ -21,15 +21,19 @@ void installVolume(Session& s) {
     s.velmor.Pitch.always([&s] { SetPitch(s); });
 }
 
-void Command18_Click(Session& s) { s.velmor.Pitch.setNumber(s.velmor.Pitch.value() - 0.5); }
-void Command19_Click(Session& s) { s.velmor.Pitch.setNumber(s.velmor.Pitch.value() + 0.5); }
+void Command18_Click(Session& s) {
+    s.velmor.Pitch.setNumber(s.velmor.Pitch.value() - 0.5);
+}
+void Command19_Click(Session& s) {
+    s.velmor.Pitch.setNumber(s.velmor.Pitch.value() + 0.5);
+}
 
 void SetPitch(Session& s) {
     const double pos = s.player ? s.player->controlsCurrentPosition() : 0;
     // Whole milliseconds in 32 bits: positions past 32767 ms fit too.
     const double ms = std::nearbyint(pos * 1000);
-    s.messages.msgBox(QStringLiteral("Work in progress. Not yet available") + QStringLiteral(" / ") +
-                      u' ' + numberText(ms));
+    s.messages.msgBox(QStringLiteral("Work in progress. Not yet available") +
+                      QStringLiteral(" / ") + u' ' + numberText(ms));
 }
 
 void AudioOut_Click(Session& s, int entry) {
@@ -47,12 +51,17 @@ void setsound(Session& s) {
     s.player->setAudioDevice(d >= 0 && d < names.size() ? names[d] : QString());
 }
 
-void Command12_Click(Session& s) { s.velmor.Speed.setNumber(s.velmor.Speed.value() - 0.05); }
-void Command13_Click(Session& s) { s.velmor.Speed.setNumber(s.velmor.Speed.value() + 0.05); }
+void Command12_Click(Session& s) {
+    s.velmor.Speed.setNumber(s.velmor.Speed.value() - 0.05);
+}
+void Command13_Click(Session& s) {
+    s.velmor.Speed.setNumber(s.velmor.Speed.value() + 0.05);
+}
 
 void Mixer_Click(Session& s) {
     if (!QProcess::startDetached(QStringLiteral("pavucontrol"), {}))
-        s.messages.msgBox(QStringLiteral("Can't open the Volume control program"), QStringLiteral("Sorry"));
+        s.messages.msgBox(QStringLiteral("Can't open the Volume control program"),
+                          QStringLiteral("Sorry"));
 }
 
 } // namespace mv

@@ -12,13 +12,16 @@ void put16(QByteArray& b, int v) {
     b.append(char((v >> 8) & 0xff));
 }
 void put32(QByteArray& b, quint32 v) {
-    for (int i = 0; i < 4; ++i) b.append(char((v >> (8 * i)) & 0xff));
+    for (int i = 0; i < 4; ++i)
+        b.append(char((v >> (8 * i)) & 0xff));
 }
 quint32 get32(const char* p) {
     return quint32(uchar(p[0])) | quint32(uchar(p[1])) << 8 | quint32(uchar(p[2])) << 16 |
            quint32(uchar(p[3])) << 24;
 }
-quint16 get16(const char* p) { return quint16(uchar(p[0]) | uchar(p[1]) << 8); }
+quint16 get16(const char* p) {
+    return quint16(uchar(p[0]) | uchar(p[1]) << 8);
+}
 } // namespace
 
 void writeToneWav(const QString& path, const std::vector<double>& hz, double secondsEach,
@@ -98,7 +101,8 @@ double frequency(const Pcm& p, size_t from, size_t count) {
 double rms(const Pcm& p, size_t from, size_t count) {
     const size_t end = std::min(p.samples.size(), from + count);
     double sum = 0;
-    for (size_t i = from; i < end; ++i) sum += p.samples[i] * p.samples[i];
+    for (size_t i = from; i < end; ++i)
+        sum += p.samples[i] * p.samples[i];
     return end > from ? std::sqrt(sum / double(end - from)) : 0;
 }
 

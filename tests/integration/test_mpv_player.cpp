@@ -54,7 +54,8 @@ class MpvPlayerTest : public ::testing::Test {
 TEST_F(MpvPlayerTest, HalfSpeedDoublesTheLengthAndKeepsThePitch) {
     writeToneWav(path("a440.wav"), {440}, 2.0);
     const Pcm normal = render(path("a440.wav"), path("n.wav"));
-    const Pcm slow = render(path("a440.wav"), path("s.wav"), [](MpvPlayer& p) { p.setSettingsRate(0.5); });
+    const Pcm slow =
+        render(path("a440.wav"), path("s.wav"), [](MpvPlayer& p) { p.setSettingsRate(0.5); });
     ASSERT_GT(normal.seconds(), 1.8);
     EXPECT_NEAR(slow.seconds() / normal.seconds(), 2.0, 0.1);
     const size_t mid = slow.samples.size() / 2;
@@ -78,7 +79,8 @@ TEST_F(MpvPlayerTest, APositionWrittenRightAfterTheUrlStartsThereAndRateIsAvaila
 TEST_F(MpvPlayerTest, VolumeIsThePlayersOwnWithMpvsCubicCurve) {
     writeToneWav(path("loud.wav"), {440}, 1.0, 0.8);
     auto level = [&](int volume, const char* out) {
-        const Pcm p = render(path("loud.wav"), path(out), [volume](MpvPlayer& pl) { pl.setSettingsVolume(volume); });
+        const Pcm p = render(path("loud.wav"), path(out),
+                             [volume](MpvPlayer& pl) { pl.setSettingsVolume(volume); });
         return rms(p, p.samples.size() / 4, p.samples.size() / 2);
     };
     const double full = level(100, "v100.wav"), half = level(50, "v50.wav"),

@@ -77,7 +77,8 @@ TEST_F(QtPdfViewerTest, TurnsAtTheEndsRaiseNothingAndKeepThePage) {
     v.gotoPreviousPage();
     v.gotoPreviousPage();
     EXPECT_EQ(v.currentPage(), 1);
-    for (int i = 0; i < 5; ++i) v.gotoNextPage();
+    for (int i = 0; i < 5; ++i)
+        v.gotoNextPage();
     EXPECT_EQ(v.currentPage(), 3);
     v.gotoFirstPage();
     EXPECT_EQ(v.currentPage(), 1);
@@ -117,7 +118,8 @@ TEST_F(QtPdfViewerTest, InSheetWindowTheMarkMovesUpWithV) {
     s.adobeF.VScroll1.set(8500);
     ASSERT_TRUE(painted(*viewer, w));
     const QImage img = w.grab().toImage();
-    if (qEnvironmentVariableIsSet("MELLIVANE_SHOTS")) img.save(qEnvironmentVariable("MELLIVANE_SHOTS") + "/sheet.png");
+    if (qEnvironmentVariableIsSet("MELLIVANE_SHOTS"))
+        img.save(qEnvironmentVariable("MELLIVANE_SHOTS") + "/sheet.png");
     const double viewerWidth = viewer->width() * 15.0;
     const QPointF tw = page::pointInViewer(kMarks[1], QSizeF(612, 792), viewerWidth, 100);
     // In the window: the viewer's own position in the carrier, minus V.

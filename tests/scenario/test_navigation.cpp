@@ -81,7 +81,7 @@ TEST_F(NavigationTest, SmoothScrollReachesAutoScrollInScrollStepSteps) {
     s.adobeF.VScroll1.always([&] { ++steps; });
     const int64_t t0 = clock.tickMs();
     Command14_Click(s);
-    EXPECT_EQ(V(), 8000); // AutoScroll itself, not plus the offset
+    EXPECT_EQ(V(), 8000);  // AutoScroll itself, not plus the offset
     EXPECT_EQ(steps, 375); // 500 -> 8000 by 20
     EXPECT_EQ(clock.tickMs() - t0, 374 * 10);
     EXPECT_EQ(sent, QStringList{"&AUTOSCROLL/"});

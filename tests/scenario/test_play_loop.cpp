@@ -97,8 +97,8 @@ TEST_F(PlayLoopTest, RecordedMapPlaysInOrderAtItsTimes) {
         "1991 SCR=0", "1991 height=495", "1991 V=500", "1991 NXT=False", "1991 PRV=False",
         "1991 CNT=1", "1991 TIC=1000",
         // 1991 + 995
-        "2987 X= 4110 ", "2987 left=4110", "2987 height=135", "2987 SCR=8000",
-        "2987 height=495", "2987 V=8500", "2987 CNT=2", "2987 TIC=1500",
+        "2987 X= 4110 ", "2987 left=4110", "2987 height=135", "2987 SCR=8000", "2987 height=495",
+        "2987 V=8500", "2987 CNT=2", "2987 TIC=1500",
         // 2987 + 1492.5
         "4480 X= 300 ", "4480 left=300", "4480 height=135", "4480 Y= 900 ", "4480 top=900",
         "4480 SCR=0", "4480 height=495", "4480 V=500", "4480 NXT=True", "4480 gotoNextPage",
@@ -121,8 +121,8 @@ TEST_F(PlayLoopTest, EmptyMapRunsOnlyTheStepsAfterTheLoop) {
     play(QString());
     // Writing "0" to SCR is a change from "", so the red cursor flashes before
     // the cursor is hidden.
-    EXPECT_EQ(trace, (QStringList{"3000 X=0", "3000 left=0", "3000 Y=0", "3000 CNT=0",
-                                  "3000 TIC=0", "3000 SCR=0", "3000 height=495", "3000 shown",
+    EXPECT_EQ(trace, (QStringList{"3000 X=0", "3000 left=0", "3000 Y=0", "3000 CNT=0", "3000 TIC=0",
+                                  "3000 SCR=0", "3000 height=495", "3000 shown",
                                   "3000 Command4_Click", "3000 hidden", "3000 focus main"}));
     EXPECT_FALSE(s.form1.Visible.get());
     EXPECT_EQ(s.form1.Raised.get(), 1); // the overlay came up in the one pass

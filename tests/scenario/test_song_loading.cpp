@@ -74,7 +74,7 @@ TEST_F(SongLoadingTest, LeftPressResetsFindsSiblingsAndAppliesTheHeader) {
     select("Song MIX.mp3");
     EXPECT_EQ(s.g.SongBase, dir.path() + "/Song.mp3");
     EXPECT_EQ(s.g.SongFile, dir.path() + "/Song MIX.mp3"); // the MIX recording plays
-    EXPECT_TRUE(s.adobeF.Shape3.get());                     // the lock light
+    EXPECT_TRUE(s.adobeF.Shape3.get());                    // the lock light
     EXPECT_EQ(s.velmor.ZoomIt.text(), "90");
     EXPECT_EQ(s.velmor.PDFLeft.text(), "150");
     EXPECT_EQ(player.settingsVolume(), 40);
@@ -87,10 +87,10 @@ TEST_F(SongLoadingTest, LeftPressResetsFindsSiblingsAndAppliesTheHeader) {
     EXPECT_EQ(s.velmor.PlayedList, dir.path() + "/Song MIX.mp3,");
     EXPECT_EQ(clock.tickMs() - t0, 500); // the half second before the sheet
     // ZoomIt was "100" already: step 10 changes nothing, the header zooms to 90.
-    EXPECT_EQ(calls, (QStringList{"gotoFirstPage", "setZoom(90)",
-                                  "LoadFile(" + dir.path() + "/Song.pdf)", "gotoFirstPage",
-                                  "setPageMode(none)", "setZoom(90)", "gotoPreviousPage",
-                                  "gotoPreviousPage", "gotoPreviousPage"}));
+    EXPECT_EQ(calls,
+              (QStringList{"gotoFirstPage", "setZoom(90)", "LoadFile(" + dir.path() + "/Song.pdf)",
+                           "gotoFirstPage", "setPageMode(none)", "setZoom(90)", "gotoPreviousPage",
+                           "gotoPreviousPage", "gotoPreviousPage"}));
     EXPECT_EQ(s.adobeF.VScroll1.get(), 500);
     EXPECT_EQ(s.adobeF.AcroPDF1Height.get(), 1.55 * s.screenHeight);
     EXPECT_EQ(s.g.OverlayTicks, 40);
@@ -126,7 +126,7 @@ TEST_F(SongLoadingTest, ViewerFailureEndsTheLoadWithTheMessage) {
     select("Bad.mp3");
     ASSERT_EQ(messages.shown.size(), 1);
     EXPECT_TRUE(messages.shown[0].startsWith("Error 53 File not found You must start this App"));
-    EXPECT_NE(s.g.OverlayTicks, 40); // not reached
+    EXPECT_NE(s.g.OverlayTicks, 40);                  // not reached
     EXPECT_EQ(s.g.SongBase, dir.path() + "/Bad.mp3"); // what was done stands
 }
 

@@ -101,7 +101,9 @@ void FakePlayer::setControlsCurrentPosition(double seconds) {
     markTick_ = clock_.tickMs();
 }
 
-void FakePlayer::setAudioDevice(const QString& name) { log(QStringLiteral("device(%1)").arg(name)); }
+void FakePlayer::setAudioDevice(const QString& name) {
+    log(QStringLiteral("device(%1)").arg(name));
+}
 
 void FakeViewer::LoadFile(const QString& path) {
     log(QStringLiteral("LoadFile(%1)").arg(path));
@@ -124,7 +126,9 @@ void FakeViewer::gotoPreviousPage() {
     if (page > 1) --page;
 }
 
-void FakeViewer::setPageMode(const QString& mode) { log(QStringLiteral("setPageMode(%1)").arg(mode)); }
+void FakeViewer::setPageMode(const QString& mode) {
+    log(QStringLiteral("setPageMode(%1)").arg(mode));
+}
 
 void FakeViewer::setZoom(float percent) {
     log(QStringLiteral("setZoom(%1)").arg(numberText(percent)));

@@ -6,9 +6,9 @@
 #include "core/beeper.h"
 #include "core/clock.h"
 #include "core/messages.h"
+#include "qt_print.h"
 #include "sheet/pdf_viewer.h"
 #include "transport/media_player.h"
-#include "qt_print.h"
 
 #include <QStringList>
 #include <deque>
@@ -26,7 +26,7 @@ class FakeMessages : public Messages {
                                     const QString& initial = {}) override;
     QStringList shown; // every text, in order
     std::deque<bool> yesNoAnswers;
-    QStringList inputAnswers; // a null QString answers Cancel
+    QStringList inputAnswers;                   // a null QString answers Cancel
     std::function<void(const QString&)> onShow; // runs inside the box
 };
 

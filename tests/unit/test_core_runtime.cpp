@@ -40,7 +40,8 @@ TEST(FileTable, LinesEndAtCrLfCrOrLfAndReadingPastTheEndFails) {
     FileTable t;
     t.open(1, p, FileMode::Input);
     QStringList got;
-    while (!t.eof(1)) got << t.readLine(1);
+    while (!t.eof(1))
+        got << t.readLine(1);
     EXPECT_EQ(got, (QStringList{"one", "", "two", "three", "last"}));
     EXPECT_EQ(failureNumber([&] { t.readLine(1); }), 62);
     EXPECT_EQ(splitLines("a\r\n"), QStringList{"a"}); // no empty line after the last end

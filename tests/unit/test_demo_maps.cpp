@@ -26,7 +26,9 @@ struct Row {
     bool nxt;
 };
 
-QString demoDir() { return qEnvironmentVariable("MELLIVANE_SOURCE_DIR") + "/demo"; }
+QString demoDir() {
+    return qEnvironmentVariable("MELLIVANE_SOURCE_DIR") + "/demo";
+}
 
 QMap<QString, QList<Row>> layout() {
     QMap<QString, QList<Row>> out;
@@ -58,7 +60,8 @@ TEST(DemoSongs, EachMapFitsTheLayoutOfItsSheet) {
     for (auto it = songs.begin(); it != songs.end(); ++it) {
         SCOPED_TRACE(it.key().toStdString());
         const QStringList lines = mapLines(it.key());
-        ASSERT_EQ(lines.mid(0, 9), (QStringList{"100@", "0%", "#1", "#2", "#3", "#4", "#5", "#6", " 80^"}));
+        ASSERT_EQ(lines.mid(0, 9),
+                  (QStringList{"100@", "0%", "#1", "#2", "#3", "#4", "#5", "#6", " 80^"}));
         ASSERT_EQ(lines.size(), 9 + 6 * it->size());
         double sum = 0;
         bool scrolled = false;
@@ -94,7 +97,8 @@ TEST(DemoSongs, TheSheetHasANoteWhereTheCursorLands) {
         QPdfDocument doc;
         ASSERT_EQ(doc.load(demoDir() + "/songs/" + it.key() + ".pdf"), QPdfDocument::Error::None);
         int pages = 0;
-        for (const Row& r : *it) pages = std::max(pages, r.page);
+        for (const Row& r : *it)
+            pages = std::max(pages, r.page);
         EXPECT_EQ(doc.pageCount(), pages);
         QImage img;
         int rendered = 0;

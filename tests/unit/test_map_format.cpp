@@ -17,13 +17,14 @@ namespace {
 
 QByteArray crlf(const QStringList& lines) {
     QByteArray b;
-    for (const QString& l : lines) b += l.toLatin1() + "\r\n";
+    for (const QString& l : lines)
+        b += l.toLatin1() + "\r\n";
     return b;
 }
 
-const QStringList kRecorded = {"100@", "0%", "#1", "#2", "#3", "#4", "#5", "#6", " 80^",
-                               "2340", " 1650 ", " 2280 ", "0", "False", "False",
-                               "1875", " 4110 ", " 2280 ", "0", "True", "False"};
+const QStringList kRecorded = {"100@",  "0%",   "#1",     "#2",     "#3",     "#4",   "#5",
+                               "#6",    " 80^", "2340",   " 1650 ", " 2280 ", "0",    "False",
+                               "False", "1875", " 4110 ", " 2280 ", "0",      "True", "False"};
 
 class MapFileTest : public ::testing::Test {
   protected:
@@ -52,7 +53,8 @@ class MapFileTest : public ::testing::Test {
 
 TEST(MapFileName, CutAtTheFirstDotOfTheWholePath) {
     EXPECT_EQ(mapFileName("/songs/Blue.Moon.mp3"), "/songs/Blue.map");
-    EXPECT_EQ(mapFileName("/my.songs/Blue.mp3"), "/my.map"); // a dot in a folder: a name that won't exist
+    EXPECT_EQ(mapFileName("/my.songs/Blue.mp3"),
+              "/my.map"); // a dot in a folder: a name that won't exist
     EXPECT_EQ(mapFileName("/songs/Blue"), "/songs/Blue.map");
 }
 
@@ -116,7 +118,7 @@ TEST_F(MapFileTest, HeaderTakeAppliesZoomLeftAndVolumeAndPassesOverTics) {
     EXPECT_EQ(s.velmor.ZoomIt.text(), "90");
     EXPECT_EQ(s.velmor.PDFLeft.text(), "120");
     EXPECT_EQ(volumes, QStringList{" 80^"});
-    EXPECT_EQ(s.tic.Tic[0], "keep"); // the table is not touched
+    EXPECT_EQ(s.tic.Tic[0], "keep");              // the table is not touched
     EXPECT_TRUE(s.g.MapHeaderLines[1].isEmpty()); // window 2 hidden: slots stay
     EXPECT_FALSE(s.files.isOpen(4));
     EXPECT_FALSE(headerTake(s, dir.filePath("none.map"), {}));
@@ -125,9 +127,8 @@ TEST_F(MapFileTest, HeaderTakeAppliesZoomLeftAndVolumeAndPassesOverTics) {
 TEST_F(MapFileTest, BareRecordsHeaderBetweenRecordsAndARecordCutShort) {
     // No header at all: the first line is row 0's Tic.  A header line between
     // records is taken; the last record ends after its X.
-    const QString p =
-        write(crlf({"100", "1", "2", "0", "False", "False", "75@", "200", "3", "4", "0", "False",
-                    "False", "300", " 5 "}));
+    const QString p = write(crlf({"100", "1", "2", "0", "False", "False", "75@", "200", "3", "4",
+                                  "0", "False", "False", "300", " 5 "}));
     editLoad(s, p);
     EXPECT_EQ(row(0), (QStringList{"100", "1", "2", "0", "False", "False"}));
     EXPECT_EQ(row(1), (QStringList{"200", "3", "4", "0", "False", "False"}));
@@ -147,7 +148,12 @@ TEST_F(MapFileTest, SaveInProgressKeepsZoomAndLeft) {
 
 TEST_F(MapFileTest, FiveThousandRowsLoadTheNextOneIsTooLarge) {
     QStringList lines;
-    for (int i = 0; i < 5001; ++i) lines << QString::number(i + 1) << "1" << "2" << "0" << "False" << "False";
+    for (int i = 0; i < 5001; ++i)
+        lines << QString::number(i + 1) << "1"
+              << "2"
+              << "0"
+              << "False"
+              << "False";
     const QString p = write(crlf(lines));
     s.adobeF.Shape2.set(true);
     editLoad(s, p);
@@ -158,7 +164,8 @@ TEST_F(MapFileTest, FiveThousandRowsLoadTheNextOneIsTooLarge) {
     EXPECT_FALSE(s.files.isOpen(3));
     // The table can hold 5001 rows and writes them all.
     s.tic.Tic[5000] = "5001";
-    for (auto* c : {&s.tic.X, &s.tic.Y, &s.tic.Scr, &s.tic.Nxt, &s.tic.Prv}) (*c)[5000] = (*c)[0];
+    for (auto* c : {&s.tic.X, &s.tic.Y, &s.tic.Scr, &s.tic.Nxt, &s.tic.Prv})
+        (*c)[5000] = (*c)[0];
     tableWrite(s, p);
     EXPECT_EQ(splitLines(read(p)).size(), 7 + 5001 * 6); // "#1".."#6" and "^", then the rows
 }
@@ -182,7 +189,8 @@ TEST_F(MapFileTest, EmptyTableWritesAnEmptyFileAndStreamWriteIsTheRecordedForm) 
 
 TEST_F(MapFileTest, NoReaderFailsOnGarbage) {
     QByteArray junk;
-    for (int i = 0; i < 4000; ++i) junk += char((i * 7919) % 256);
+    for (int i = 0; i < 4000; ++i)
+        junk += char((i * 7919) % 256);
     junk += "\r\n#7\r\n~\r\n^^^\r\n@%#\r\n99999999999999999999#1\r\n-1e308@\r\n";
     const QString p = write(junk);
     s.adobeF2.Visible.set(true);

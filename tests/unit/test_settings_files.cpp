@@ -53,19 +53,20 @@ TEST_F(SettingsTest, SaveWritesSixtyLinesInTheirKindsAndReadsBackTheSame) {
     const QStringList l = lines();
     ASSERT_EQ(l.size(), 60);
     EXPECT_EQ(l[0], "/home/me/songs");
-    EXPECT_EQ(l[2], "FALSE");        // flags in capitals
-    EXPECT_EQ(l[5], "1234.5");       // trimmed number
+    EXPECT_EQ(l[2], "FALSE");  // flags in capitals
+    EXPECT_EQ(l[5], "1234.5"); // trimmed number
     EXPECT_EQ(l[7], "TRUE");
     EXPECT_EQ(l[8], "FALSE");
-    EXPECT_EQ(l[14], " 450 ");       // text as it stands
-    EXPECT_EQ(l[21], " 1 ");         // number in print form
+    EXPECT_EQ(l[14], " 450 "); // text as it stands
+    EXPECT_EQ(l[21], " 1 ");   // number in print form
     EXPECT_EQ(l[22], " 1234.5 ");
     EXPECT_EQ(l[26], " 15000 ");
-    EXPECT_EQ(l.mid(29, 8), (QStringList{"False", "False", "False", "True", "False", "False", "False", "False"}));
-    EXPECT_EQ(l[39], " 1 ");         // check box value in print form
-    EXPECT_EQ(l[44], "False");       // states in mixed case
+    EXPECT_EQ(l.mid(29, 8),
+              (QStringList{"False", "False", "False", "True", "False", "False", "False", "False"}));
+    EXPECT_EQ(l[39], " 1 ");   // check box value in print form
+    EXPECT_EQ(l[44], "False"); // states in mixed case
     EXPECT_EQ(l[45], "True");
-    EXPECT_EQ(l[46], "True");        // IgnX, built-in checked
+    EXPECT_EQ(l[46], "True"); // IgnX, built-in checked
     EXPECT_EQ(l[55], "Zoom");
     EXPECT_EQ(l[56], "-300");
 
@@ -90,20 +91,22 @@ TEST_F(SettingsTest, SaveWritesSixtyLinesInTheirKindsAndReadsBackTheSame) {
 }
 
 TEST_F(SettingsTest, ShortOlderFilesStopWhereTheyEnd) {
-    QStringList eleven = {"C:\\NWC", "*.mp3", "TRUE", "", "4.5", "100", "0", "TRUE", "FALSE", "", "FALSE"};
+    QStringList eleven = {"C:\\NWC", "*.mp3", "TRUE",  "", "4.5",  "100",
+                          "0",       "TRUE",  "FALSE", "", "FALSE"};
     write(eleven);
     int shown = 0;
     ASSERT_TRUE(openSettings(s));
     EXPECT_FALSE(readLines1to37(s, [&] { ++shown; }));
-    EXPECT_EQ(shown, 1);                      // line 11 shows sheet window 1
-    EXPECT_EQ(s.velmor.LoadPDF.get(), 1);     // whatever it holds
-    EXPECT_EQ(s.velmor.CNWC.get(), 0);        // line 3 "TRUE" all the same
-    EXPECT_EQ(s.velmor.FadeT.text(), "3");    // not reached: built-in
+    EXPECT_EQ(shown, 1);                         // line 11 shows sheet window 1
+    EXPECT_EQ(s.velmor.LoadPDF.get(), 1);        // whatever it holds
+    EXPECT_EQ(s.velmor.CNWC.get(), 0);           // line 3 "TRUE" all the same
+    EXPECT_EQ(s.velmor.FadeT.text(), "3");       // not reached: built-in
     EXPECT_EQ(s.velmor.Text1.text(), "C:\\NWC"); // a Windows path is read as it stands
     EXPECT_FALSE(s.files.isOpen(1));
     // 37 lines are enough for the first stretch; the second reads nothing.
     QStringList l37 = eleven;
-    while (l37.size() < 37) l37 << "";
+    while (l37.size() < 37)
+        l37 << "";
     write(l37);
     ASSERT_TRUE(openSettings(s));
     EXPECT_TRUE(readLines1to37(s, {}));

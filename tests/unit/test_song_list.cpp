@@ -22,7 +22,8 @@ void touch(const QTemporaryDir& d, const QString& n) {
 
 TEST(SongList, PatternWithoutCaseAndCaseInsensitiveOrderWithZAtTheEnd) {
     QTemporaryDir d;
-    for (const char* n : {"b.pdf", "A.PDF", "Zebra.pdf", "c.mp3", "02 Song.pdf", "zeta.PDF", "a.map"})
+    for (const char* n :
+         {"b.pdf", "A.PDF", "Zebra.pdf", "c.mp3", "02 Song.pdf", "zeta.PDF", "a.map"})
         touch(d, n);
     QDir(d.path()).mkdir("folder.pdf"); // folders are no songs
     EXPECT_EQ(listSongs(d.path(), "*.PDF"),
