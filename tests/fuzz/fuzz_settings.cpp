@@ -1,0 +1,23 @@
+// Start-up on any bytes as the settings files: the same input stands as
+// "Mellivane.ini", "AdobeFx.ini" and "PlayedList.txt" of a working directory
+// of this process.  Start-up must end, whatever it read.
+#include "core/settings_files.h"
+#include "core/startup.h"
+#include "fuzz_session.h"
+
+#include <QDir>
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+    static const QString dir = QStringLiteral("/tmp/mellivane-fuzz-settings-%1").arg(getpid());
+    QDir().mkpath(dir);
+    const QByteArray bytes(reinterpret_cast<const char*>(data), qsizetype(size));
+    for (const char* name : {"Mellivane.ini", "AdobeFx.ini", "PlayedList.txt"}) {
+        QFile f(dir + u'/' + QLatin1StringView(name));
+        if (f.open(QIODevice::WriteOnly | QIODevice::Truncate)) f.write(bytes);
+    }
+    mv::fuzz::FuzzSession f;
+    f.s.configDir = dir;
+    mv::startUp(f.s, {}, QStringLiteral("/nonexistent-demo"));
+    mv::readAdobeFx(f.s);
+    return 0;
+}
