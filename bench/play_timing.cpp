@@ -73,8 +73,10 @@ int main(int argc, char** argv) {
     QStringList lines{"100@", "0%", "#1", "#2", "#3", "#4", "#5", "#6", " 80^"};
     std::mt19937 rng(42);
     std::uniform_int_distribution<int> ms(20, 250);
+    std::vector<int> ticMs;
     for (int i = 0; i < tics; ++i) {
-        lines << QString::number(ms(rng)) << printFormSingle(1000 + (i % 20) * 600)
+        ticMs.push_back(ms(rng));
+        lines << QString::number(ticMs.back()) << printFormSingle(1000 + (i % 20) * 600)
               << printFormSingle(2000 + (i % 4) * 1500) << QString::number(i % 2 ? 8000 : 0)
               << boolText(i % 16 == 15) << QStringLiteral("False");
     }
@@ -94,13 +96,16 @@ int main(int argc, char** argv) {
     clock.every(100, [&] { ++timerTicks; }); // Timer1
     clock.every(100, [&] { ++timerTicks; }); // Timer3
 
-    double target = 0;
+    // Each move is due at the base of its tic plus the tic times Tic Offset;
+    // the loop moves the base to the move's moment just before the cursor.
+    // (The fields report changes only, so the tic is taken from the map.)
+    double base = 0;
     std::vector<double> lateness;
-    s.adobeF.Text4.always([&] {
-        target = double(s.g.PlayStartTick) + s.adobeF.Text4.value() * s.velmor.Text5.value();
-    });
     s.adobeF.Text1.always([&] {
-        if (s.adobeF.Text1.text() != u"0") lateness.push_back(nowMs() - target);
+        if (s.adobeF.Text1.text() == u"0" || lateness.size() >= ticMs.size()) return;
+        const double due = base + ticMs[lateness.size()] * s.velmor.Text5.value();
+        lateness.push_back(nowMs() - due);
+        base = double(s.g.PlayStartTick);
     });
 
     s.files.open(1, path, FileMode::Input);
@@ -108,6 +113,7 @@ int main(int argc, char** argv) {
         const double cpu0 = cpuSeconds();
         const double wall0 = nowMs();
         s.g.PlayStartTick = clock.tickMs();
+        base = double(s.g.PlayStartTick);
         s.velmor.Text5.setText(".995");
         // The 3 s after the map are part of a real play but not of this
         // measure: stop at the end of the map.
