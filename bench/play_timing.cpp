@@ -87,10 +87,7 @@ int main(int argc, char** argv) {
     Session s(clock, messages);
     test::FakePlayer player(clock);
     test::FakeViewer viewer;
-    s.player = &player;
-    s.adobeF.AcroPDF1 = &viewer;
-    s.adobeF.Visible.set(true);
-    installReadoutFields(s);
+    test::attachSheetOne(s, player, viewer);
     player.setURL(QStringLiteral("bench.mp3"));
     int timerTicks = 0;
     clock.every(100, [&] { ++timerTicks; }); // Timer1

@@ -19,11 +19,8 @@ struct FuzzSession {
     test::FakePlayer player{clock};
     test::FakeViewer viewer, viewer2;
     FuzzSession() {
-        s.player = &player;
-        s.adobeF.AcroPDF1 = &viewer;
+        test::attachSheetOne(s, player, viewer);
         s.adobeF2.AcroPDF1 = &viewer2;
-        s.adobeF.Visible.set(true);
-        installReadoutFields(s);
         player.setURL(QStringLiteral("fuzz.mp3"));
     }
 };

@@ -62,10 +62,7 @@ Result play(const QString& speed) {
     Session s(clock, messages);
     MpvPlayer player(QStringLiteral("null"));
     test::FakeViewer viewer;
-    s.player = &player;
-    s.adobeF.AcroPDF1 = &viewer;
-    s.adobeF.Visible.set(true);
-    installReadoutFields(s);
+    test::attachSheetOne(s, player, viewer);
     installPlayStart(s);
     installNavigation(s);
     s.velmor.PDFDLY.setText("0");

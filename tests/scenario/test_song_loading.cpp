@@ -31,10 +31,7 @@ namespace {
 class SongLoadingTest : public ::testing::Test {
   protected:
     SongLoadingTest() : player(clock), viewer(&calls) {
-        s.player = &player;
-        s.adobeF.AcroPDF1 = &viewer;
-        s.adobeF.Visible.set(true);
-        installReadoutFields(s);
+        attachSheetOne(s, player, viewer);
         installSheetGeometry(s);
         installSongLoading(s);
         s.velmor.Text1.setText(dir.path());

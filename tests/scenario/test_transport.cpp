@@ -23,10 +23,7 @@ class TransportTest : public ::testing::Test {
   protected:
     explicit TransportTest(double dayStart = 43200.3) : clock(1000, dayStart), player(clock) {}
     void SetUp() override {
-        s.player = &player;
-        s.adobeF.AcroPDF1 = &viewer;
-        s.adobeF.Visible.set(true);
-        installReadoutFields(s);
+        attachSheetOne(s, player, viewer);
         installNavigation(s);
         installPlayStart(s);
         s.sendToClients = [this](const QString& t) { sent << t; };

@@ -1,6 +1,7 @@
 #include "fakes.h"
 
 #include "core/values.h"
+#include "cursormap/cursor_fields.h"
 
 namespace mv::test {
 
@@ -138,6 +139,13 @@ void FakeViewer::setZoom(float percent) {
 void FakeBeeper::beep(int hz, int ms) {
     beeps.append({hz, ms});
     clock_.sleepBlocking(ms);
+}
+
+void attachSheetOne(Session& s, MediaPlayer& player, PdfViewer& viewer) {
+    s.player = &player;
+    s.adobeF.AcroPDF1 = &viewer;
+    s.adobeF.Visible.set(true);
+    installReadoutFields(s);
 }
 
 } // namespace mv::test

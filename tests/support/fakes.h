@@ -6,6 +6,7 @@
 #include "core/beeper.h"
 #include "core/clock.h"
 #include "core/messages.h"
+#include "core/session_state.h"
 #include "qt_print.h"
 #include "sheet/pdf_viewer.h"
 #include "transport/media_player.h"
@@ -105,5 +106,9 @@ class FakeBeeper : public Beeper {
   private:
     Clock& clock_;
 };
+
+// Sheet window 1 shown over `viewer`, `player` as the player, and the
+// readout fields wired as in the program.
+void attachSheetOne(Session& s, MediaPlayer& player, PdfViewer& viewer);
 
 } // namespace mv::test
