@@ -127,6 +127,49 @@ TEST_F(SettingsTest, FoundWhateverTheCaseAndBadValuesAfterLine37Fail) {
     EXPECT_EQ(QDir(dir.path()).entryList(QDir::Files), QStringList{"MELLIVANE.INI"});
 }
 
+// What start-up runs depends on how far the file goes and on whether the
+// notation viewer named in it exists.
+TEST_F(SettingsTest, StartUpStepsFollowTheLengthOfTheFileAndTheViewerStep) {
+    QFile(dir.filePath("NWCViewer.exe")).open(QIODevice::WriteOnly);
+    QFile(dir.filePath("Song.pdf")).open(QIODevice::WriteOnly);
+    write({"PlayedList is here"}, "PlayedList.txt");
+    QStringList l(20, QString());
+    l[0] = dir.path();
+    l[1] = "*.PDF";
+    l[3] = dir.filePath("NWCViewer.exe");
+    int adjusted = 0, shown = 0;
+    QStringList activated;
+    StartupHooks h;
+    h.adjustAll = [&] { ++adjusted; };
+    h.activateProgram = [&](const QString& t) { activated << t; };
+    h.showMainWindow = [&] { ++shown; };
+
+    // 20 lines: straight to closing the file; no AdjustAll, no viewer.
+    write(l);
+    startUp(s, h, {});
+    EXPECT_EQ(adjusted, 0);
+    EXPECT_TRUE(activated.isEmpty());
+    EXPECT_EQ(s.velmor.PlayedList, "PlayedList is here");
+    EXPECT_EQ(s.velmor.File1List.get(), QStringList{"Song.pdf"}); // SetPath ran
+    EXPECT_TRUE(messages.shown.isEmpty());
+    EXPECT_EQ(shown, 1);
+
+    // 60 lines with a bad check box value after the viewer step: the error
+    // is said and start-up ends there; the main window comes up all the same.
+    l.resize(60);
+    l[39] = "7";
+    write(l);
+    Session t(clock, messages);
+    t.configDir = dir.path();
+    startUp(t, h, {});
+    EXPECT_EQ(adjusted, 1);
+    EXPECT_EQ(activated, QStringList{"NWCViewer"});
+    ASSERT_EQ(messages.shown.size(), 1);
+    EXPECT_EQ(messages.shown[0], "Error 380 Invalid property value");
+    EXPECT_EQ(t.velmor.PlayedList, ""); // the steps after the error did not run
+    EXPECT_EQ(shown, 2);
+}
+
 TEST_F(SettingsTest, FirstRunStartsOnTheDemoAndShutDownLeavesAFileTheNextStartReads) {
     QTemporaryDir demo;
     QDir(demo.path()).mkpath("songs");
