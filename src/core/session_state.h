@@ -195,10 +195,13 @@ struct SheetTwoState {
     Prop<bool> Visible{false};
     CursorPicture Picture1;
     ScrollValue VScroll1{0, 32767, 0};
-    ScrollValue VScroll2{-5000, 5000, 0}; // "Adjust PDF"
-    Field AdjLeft;                        // "Left"
-    Field ScrollOffset;                   // "Top"
-    Field PageNR{QStringLiteral("1")};    // "Page"
+    ScrollValue VScroll2{-5000, 5000, 0};    // "Adjust PDF"
+    Field AdjLeft{QStringLiteral("0")};      // "Left"
+    Field ScrollOffset{QStringLiteral("0")}; // "Top"
+    Field PDFTop{QStringLiteral("600")};     // "PDF": VScroll2 at load
+    Field PDFOffset{QStringLiteral("0")};    // "Offset": added to VScroll2
+    double Top = 0, Left = 0, Height = 0;    // the window's place, twips
+    Field PageNR{QStringLiteral("1")};       // "Page"
     Field Text11{QStringLiteral("4")};
     Prop<bool> Text11Visible{false};
     PdfViewer* AcroPDF1 = nullptr;

@@ -330,15 +330,60 @@ bool readAdobeFx(Session& s) {
     return true;
 }
 
+namespace {
+
+// A window's top and left as the place files hold them: 0 when off the
+// screen.
+double placeTop(const Session& s, double top, double height) {
+    return top >= 0 && top < s.screenHeight - height / 2 ? top : 0;
+}
+double placeLeft(const Session& s, double left) {
+    return left < s.screenWidth ? left : 0;
+}
+
+} // namespace
+
 void writeAdobeFx(Session& s) {
-    const double top = s.adobeF.Top;
-    const double left = s.adobeF.Left;
     s.files.close(2);
     s.files.open(2, configFile(s, QStringLiteral("AdobeFx.ini")), FileMode::Output);
-    s.files.writeLine(2,
-                      printForm(top >= 0 && top < s.screenHeight - s.adobeF.Height / 2 ? top : 0));
-    s.files.writeLine(2, printForm(left < s.screenWidth ? left : 0));
+    s.files.writeLine(2, printForm(placeTop(s, s.adobeF.Top, s.adobeF.Height)));
+    s.files.writeLine(2, printForm(placeLeft(s, s.adobeF.Left)));
     s.files.close(2);
+}
+
+bool readAdobeF2(Session& s) {
+    SheetTwoState& w = s.adobeF2;
+    const QString path = configFile(s, QStringLiteral("AdobeF2.ini"));
+    if (!QFileInfo(path).isFile()) return false;
+    s.files.close(3);
+    s.files.open(3, path, FileMode::Input);
+    const std::function<void(const QString&)> lines[] = {
+        [&](const QString& l) { w.ScrollOffset.setText(l); },
+        [&](const QString& l) { w.AdjLeft.setText(l); },
+        [&](const QString& l) { w.PDFTop.setText(l); },
+        [&](const QString& l) { w.Top = val(l); },
+        [&](const QString& l) { w.Left = val(l); },
+        [&](const QString& l) { w.PDFOffset.setText(l); },
+    };
+    for (const auto& take : lines) {
+        if (s.files.eof(3)) break;
+        take(s.files.readLine(3));
+    }
+    s.files.close(3);
+    return true;
+}
+
+void writeAdobeF2(Session& s) {
+    const SheetTwoState& w = s.adobeF2;
+    s.files.close(3);
+    s.files.open(3, configFile(s, QStringLiteral("AdobeF2.ini")), FileMode::Output);
+    s.files.writeLine(3, w.ScrollOffset.text());
+    s.files.writeLine(3, w.AdjLeft.text());
+    s.files.writeLine(3, w.PDFTop.text());
+    s.files.writeLine(3, printForm(placeTop(s, w.Top, w.Height)));
+    s.files.writeLine(3, printForm(placeLeft(s, w.Left)));
+    s.files.writeLine(3, w.PDFOffset.text());
+    s.files.close(3);
 }
 
 } // namespace mv

@@ -36,4 +36,12 @@ void readLines38to60(Session& s);
 bool readAdobeFx(Session& s);
 void writeAdobeFx(Session& s);
 
+// "AdobeF2.ini" (file number 3): sheet window 2's ScrollOffset, AdjLeft,
+// PDFTop, top, left and PDFOffset, one a line.  read: texts as they stand,
+// top and left by value, stopping where the file ends; false without the
+// file (the fields keep what they hold).  write: the top and left by the
+// rule of "AdobeFx.ini".
+bool readAdobeF2(Session& s);
+void writeAdobeF2(Session& s);
+
 } // namespace mv

@@ -127,6 +127,35 @@ TEST_F(SettingsTest, FoundWhateverTheCaseAndBadValuesAfterLine37Fail) {
     EXPECT_EQ(QDir(dir.path()).entryList(QDir::Files), QStringList{"MELLIVANE.INI"});
 }
 
+// The second sheet window's place file: six lines, the place kept on the
+// screen, a short file read as far as it goes.
+TEST_F(SettingsTest, SecondSheetPlaceFileRoundTripAndShortFiles) {
+    EXPECT_FALSE(readAdobeF2(s));
+    EXPECT_EQ(s.adobeF2.PDFTop.text(), "600"); // built-in texts stay
+    s.adobeF2.ScrollOffset.setText(" 120");
+    s.adobeF2.AdjLeft.setText("-45");
+    s.adobeF2.PDFTop.setText("300");
+    s.adobeF2.PDFOffset.setText("15");
+    s.adobeF2.Top = s.screenHeight; // off the screen: written as 0
+    s.adobeF2.Left = 4500;
+    writeAdobeF2(s);
+    EXPECT_EQ(lines("AdobeF2.ini"), (QStringList{" 120", "-45", "300", " 0 ", " 4500 ", "15"}));
+
+    Session back(clock, messages);
+    back.configDir = dir.path();
+    ASSERT_TRUE(readAdobeF2(back));
+    EXPECT_EQ(back.adobeF2.ScrollOffset.text(), " 120");
+    EXPECT_EQ(back.adobeF2.PDFOffset.text(), "15");
+    EXPECT_EQ(back.adobeF2.Left, 4500);
+    EXPECT_FALSE(back.files.isOpen(3));
+
+    write({"7", "8", "x"}, "ADOBEF2.INI"); // found whatever the case
+    QFile::remove(dir.filePath("AdobeF2.ini"));
+    ASSERT_TRUE(readAdobeF2(back));
+    EXPECT_EQ(back.adobeF2.PDFTop.text(), "x");     // texts as they stand
+    EXPECT_EQ(back.adobeF2.PDFOffset.text(), "15"); // not reached
+}
+
 // What start-up runs depends on how far the file goes and on whether the
 // notation viewer named in it exists.
 TEST_F(SettingsTest, StartUpStepsFollowTheLengthOfTheFileAndTheViewerStep) {
