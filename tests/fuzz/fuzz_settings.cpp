@@ -1,6 +1,6 @@
 // Start-up on any bytes as the settings files: the same input stands as
-// "Mellivane.ini", "AdobeFx.ini" and "PlayedList.txt" of a working directory
-// of this process.  Start-up must end, whatever it read.
+// "Mellivane.ini", "AdobeFx.ini", "AdobeF2.ini" and "PlayedList.txt" of a
+// working directory of this process.  Start-up must end, whatever it read.
 #include "core/settings_files.h"
 #include "core/startup.h"
 #include "fuzz_session.h"
@@ -11,7 +11,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     static const QString dir = QStringLiteral("/tmp/mellivane-fuzz-settings-%1").arg(getpid());
     QDir().mkpath(dir);
     const QByteArray bytes(reinterpret_cast<const char*>(data), qsizetype(size));
-    for (const char* name : {"Mellivane.ini", "AdobeFx.ini", "PlayedList.txt"}) {
+    for (const char* name : {"Mellivane.ini", "AdobeFx.ini", "AdobeF2.ini", "PlayedList.txt"}) {
         QFile f(dir + u'/' + QLatin1StringView(name));
         if (f.open(QIODevice::WriteOnly | QIODevice::Truncate)) f.write(bytes);
     }
@@ -19,5 +19,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     f.s.configDir = dir;
     mv::startUp(f.s, {}, QStringLiteral("/nonexistent-demo"));
     mv::readAdobeFx(f.s);
+    mv::readAdobeF2(f.s);
     return 0;
 }
