@@ -1,0 +1,118 @@
+// Real sound through a real sound server: a private PulseAudio daemon with
+// two null sinks stands in for a computer with two sound cards.  The player
+// lists both, and the music goes to the one chosen, not to the other; what
+// each card played is recorded from its monitor.
+
+#include "media_gen.h"
+#include "transport/mpv_player.h"
+
+#include <QDir>
+#include <QElapsedTimer>
+#include <QEventLoop>
+#include <QFileInfo>
+#include <QProcess>
+#include <QStandardPaths>
+#include <QTemporaryDir>
+#include <QTimer>
+#include <gtest/gtest.h>
+
+using namespace mv;
+using namespace mv::test;
+
+namespace {
+
+void runFor(int ms) {
+    QEventLoop loop;
+    QTimer::singleShot(ms, &loop, &QEventLoop::quit);
+    loop.exec();
+}
+
+class AudioRoutingTest : public ::testing::Test {
+  protected:
+    void SetUp() override {
+        if (QStandardPaths::findExecutable("pulseaudio").isEmpty() ||
+            QStandardPaths::findExecutable("parec").isEmpty())
+            GTEST_SKIP() << "pulseaudio and parec are not installed (scripts/install-deps)";
+        QDir(runtime.path()).mkdir("rt");
+        env = QProcessEnvironment::systemEnvironment();
+        env.insert("XDG_RUNTIME_DIR", runtime.filePath("rt"));
+        env.insert("PULSE_RUNTIME_PATH", runtime.filePath("rt/pulse"));
+        // The server runs as our child, so that it ends with the test.
+        daemon.setProcessEnvironment(env);
+        daemon.start("pulseaudio",
+                     {"--daemonize=no", "--exit-idle-time=-1", "-n", "--use-pid-file=no",
+                      "--load=module-native-protocol-unix auth-anonymous=1",
+                      "--load=module-null-sink sink_name=cardA",
+                      "--load=module-null-sink sink_name=cardB"});
+        ASSERT_TRUE(daemon.waitForStarted(5000));
+        const QString socket = runtime.filePath("rt/pulse/native");
+        QElapsedTimer t;
+        t.start();
+        while (!QFileInfo::exists(socket) && t.elapsed() < 10000)
+            runFor(50);
+        ASSERT_TRUE(QFileInfo::exists(socket)) << daemon.readAllStandardError().toStdString();
+        // The player reaches the server through the environment.
+        for (const char* k : {"XDG_RUNTIME_DIR", "PULSE_RUNTIME_PATH"})
+            qputenv(k, env.value(k).toUtf8());
+    }
+    void TearDown() override {
+        if (daemon.state() == QProcess::NotRunning) return;
+        daemon.terminate();
+        if (!daemon.waitForFinished(5000)) daemon.kill();
+    }
+    // Starts recording what `sink` plays, as 16-bit mono at 44100 Hz.
+    void record(QProcess& p, const char* sink) {
+        p.setProcessEnvironment(env);
+        p.start("parec", {"--raw", "--format=s16le", "--channels=1", "--rate=44100",
+                          QStringLiteral("--device=%1.monitor").arg(sink)});
+        ASSERT_TRUE(p.waitForStarted(5000));
+    }
+    static double level(QProcess& p) {
+        p.terminate();
+        p.waitForFinished(5000);
+        const QByteArray raw = p.readAllStandardOutput();
+        Pcm pcm;
+        for (qsizetype i = 0; i + 1 < raw.size(); i += 2)
+            pcm.samples.push_back(qint16(quint8(raw[i]) | (quint8(raw[i + 1]) << 8)) / 32768.0);
+        return pcm.samples.empty() ? 0 : rms(pcm, 0, pcm.samples.size());
+    }
+
+    QTemporaryDir runtime;
+    QProcessEnvironment env;
+    QProcess daemon;
+};
+
+TEST_F(AudioRoutingTest, TheChosenCardPlaysTheMusicAndTheOtherStaysSilent) {
+    writeToneWav(runtime.filePath("tone.wav"), {440}, 1.5, 0.5);
+    MpvPlayer player(QStringLiteral("auto"));
+    ASSERT_TRUE(player.isValid());
+    QStringList devices;
+    QElapsedTimer t;
+    t.start();
+    while (!devices.contains("pulse/cardB") && t.elapsed() < 5000) {
+        runFor(50);
+        devices = player.audioDevices();
+    }
+    ASSERT_TRUE(devices.contains("pulse/cardA")) << devices.join(' ').toStdString();
+    ASSERT_TRUE(devices.contains("pulse/cardB")) << devices.join(' ').toStdString();
+
+    QProcess a, b;
+    record(a, "cardA");
+    record(b, "cardB");
+    runFor(300);
+    player.setAudioDevice("pulse/cardB");
+    player.setSettingsVolume(100);
+    bool ended = false;
+    QObject::connect(&player, &MpvPlayer::endOfFile, [&] { ended = true; });
+    player.setURL(runtime.filePath("tone.wav"));
+    t.restart();
+    while (!ended && t.elapsed() < 10000)
+        runFor(50);
+    EXPECT_TRUE(ended);
+    EXPECT_FALSE(player.noAudioOutput());
+    runFor(300);
+    EXPECT_GT(level(b), 0.05); // the tone, played by card B
+    EXPECT_LT(level(a), 1e-4); // card A heard nothing
+}
+
+} // namespace
