@@ -6,6 +6,7 @@
 #include "cursormap/cursor_fields.h"
 #include "fakes.h"
 
+#include <QDir>
 #include <QFile>
 #include <QString>
 #include <unistd.h>
@@ -25,9 +26,24 @@ struct FuzzSession {
     }
 };
 
+// A path of this process under /tmp, removed (with what is below it) when
+// the process ends.
+inline QString scratchPath(const QString& name) {
+    struct Scratch {
+        QString path;
+        ~Scratch() {
+            QDir(path).removeRecursively();
+            QFile::remove(path);
+        }
+    };
+    static Scratch scratch{QStringLiteral("/tmp/mellivane-fuzz-%1").arg(getpid())};
+    QDir().mkpath(scratch.path);
+    return scratch.path + u'/' + name;
+}
+
 // Writes the input to a file of this process and returns its path.
 inline QString inputFile(const uint8_t* data, size_t size) {
-    static const QString path = QStringLiteral("/tmp/mellivane-fuzz-%1.map").arg(getpid());
+    static const QString path = scratchPath(QStringLiteral("input.map"));
     QFile f(path);
     if (f.open(QIODevice::WriteOnly | QIODevice::Truncate))
         f.write(reinterpret_cast<const char*>(data), qint64(size));

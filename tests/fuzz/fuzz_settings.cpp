@@ -8,7 +8,7 @@
 #include <QDir>
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-    static const QString dir = QStringLiteral("/tmp/mellivane-fuzz-settings-%1").arg(getpid());
+    static const QString dir = mv::fuzz::scratchPath(QStringLiteral("config"));
     QDir().mkpath(dir);
     const QByteArray bytes(reinterpret_cast<const char*>(data), qsizetype(size));
     for (const char* name : {"Mellivane.ini", "AdobeFx.ini", "AdobeF2.ini", "PlayedList.txt"}) {
