@@ -53,9 +53,7 @@ constexpr double kLeadIn = 1.0;   // seconds of silence before the first note
 constexpr double kCountOff = 4.0; // the built-in PDF Delay the maps are made for
 constexpr double kTicOffset = 0.995;
 
-int diatonic(char letter, int octave) {
-    return QByteArray("CDEFGAB").indexOf(letter) + 7 * octave;
-}
+int diatonic(char letter, int octave) { return QByteArray("CDEFGAB").indexOf(letter) + 7 * octave; }
 double midiHz(char letter, int octave, int sharps) {
     static const int semis[] = {0, 2, 4, 5, 7, 9, 11};
     int idx = QByteArray("CDEFGAB").indexOf(letter);

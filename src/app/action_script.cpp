@@ -31,9 +31,7 @@ QStringList readActionScript(const QString& path) {
 ActionScript::ActionScript(WindowRegistry& windows, QStringList lines, QObject* parent)
     : QObject(parent), windows_(windows), lines_(std::move(lines)) {}
 
-void ActionScript::start() {
-    QTimer::singleShot(0, this, &ActionScript::step);
-}
+void ActionScript::start() { QTimer::singleShot(0, this, &ActionScript::step); }
 
 void ActionScript::fail(const QString& why) {
     ++failures_;

@@ -16,9 +16,7 @@ struct SystemClock::Impl {
     int nextId = 1;
 };
 
-SystemClock::SystemClock() : d(new Impl) {
-    d->steady.start();
-}
+SystemClock::SystemClock() : d(new Impl) { d->steady.start(); }
 
 SystemClock::~SystemClock() {
     for (QTimer* t : std::as_const(d->timers))
@@ -31,9 +29,7 @@ int64_t SystemClock::tickMs() const {
     return d->steady.elapsed() + 1000;
 }
 
-double SystemClock::preciseMs() const {
-    return double(d->steady.nsecsElapsed()) / 1e6 + 1000;
-}
+double SystemClock::preciseMs() const { return double(d->steady.nsecsElapsed()) / 1e6 + 1000; }
 
 float SystemClock::dayClock() const {
     return static_cast<float>(QTime::currentTime().msecsSinceStartOfDay() / 1000.0);
@@ -50,9 +46,7 @@ int SystemClock::every(int periodMs, std::function<void()> fn) {
     return id;
 }
 
-void SystemClock::cancel(int id) {
-    delete d->timers.take(id);
-}
+void SystemClock::cancel(int id) { delete d->timers.take(id); }
 
 void SystemClock::sleepBlocking(int ms) {
     std::this_thread::sleep_for(std::chrono::milliseconds(ms));

@@ -31,9 +31,7 @@ QStringList splitLines(const QByteArray& bytes) {
 }
 
 FileTable::FileTable() = default;
-FileTable::~FileTable() {
-    closeAll();
-}
+FileTable::~FileTable() { closeAll(); }
 
 FileTable::Slot& FileTable::slot(int number) const {
     if (number < 1 || number > kMaxNumber || !slots_[number]) throw failures::badFileNumber();

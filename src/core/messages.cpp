@@ -7,9 +7,7 @@
 namespace mv {
 
 namespace {
-QString titleOr(const QString& t) {
-    return t.isEmpty() ? QStringLiteral("Mellivane") : t;
-}
+QString titleOr(const QString& t) { return t.isEmpty() ? QStringLiteral("Mellivane") : t; }
 } // namespace
 
 void QtMessages::msgBox(const QString& text, const QString& title) {

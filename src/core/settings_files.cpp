@@ -15,12 +15,8 @@ const QString kSettings = QStringLiteral("Mellivane.ini");
 QString flag(int checked) {
     return checked == 1 ? QStringLiteral("TRUE") : QStringLiteral("FALSE");
 }
-QString state(bool on) {
-    return boolText(on);
-}
-int readFlag(const QString& l) {
-    return l == u"TRUE" ? 1 : 0;
-}
+QString state(bool on) { return boolText(on); }
+int readFlag(const QString& l) { return l == u"TRUE" ? 1 : 0; }
 // A check box value read back: 0, 1 or 2 (grayed); anything else fails.
 int readValue(const QString& l) {
     const int v = roundWord(val(l));
@@ -126,101 +122,56 @@ bool readLines1to37(Session& s, const std::function<void()>& onShowSheet1) {
         const QString l = s.files.readLine(kFile);
         try { // a bad line is passed over
             switch (line) {
-            case 1:
-                v.Text1.setText(l);
-                break;
-            case 2:
-                v.Text2.setText(l);
-                break;
-            case 3:
-                v.CNWC.set(0);
-                break;
-            case 4:
-                v.Text3.setText(l);
-                break;
-            case 5:
-                v.Text4.setText(l);
-                break;
+            case 1: v.Text1.setText(l); break;
+            case 2: v.Text2.setText(l); break;
+            case 3: v.CNWC.set(0); break;
+            case 4: v.Text3.setText(l); break;
+            case 5: v.Text4.setText(l); break;
             case 6: {
                 const double top = val(l);
                 v.WindowTop =
                     top >= 0 && top < s.screenHeight - 500 ? top : s.screenHeight - v.WindowHeight;
                 break;
             }
-            case 7:
-                v.WindowLeft = 1;
-                break;
-            case 8:
-                v.IGNNR.set(readFlag(l));
-                break;
-            case 9:
-                v.IgnZ.set(readFlag(l));
-                break;
-            case 10:
-                v.PDFView.setText(l);
-                break;
+            case 7: v.WindowLeft = 1; break;
+            case 8: v.IGNNR.set(readFlag(l)); break;
+            case 9: v.IgnZ.set(readFlag(l)); break;
+            case 10: v.PDFView.setText(l); break;
             case 11:
                 v.LoadPDF.set(1);
                 if (onShowSheet1) onShowSheet1();
                 break;
-            case 12:
-                v.ZoomNWC.set(0);
-                break;
+            case 12: v.ZoomNWC.set(0); break;
             case 13:
                 v.ZoomPDF.set(readFlag(l));
                 if (v.ZoomPDF.get() == 1 && onShowSheet1) onShowSheet1();
                 break;
-            case 14:
-                v.FadeT.setText(l);
-                break;
-            case 15:
-                v.ScrollOffset.setText(l);
-                break;
-            case 16:
-                v.XOffset.setText(l);
-                break;
-            case 17:
-                v.YOffset.setText(l);
-                break;
-            case 18:
-                v.AutoScroll.setText(l);
-                break;
-            case 19:
-                v.Text5.setText(l);
-                break;
-            case 20:
-                v.PDFDLY.setText(l);
-                break;
-            case 21:
-                v.FirstNote.setText(l);
-                break;
-            case 22:
-                v.WindowLeft = 1;
-                break;
+            case 14: v.FadeT.setText(l); break;
+            case 15: v.ScrollOffset.setText(l); break;
+            case 16: v.XOffset.setText(l); break;
+            case 17: v.YOffset.setText(l); break;
+            case 18: v.AutoScroll.setText(l); break;
+            case 19: v.Text5.setText(l); break;
+            case 20: v.PDFDLY.setText(l); break;
+            case 21: v.FirstNote.setText(l); break;
+            case 22: v.WindowLeft = 1; break;
             case 23: {
                 const double top = val(l);
                 v.WindowTop = !(s.screenHeight - 500 < top) ? top : s.screenHeight - v.WindowHeight;
                 break;
             }
-            case 24:
-                v.Line24 = l;
-                break;
+            case 24: v.Line24 = l; break;
             case 25:
                 v.Text6.setText(l);
                 v.File1Pattern = v.Text2.text().trimmed();
                 break;
-            case 26:
-                v.ZoomAll.setText(l);
-                break;
+            case 26: v.ZoomAll.setText(l); break;
             case 27:
                 s.g.ButtonStripLeft = val(l);
                 s.adobeF.VScroll1Left.set(s.g.ButtonStripLeft);
                 break;
-            case 28:
-                break; // the sheet window's left: only ever written
-            case 29:
-                s.adobeF.Top = 1;
-                break;
+            case 28: break; // the sheet window's left: only ever written
+            case 29: s.adobeF.Top = 1; break;
             default: // 30..37: the Audio Out menu, TXDF then TXS0..TXS6
                 if (l != u"False") {
                     v.AudioOutChecked.set(line - 31);
@@ -240,60 +191,24 @@ void readLines38to60(Session& s) {
         if (!s.files.isOpen(kFile) || s.files.eof(kFile)) break;
         const QString l = s.files.readLine(kFile);
         switch (line) {
-        case 38:
-            v.IPAddress.setText(l);
-            break;
-        case 39:
-            v.PortNr.setText(l);
-            break;
-        case 40:
-            v.IamaServer.set(readValue(l));
-            break;
-        case 41:
-            v.ClientDelay.setText(l);
-            break;
-        case 42:
-            v.NoCursor.set(readValue(l));
-            break;
-        case 43:
-            v.Text7.setText(l);
-            break;
-        case 44:
-            v.NoPDFAdj.set(readValue(l));
-            break;
-        case 45:
-            v.Scrn0.set(l == u"True" ? 1 : 0);
-            break;
-        case 46:
-            v.Scrn1.set(l == u"True" ? 1 : 0);
-            break;
-        case 47:
-            v.IgnX.set(l == u"True" ? 1 : 0);
-            break;
-        case 48:
-            v.ScrollSpeed.setText(l);
-            break;
-        case 49:
-            v.ScrollStep.setText(l);
-            break;
-        case 50:
-            v.BeepX.setText(l);
-            break;
-        case 51:
-            v.SendAS.set(readFlag(l));
-            break;
-        case 52:
-            v.ShowB.set(readFlag(l));
-            break;
-        case 53:
-            v.PDFHeight.setText(l);
-            break;
-        case 54:
-            v.PDFWidth.setText(l);
-            break;
-        case 55:
-            v.ShowVB.set(readFlag(l));
-            break;
+        case 38: v.IPAddress.setText(l); break;
+        case 39: v.PortNr.setText(l); break;
+        case 40: v.IamaServer.set(readValue(l)); break;
+        case 41: v.ClientDelay.setText(l); break;
+        case 42: v.NoCursor.set(readValue(l)); break;
+        case 43: v.Text7.setText(l); break;
+        case 44: v.NoPDFAdj.set(readValue(l)); break;
+        case 45: v.Scrn0.set(l == u"True" ? 1 : 0); break;
+        case 46: v.Scrn1.set(l == u"True" ? 1 : 0); break;
+        case 47: v.IgnX.set(l == u"True" ? 1 : 0); break;
+        case 48: v.ScrollSpeed.setText(l); break;
+        case 49: v.ScrollStep.setText(l); break;
+        case 50: v.BeepX.setText(l); break;
+        case 51: v.SendAS.set(readFlag(l)); break;
+        case 52: v.ShowB.set(readFlag(l)); break;
+        case 53: v.PDFHeight.setText(l); break;
+        case 54: v.PDFWidth.setText(l); break;
+        case 55: v.ShowVB.set(readFlag(l)); break;
         case 56:
             // "-Zoom" brings the large list back through the menu's click.
             v.ZM.setText(l == u"-Zoom" ? QStringLiteral("Zoom") : l);
@@ -303,15 +218,9 @@ void readLines38to60(Session& s) {
             s.g.PDFLeftDefault = l;
             v.PDFLeftD.setText(l);
             break;
-        case 58:
-            v.NoScroll.set(readFlag(l));
-            break;
-        case 59:
-            v.FootControl.set(readFlag(l));
-            break;
-        case 60:
-            v.PDFLeftD.setText(l);
-            break;
+        case 58: v.NoScroll.set(readFlag(l)); break;
+        case 59: v.FootControl.set(readFlag(l)); break;
+        case 60: v.PDFLeftD.setText(l); break;
         }
     }
     s.files.close(kFile);
@@ -337,9 +246,7 @@ namespace {
 double placeTop(const Session& s, double top, double height) {
     return top >= 0 && top < s.screenHeight - height / 2 ? top : 0;
 }
-double placeLeft(const Session& s, double left) {
-    return left < s.screenWidth ? left : 0;
-}
+double placeLeft(const Session& s, double left) { return left < s.screenWidth ? left : 0; }
 
 } // namespace
 

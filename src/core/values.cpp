@@ -8,46 +8,22 @@
 namespace mv {
 
 namespace failures {
-Failure overflow() {
-    return {6, QStringLiteral("Overflow")};
-}
-Failure subscriptOutOfRange() {
-    return {9, QStringLiteral("Subscript out of range")};
-}
-Failure typeMismatch() {
-    return {13, QStringLiteral("Type mismatch")};
-}
-Failure badFileNumber() {
-    return {52, QStringLiteral("Bad file name or number")};
-}
-Failure fileNotFound() {
-    return {53, QStringLiteral("File not found")};
-}
-Failure fileAlreadyOpen() {
-    return {55, QStringLiteral("File already open")};
-}
-Failure inputPastEnd() {
-    return {62, QStringLiteral("Input past end of file")};
-}
-Failure pathFileAccess() {
-    return {75, QStringLiteral("Path/File access error")};
-}
-Failure pathNotFound() {
-    return {76, QStringLiteral("Path not found")};
-}
-Failure invalidProperty() {
-    return {380, QStringLiteral("Invalid property value")};
-}
+Failure overflow() { return {6, QStringLiteral("Overflow")}; }
+Failure subscriptOutOfRange() { return {9, QStringLiteral("Subscript out of range")}; }
+Failure typeMismatch() { return {13, QStringLiteral("Type mismatch")}; }
+Failure badFileNumber() { return {52, QStringLiteral("Bad file name or number")}; }
+Failure fileNotFound() { return {53, QStringLiteral("File not found")}; }
+Failure fileAlreadyOpen() { return {55, QStringLiteral("File already open")}; }
+Failure inputPastEnd() { return {62, QStringLiteral("Input past end of file")}; }
+Failure pathFileAccess() { return {75, QStringLiteral("Path/File access error")}; }
+Failure pathNotFound() { return {76, QStringLiteral("Path not found")}; }
+Failure invalidProperty() { return {380, QStringLiteral("Invalid property value")}; }
 } // namespace failures
 
 namespace {
 
-bool skippable(QChar c) {
-    return c == u' ' || c == u'\t' || c == u'\n';
-}
-bool isDigit(QChar c) {
-    return c >= u'0' && c <= u'9';
-}
+bool skippable(QChar c) { return c == u' ' || c == u'\t' || c == u'\n'; }
+bool isDigit(QChar c) { return c >= u'0' && c <= u'9'; }
 
 double parseAscii(const std::string& s) {
     if (s.empty()) return 0.0;
@@ -138,9 +114,7 @@ double val(QStringView text) {
     return parseAscii(num);
 }
 
-QString numberText(double v) {
-    return formatG(v, 15);
-}
+QString numberText(double v) { return formatG(v, 15); }
 
 QString printFormSingle(double v) {
     const float f = static_cast<float>(v);

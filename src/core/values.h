@@ -14,9 +14,7 @@ namespace mv {
 using Flag = int16_t;
 constexpr Flag kTrue = -1;
 constexpr Flag kFalse = 0;
-inline Flag flagOf(bool b) {
-    return b ? kTrue : kFalse;
-}
+inline Flag flagOf(bool b) { return b ? kTrue : kFalse; }
 
 // A run-time failure with a number and a description, as handlers report it:
 // "Error " + number + " " + description.
@@ -80,11 +78,7 @@ int32_t roundLong(double v);
 double strictNumber(QStringView text);
 
 // "True" and only "True" is true.  Stored flags compare exactly.
-inline bool isTrueText(QStringView t) {
-    return t == u"True";
-}
-inline QString boolText(bool b) {
-    return b ? QStringLiteral("True") : QStringLiteral("False");
-}
+inline bool isTrueText(QStringView t) { return t == u"True"; }
+inline QString boolText(bool b) { return b ? QStringLiteral("True") : QStringLiteral("False"); }
 
 } // namespace mv

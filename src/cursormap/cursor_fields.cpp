@@ -21,9 +21,7 @@ void toRedForm(CursorPicture& p) {
     p.Visible.set(true);
 }
 
-double zoomIt(const Session& s) {
-    return s.velmor.ZoomIt.value();
-}
+double zoomIt(const Session& s) { return s.velmor.ZoomIt.value(); }
 
 } // namespace
 

@@ -32,9 +32,7 @@ class LineReader {
     int number_;
 };
 
-QString headerSlotMarker(int k) {
-    return QStringLiteral("#%1").arg(k);
-}
+QString headerSlotMarker(int k) { return QStringLiteral("#%1").arg(k); }
 
 int playerVolume(const Session& s) {
     return s.player ? s.player->settingsVolume() : s.velmor.HScroll1.get();
@@ -189,9 +187,7 @@ void streamOpen(Session& s, const QString& path) {
     s.files.open(2, path, FileMode::Output);
 }
 
-void streamHeader(Session& s) {
-    writeHeader(s, 2, true);
-}
+void streamHeader(Session& s) { writeHeader(s, 2, true); }
 
 void streamTic(Session& s, double tic, double x, double y, double scr, bool nxt, bool prv) {
     FileTable& f = s.files;
@@ -203,8 +199,6 @@ void streamTic(Session& s, double tic, double x, double y, double scr, bool nxt,
     f.writeLine(2, boolText(prv));
 }
 
-void streamClose(Session& s) {
-    s.files.close(2);
-}
+void streamClose(Session& s) { s.files.close(2); }
 
 } // namespace mv

@@ -233,8 +233,6 @@ class Loop {
 
 } // namespace
 
-void playLoop(Session& s) {
-    Loop(s).run();
-}
+void playLoop(Session& s) { Loop(s).run(); }
 
 } // namespace mv

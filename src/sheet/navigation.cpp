@@ -11,9 +11,7 @@ namespace mv {
 
 namespace {
 
-bool editMode(const Session& s) {
-    return s.adobeF.Shape2.get();
-}
+bool editMode(const Session& s) { return s.adobeF.Shape2.get(); }
 
 // Sending to clients: only a connected server with Send AutoScroll on.
 void send(Session& s, const char* token) {
@@ -27,9 +25,7 @@ int16_t topOfPage(const Session& s) {
     return roundWord(s.velmor.ScrollOffset.value() + s.adobeF.Text8.value());
 }
 
-void setV(Session& s, double v) {
-    s.adobeF.VScroll1.set(roundWord(v));
-}
+void setV(Session& s, double v) { s.adobeF.VScroll1.set(roundWord(v)); }
 
 void next1(Session& s) {
     if (s.adobeF.AcroPDF1) s.adobeF.AcroPDF1->gotoNextPage();
@@ -37,12 +33,8 @@ void next1(Session& s) {
 void prev1(Session& s) {
     if (s.adobeF.AcroPDF1) s.adobeF.AcroPDF1->gotoPreviousPage();
 }
-bool window2(const Session& s) {
-    return s.adobeF2.Visible.get();
-}
-void pageUp2(Session& s) {
-    s.adobeF2.PageNR.setNumber(s.adobeF2.PageNR.value() + 1);
-}
+bool window2(const Session& s) { return s.adobeF2.Visible.get(); }
+void pageUp2(Session& s) { s.adobeF2.PageNR.setNumber(s.adobeF2.PageNR.value() + 1); }
 void pageDown2(Session& s) {
     if (s.adobeF2.PageNR.value() > 1) s.adobeF2.PageNR.setNumber(s.adobeF2.PageNR.value() - 1);
 }

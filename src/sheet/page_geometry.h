@@ -15,9 +15,7 @@ constexpr double kTwipsPerPoint = 20.0;   // at zoom 100
 constexpr double kTopMarginTwips = 300.0; // 20 pixels
 
 // Twips per PDF point at `zoomPercent`.
-constexpr double scale(double zoomPercent) {
-    return kTwipsPerPoint * zoomPercent / 100.0;
-}
+constexpr double scale(double zoomPercent) { return kTwipsPerPoint * zoomPercent / 100.0; }
 
 // Left edge of the page in a viewer `viewerWidth` twips wide.
 constexpr double pageLeft(double viewerWidth, double pageWidthPt, double zoomPercent) {

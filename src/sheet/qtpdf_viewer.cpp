@@ -64,15 +64,9 @@ void QtPdfViewer::showPage(int page) {
     update();
 }
 
-void QtPdfViewer::gotoFirstPage() {
-    showPage(0);
-}
-void QtPdfViewer::gotoNextPage() {
-    showPage(page_ + 1);
-}
-void QtPdfViewer::gotoPreviousPage() {
-    showPage(page_ - 1);
-}
+void QtPdfViewer::gotoFirstPage() { showPage(0); }
+void QtPdfViewer::gotoNextPage() { showPage(page_ + 1); }
+void QtPdfViewer::gotoPreviousPage() { showPage(page_ - 1); }
 void QtPdfViewer::setPageMode(const QString&) {} // no side panels exist
 
 void QtPdfViewer::setZoom(float percent) {
@@ -135,9 +129,7 @@ void QtPdfViewer::onRendered(quint64 serial, int page, QSize size, const QImage&
     if (page == page_) update();
 }
 
-void QtPdfViewer::resizeEvent(QResizeEvent*) {
-    requestAround();
-}
+void QtPdfViewer::resizeEvent(QResizeEvent*) { requestAround(); }
 
 void QtPdfViewer::paintEvent(QPaintEvent* e) {
     QPainter g(this);

@@ -210,9 +210,7 @@ SheetWindow::SheetWindow(Session& s, QWidget* viewer, QWidget* parent) : QWidget
     picture1_->raise();
 }
 
-SheetWindow::~SheetWindow() {
-    s_.adobeF.focusCommand14 = nullptr;
-}
+SheetWindow::~SheetWindow() { s_.adobeF.focusCommand14 = nullptr; }
 
 bool SheetWindow::eventFilter(QObject* watched, QEvent* e) {
     if (e->type() == QEvent::KeyPress) {
@@ -242,9 +240,7 @@ void SheetWindow::mouseMoveEvent(QMouseEvent* e) {
     AdjustAll();
 }
 
-void SheetWindow::mouseReleaseEvent(QMouseEvent*) {
-    widthDragging_ = 0;
-}
+void SheetWindow::mouseReleaseEvent(QMouseEvent*) { widthDragging_ = 0; }
 
 void SheetWindow::keyPressEvent(QKeyEvent* e) {
     if (e->text().size() == 1 && sheetKeyPress(s_, e->text()[0])) return;
@@ -274,9 +270,7 @@ void SheetWindow::place(QWidget* w, double left, double top, double width, doubl
     w->setGeometry(px(left), px(top), wpx, hpx);
 }
 
-double SheetWindow::scrollBarLeft() const {
-    return s_.adobeF.VScroll1Left.get();
-}
+double SheetWindow::scrollBarLeft() const { return s_.adobeF.VScroll1Left.get(); }
 
 void SheetWindow::setScrollBarLeft(double twips) {
     s_.adobeF.VScroll1Left.set(twips);

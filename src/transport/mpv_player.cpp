@@ -151,9 +151,7 @@ void MpvPlayer::drainEvents() {
         mpv_event* e = mpv_wait_event(mpv_, 0);
         if (!e || e->event_id == MPV_EVENT_NONE) break;
         switch (e->event_id) {
-        case MPV_EVENT_FILE_LOADED:
-            loaded_ = true;
-            break;
+        case MPV_EVENT_FILE_LOADED: loaded_ = true; break;
         case MPV_EVENT_PLAYBACK_RESTART:
             // The music was asked for at the URL; opening and decoding took
             // a moment (60-80 ms here).  Catch up once, so that the music
@@ -199,8 +197,7 @@ void MpvPlayer::drainEvents() {
             }
             break;
         }
-        default:
-            break;
+        default: break;
         }
     }
 }

@@ -16,9 +16,7 @@ namespace mv {
 
 namespace {
 
-bool guard(const Session& s) {
-    return s.clock.dayClock() > 20.0f;
-}
+bool guard(const Session& s) { return s.clock.dayClock() > 20.0f; }
 
 void focus(Session& s, const char* window) {
     if (s.giveFocus) s.giveFocus(QString::fromLatin1(window));

@@ -64,11 +64,7 @@ FastForwardLabel::FastForwardLabel(MediaPlayer& player, QWidget* parent)
     setMinimumWidth(16);
 }
 
-void FastForwardLabel::mousePressEvent(QMouseEvent*) {
-    player_.controlsFastForward();
-}
-void FastForwardLabel::mouseReleaseEvent(QMouseEvent*) {
-    player_.controlsPlay();
-}
+void FastForwardLabel::mousePressEvent(QMouseEvent*) { player_.controlsFastForward(); }
+void FastForwardLabel::mouseReleaseEvent(QMouseEvent*) { player_.controlsPlay(); }
 
 } // namespace mv

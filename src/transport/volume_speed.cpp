@@ -21,12 +21,8 @@ void installVolume(Session& s) {
     s.velmor.Pitch.always([&s] { SetPitch(s); });
 }
 
-void Command18_Click(Session& s) {
-    s.velmor.Pitch.setNumber(s.velmor.Pitch.value() - 0.5);
-}
-void Command19_Click(Session& s) {
-    s.velmor.Pitch.setNumber(s.velmor.Pitch.value() + 0.5);
-}
+void Command18_Click(Session& s) { s.velmor.Pitch.setNumber(s.velmor.Pitch.value() - 0.5); }
+void Command19_Click(Session& s) { s.velmor.Pitch.setNumber(s.velmor.Pitch.value() + 0.5); }
 
 void SetPitch(Session& s) {
     const double pos = s.player ? s.player->controlsCurrentPosition() : 0;
@@ -51,12 +47,8 @@ void setsound(Session& s) {
     s.player->setAudioDevice(d >= 0 && d < names.size() ? names[d] : QString());
 }
 
-void Command12_Click(Session& s) {
-    s.velmor.Speed.setNumber(s.velmor.Speed.value() - 0.05);
-}
-void Command13_Click(Session& s) {
-    s.velmor.Speed.setNumber(s.velmor.Speed.value() + 0.05);
-}
+void Command12_Click(Session& s) { s.velmor.Speed.setNumber(s.velmor.Speed.value() - 0.05); }
+void Command13_Click(Session& s) { s.velmor.Speed.setNumber(s.velmor.Speed.value() + 0.05); }
 
 void Mixer_Click(Session& s) {
     if (!QProcess::startDetached(QStringLiteral("pavucontrol"), {}))

@@ -19,9 +19,7 @@ quint32 get32(const char* p) {
     return quint32(uchar(p[0])) | quint32(uchar(p[1])) << 8 | quint32(uchar(p[2])) << 16 |
            quint32(uchar(p[3])) << 24;
 }
-quint16 get16(const char* p) {
-    return quint16(uchar(p[0]) | uchar(p[1]) << 8);
-}
+quint16 get16(const char* p) { return quint16(uchar(p[0]) | uchar(p[1]) << 8); }
 } // namespace
 
 void writeToneWav(const QString& path, const std::vector<double>& hz, double secondsEach,

@@ -32,9 +32,7 @@ struct Result {
 };
 
 // Every tenth move turns the page.
-bool turnsPage(int k) {
-    return k % 10 == 9;
-}
+bool turnsPage(int k) { return k % 10 == 9; }
 
 Result play(const QString& speed) {
     QTemporaryDir dir;
@@ -105,9 +103,5 @@ void check(const Result& r) {
 
 } // namespace
 
-TEST(CursorTiming, MusicAtEveryMoveWithin20msAtSpeed1) {
-    check(play("1"));
-}
-TEST(CursorTiming, MusicAtEveryMoveWithin20msAtSpeed08) {
-    check(play(".8"));
-}
+TEST(CursorTiming, MusicAtEveryMoveWithin20msAtSpeed1) { check(play("1")); }
+TEST(CursorTiming, MusicAtEveryMoveWithin20msAtSpeed08) { check(play(".8")); }

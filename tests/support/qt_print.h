@@ -4,9 +4,7 @@
 #include <QStringList>
 #include <ostream>
 
-inline void PrintTo(const QString& s, std::ostream* os) {
-    *os << '"' << s.toStdString() << '"';
-}
+inline void PrintTo(const QString& s, std::ostream* os) { *os << '"' << s.toStdString() << '"'; }
 inline void PrintTo(const QList<QString>& l, std::ostream* os) {
     *os << "{";
     for (qsizetype i = 0; i < l.size(); ++i)

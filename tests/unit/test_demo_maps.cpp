@@ -26,9 +26,7 @@ struct Row {
     bool nxt;
 };
 
-QString demoDir() {
-    return qEnvironmentVariable("MELLIVANE_SOURCE_DIR") + "/demo";
-}
+QString demoDir() { return qEnvironmentVariable("MELLIVANE_SOURCE_DIR") + "/demo"; }
 
 QMap<QString, QList<Row>> layout() {
     QMap<QString, QList<Row>> out;
