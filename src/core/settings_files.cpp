@@ -30,11 +30,22 @@ QString configFile(const Session& s, const QString& name) {
     return existingPathIgnoringCase(QDir(s.configDir).filePath(name));
 }
 
+namespace {
+
+// Replaces the settings file `name`, written as file `number`, with `lines`.
+void writeConfigLines(Session& s, int number, const QString& name, const QStringList& lines) {
+    s.files.close(number);
+    s.files.open(number, configFile(s, name), FileMode::Output);
+    for (const QString& l : lines)
+        s.files.writeLine(number, l);
+    s.files.close(number);
+}
+
+} // namespace
+
 void SaveVelmor(Session& s) {
     VelmorState& v = s.velmor;
     const SheetOneState& f = s.adobeF;
-    s.files.close(kFile);
-    s.files.open(kFile, configFile(s, kSettings), FileMode::Output);
     const QStringList lines = {v.Text1.text(),
                                v.Text2.text(),
                                flag(v.CNWC.get()),
@@ -95,9 +106,7 @@ void SaveVelmor(Session& s) {
                                flag(v.NoScroll.get()),
                                flag(v.FootControl.get()),
                                v.PDFLeftD.text()};
-    for (const QString& l : lines)
-        s.files.writeLine(kFile, l);
-    s.files.close(kFile);
+    writeConfigLines(s, kFile, kSettings, lines);
 }
 
 bool openSettings(Session& s) {
@@ -226,20 +235,25 @@ void readLines38to60(Session& s) {
     s.files.close(kFile);
 }
 
-bool readAdobeFx(Session& s) {
-    const QString path = configFile(s, QStringLiteral("AdobeFx.ini"));
+namespace {
+
+using LineTaker = std::function<void(const QString&)>;
+
+// Opens a place file as `number`, hands its lines in order to `takers`,
+// stopping where the file ends, and closes it.  False without the file.
+bool readPlaceFile(Session& s, int number, const QString& name,
+                   std::initializer_list<LineTaker> takers) {
+    const QString path = configFile(s, name);
     if (!QFileInfo(path).isFile()) return false;
-    s.files.close(2);
-    s.files.open(2, path, FileMode::Input);
-    if (!s.files.eof(2)) {
-        s.adobeF.Top = val(s.files.readLine(2));
-        if (!s.files.eof(2)) s.adobeF.Left = val(s.files.readLine(2));
+    s.files.close(number);
+    s.files.open(number, path, FileMode::Input);
+    for (const LineTaker& take : takers) {
+        if (s.files.eof(number)) break;
+        take(s.files.readLine(number));
     }
-    s.files.close(2);
+    s.files.close(number);
     return true;
 }
-
-namespace {
 
 // A window's top and left as the place files hold them: 0 when off the
 // screen.
@@ -250,47 +264,36 @@ double placeLeft(const Session& s, double left) { return left < s.screenWidth ? 
 
 } // namespace
 
+bool readAdobeFx(Session& s) {
+    SheetOneState& f = s.adobeF;
+    return readPlaceFile(
+        s, 2, QStringLiteral("AdobeFx.ini"),
+        {[&](const QString& l) { f.Top = val(l); }, [&](const QString& l) { f.Left = val(l); }});
+}
+
 void writeAdobeFx(Session& s) {
-    s.files.close(2);
-    s.files.open(2, configFile(s, QStringLiteral("AdobeFx.ini")), FileMode::Output);
-    s.files.writeLine(2, printForm(placeTop(s, s.adobeF.Top, s.adobeF.Height)));
-    s.files.writeLine(2, printForm(placeLeft(s, s.adobeF.Left)));
-    s.files.close(2);
+    const SheetOneState& f = s.adobeF;
+    writeConfigLines(s, 2, QStringLiteral("AdobeFx.ini"),
+                     {printForm(placeTop(s, f.Top, f.Height)), printForm(placeLeft(s, f.Left))});
 }
 
 bool readAdobeF2(Session& s) {
     SheetTwoState& w = s.adobeF2;
-    const QString path = configFile(s, QStringLiteral("AdobeF2.ini"));
-    if (!QFileInfo(path).isFile()) return false;
-    s.files.close(3);
-    s.files.open(3, path, FileMode::Input);
-    const std::function<void(const QString&)> lines[] = {
-        [&](const QString& l) { w.ScrollOffset.setText(l); },
-        [&](const QString& l) { w.AdjLeft.setText(l); },
-        [&](const QString& l) { w.PDFTop.setText(l); },
-        [&](const QString& l) { w.Top = val(l); },
-        [&](const QString& l) { w.Left = val(l); },
-        [&](const QString& l) { w.PDFOffset.setText(l); },
-    };
-    for (const auto& take : lines) {
-        if (s.files.eof(3)) break;
-        take(s.files.readLine(3));
-    }
-    s.files.close(3);
-    return true;
+    return readPlaceFile(s, 3, QStringLiteral("AdobeF2.ini"),
+                         {[&](const QString& l) { w.ScrollOffset.setText(l); },
+                          [&](const QString& l) { w.AdjLeft.setText(l); },
+                          [&](const QString& l) { w.PDFTop.setText(l); },
+                          [&](const QString& l) { w.Top = val(l); },
+                          [&](const QString& l) { w.Left = val(l); },
+                          [&](const QString& l) { w.PDFOffset.setText(l); }});
 }
 
 void writeAdobeF2(Session& s) {
     const SheetTwoState& w = s.adobeF2;
-    s.files.close(3);
-    s.files.open(3, configFile(s, QStringLiteral("AdobeF2.ini")), FileMode::Output);
-    s.files.writeLine(3, w.ScrollOffset.text());
-    s.files.writeLine(3, w.AdjLeft.text());
-    s.files.writeLine(3, w.PDFTop.text());
-    s.files.writeLine(3, printForm(placeTop(s, w.Top, w.Height)));
-    s.files.writeLine(3, printForm(placeLeft(s, w.Left)));
-    s.files.writeLine(3, w.PDFOffset.text());
-    s.files.close(3);
+    writeConfigLines(s, 3, QStringLiteral("AdobeF2.ini"),
+                     {w.ScrollOffset.text(), w.AdjLeft.text(), w.PDFTop.text(),
+                      printForm(placeTop(s, w.Top, w.Height)), printForm(placeLeft(s, w.Left)),
+                      w.PDFOffset.text()});
 }
 
 } // namespace mv

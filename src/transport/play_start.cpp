@@ -112,12 +112,9 @@ void countOff(Session& s) {
 }
 
 void stopByClick(Session& s) {
-    s.adobeF.Picture1.Visible.set(false);
-    if (s.adobeF2.Visible.get()) s.adobeF2.Picture1.Visible.set(false);
+    hideCursors(s);
     s.g.StopRequested = kTrue;
-    if (s.player) s.player->setURL(QString());
-    StopPlaying(s);
-    if (s.player) s.player->close();
+    dropSource(s, true);
     if (s.adobeF.AcroPDF1) s.adobeF.AcroPDF1->gotoFirstPage();
     if (s.adobeF2.Visible.get() && s.adobeF2.AcroPDF1) s.adobeF2.AcroPDF1->gotoFirstPage();
     if (s.focusMainWindow) s.focusMainWindow();

@@ -6,6 +6,7 @@
 #include "cursormap/map_file.h"
 #include "sheet/pdf_viewer.h"
 #include "transport/media_player.h"
+#include "transport/stop_pause.h"
 
 #include <QFileInfo>
 #include <cmath>
@@ -134,13 +135,9 @@ void File1_MouseDown(Session& s, int button, int, double, double) {
     if (v.IamaServer.get() == 1 && v.Shape1.get() && s.sendToClients) // 9
         s.sendToClients(QStringLiteral("&SELECT/") + v.File1FileName());
     v.ZoomIt.setText(QStringLiteral("100")); // 10
-    f.Picture1.Visible.set(false);
-    if (w2.Visible.get()) w2.Picture1.Visible.set(false);
+    hideCursors(s);
     s.g.StopRequested = kTrue; // 11
-    if (s.player) {
-        s.player->setURL(QString());
-        s.player->close();
-    }
+    dropSource(s, false);      // the clients load the new song instead
     // The viewer's own failures end the load with the message below.
     auto withMessage = [&s](auto fn) {
         try {

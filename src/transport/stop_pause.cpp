@@ -63,41 +63,33 @@ void phaseout(Session& s) {
     p->close();
 }
 
-namespace {
-
 void hideCursors(Session& s) {
     s.adobeF.Picture1.Visible.set(false);
     if (s.adobeF2.Visible.get()) s.adobeF2.Picture1.Visible.set(false);
 }
 
-// The source taken away, the clients told, the file let go.
-void dropSource(Session& s) {
+void dropSource(Session& s, bool tellClients) {
     if (s.player) s.player->setURL(QString());
-    StopPlaying(s);
+    if (tellClients) StopPlaying(s);
     if (s.player) s.player->close();
 }
-
-} // namespace
 
 void stopForRandomChoice(Session& s) {
     hideCursors(s);
     s.g.StopRequested = kTrue;
-    dropSource(s);
+    dropSource(s, true);
     hideCursors(s);
 }
 
 void stopForRenaming(Session& s) {
-    dropSource(s);
+    dropSource(s, true);
     for (int n : {1, 2, 3})
         s.files.close(n);
 }
 
 void stopOnClient(Session& s) {
     s.g.StopRequested = kTrue;
-    if (s.player) {
-        s.player->setURL(QString());
-        s.player->close();
-    }
+    dropSource(s, false);
 }
 
 } // namespace mv

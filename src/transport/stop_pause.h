@@ -16,6 +16,13 @@ void Command10_Click(Session& s);
 void Command7_Click(Session& s);
 void phaseout(Session& s);
 
+// The steps the stops share.  hideCursors: the cursor pictures of both
+// sheet windows hidden.  dropSource: the player's URL set to "" (the music
+// stops at once), then close; with `tellClients`, StopPlaying in between.
+// Harmless with no player or no file.
+void hideCursors(Session& s);
+void dropSource(Session& s, bool tellClients);
+
 // The stops that come before other work; each is its own combination.
 // Before the random choice ("Select Random MP3"): the cursors hidden before
 // and after, StopRequested, the source taken away, &STOP/, the file closed.
