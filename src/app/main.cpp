@@ -13,6 +13,7 @@
 #include "cursormap/cursor_fields.h"
 #include "cursormap/play_loop.h"
 #include "library/song_list.h"
+#include "recording/recording_install.h"
 #include "sheet/navigation.h"
 #include "sheet/qtpdf_viewer.h"
 #include "sheet/sheet_geometry.h"
@@ -105,6 +106,7 @@ int main(int argc, char** argv) {
     installVolume(s);
     installSongLoading(s);
     installPlayStart(s);
+    installRecording(s);
 
     windows.define(QStringLiteral("Velmor"), [&] { return new MainWindow(s, player); });
     windows.define(QStringLiteral("AdobeF"), [&] {
@@ -116,6 +118,7 @@ int main(int argc, char** argv) {
         };
         w->handlers[QStringLiteral("Command16")] = [&s] { Command8_Click(s); };
         w->handlers[QStringLiteral("Command1")] = [w] { w->close(); };
+        installRecordingControls(s, *w);
         return w;
     });
     auto* main = windows.get<MainWindow>(QStringLiteral("Velmor"));

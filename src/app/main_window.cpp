@@ -5,6 +5,7 @@
 #include "core/session_state.h"
 #include "core/settings_files.h"
 #include "library/song_list.h"
+#include "recording/edit_mode.h"
 #include "sheet/navigation.h"
 #include "transport/media_player.h"
 #include "transport/play_start.h"
@@ -45,8 +46,9 @@ MainWindow::MainWindow(Session& s, MediaPlayer& player, QWidget* parent) : QWidg
 
     QMenu* ff = bar->addMenu(QStringLiteral("File"));
     ff->setObjectName(QStringLiteral("FF"));
+    // "Save": the song's map through the Edit button, then the settings.
     ff->addAction(QStringLiteral("Save"), this, [&s] {
-          SaveVelmor(s);
+          adobeF::SAV_Click(s);
       })->setObjectName(QStringLiteral("SAV"));
     ff->addAction(QStringLiteral("Exit"), this, &QWidget::close)
         ->setObjectName(QStringLiteral("EX"));

@@ -13,6 +13,7 @@ struct FileTable::Slot {
     QStringList lines; // Input
     qsizetype next = 0;
     std::unique_ptr<QSaveFile> out; // Output and Append
+    std::unique_ptr<QFile> stream;  // Stream
 };
 
 QStringList splitLines(const QByteArray& bytes) {
@@ -59,6 +60,10 @@ void FileTable::open(int number, const QString& path, FileMode mode) {
         if (!info.exists() || info.isDir()) throw failures::fileNotFound();
         if (!f.open(QIODevice::ReadOnly)) throw failures::pathFileAccess();
         s->lines = splitLines(f.readAll());
+    } else if (mode == FileMode::Stream) {
+        s->stream = std::make_unique<QFile>(path);
+        if (!s->stream->open(QIODevice::WriteOnly | QIODevice::Truncate | QIODevice::Unbuffered))
+            throw failures::pathFileAccess();
     } else {
         QByteArray keep;
         if (mode == FileMode::Append && info.exists()) {
@@ -77,6 +82,12 @@ void FileTable::close(int number) {
     if (!isOpen(number)) return;
     std::unique_ptr<Slot> s = std::move(slots_[number]);
     if (s->out) s->out->commit(); // a failed commit leaves the old file whole
+}
+
+void FileTable::commit(int number) {
+    if (!isOpen(number)) return;
+    std::unique_ptr<Slot> s = std::move(slots_[number]);
+    if (s->out && !s->out->commit()) throw failures::pathFileAccess();
 }
 
 void FileTable::closeAll() {
@@ -99,6 +110,11 @@ QString FileTable::readLine(int number) {
 
 void FileTable::writeLine(int number, const QString& text) {
     Slot& s = slot(number);
+    if (s.stream) {
+        // One write per line, unbuffered: the line is in the file when this returns.
+        if (s.stream->write(text.toLatin1() + "\r\n") < 0) throw failures::pathFileAccess();
+        return;
+    }
     if (!s.out) throw failures::badFileNumber();
     s.out->write(text.toLatin1());
     s.out->write("\r\n", 2);

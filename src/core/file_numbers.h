@@ -6,6 +6,9 @@
 //
 // Output files are written to a temporary file beside the target and renamed
 // over it when the number is closed, so a crash never leaves half a file.
+// Stream files (the record stream) are the exception: opening empties the
+// target at once and every line reaches the disk as it is written, so a
+// crash loses at most the line being written.
 // Closing a number that is not open does nothing; any operation may close a
 // number another one holds, and the holder then fails at its next read with
 // failure 52, which is how a running play is ended from outside.
@@ -18,7 +21,7 @@
 
 namespace mv {
 
-enum class FileMode { Input, Output, Append };
+enum class FileMode { Input, Output, Append, Stream };
 
 class FileTable {
   public:
@@ -32,6 +35,10 @@ class FileTable {
     void open(int number, const QString& path, FileMode mode);
     // Ends the use of a number.  Output is committed here.  Not open: nothing.
     void close(int number);
+    // Closes like close(), but an output that could not be committed (a full
+    // disk, a folder that cannot be written) is failure 75; the old file then
+    // stands as it was.
+    void commit(int number);
     void closeAll();
     bool isOpen(int number) const;
     // True when no line is left.  Not open: failure 52.

@@ -154,6 +154,33 @@ struct CursorPicture {
     void repaint() { Repainted.set(Repainted.get() + 1); }
 };
 
+// The left presses on the sheet of window 1 (carrier, viewer and cursor; the
+// button strip never counts), as the record sampler asks for them.  The
+// window reports each press with its place in screen pixels (the window's
+// left and top, in pixels, plus the place inside it) and its moment on the
+// tick clock.
+struct SheetPresses {
+    double x = 0, y = 0;       // where the last left press was, screen pixels
+    int64_t tick = 0;          // when it came, on the tick clock
+    bool down = false;         // the left button is held now
+    bool pressedSince = false; // a press came since the last query
+    bool fresh = false;        // a press came since the sampler last looked
+    void press(double px, double py, int64_t at) {
+        x = px;
+        y = py;
+        tick = at;
+        down = pressedSince = fresh = true;
+    }
+    void release() { down = false; }
+    // Whether the button is down, or went down since the last query; the
+    // memory of a press is used up by the asking.
+    bool query() {
+        const bool r = down || pressedSince;
+        pressedSince = false;
+        return r;
+    }
+};
+
 // Sheet window 1 (AdobeF): readouts, lights, cursor, scroll bar, viewer.
 struct SheetOneState {
     Prop<bool> Visible{false};
@@ -182,6 +209,7 @@ struct SheetOneState {
     Prop<double> AcroPDF1Height{12450}; // the viewer: Text6 screen heights once loaded
     Prop<double> VScroll1Top{45}, VScroll1Height{8895};
     PdfViewer* AcroPDF1 = nullptr;
+    SheetPresses presses;
     // Gives the input focus to Command14 "Auto Scroll" (the window installs
     // it); the space bar then runs Auto Scroll.
     std::function<void()> focusCommand14;
@@ -283,6 +311,8 @@ struct Session {
     std::function<void(const QString& shortName)> nwcOpenSong;
     // The focus rule of Scrn(0)/Scrn(1) between the sheet windows.
     std::function<void()> focusSheetWindow;
+    // The overlay's share of each Timer1 tick; installed by the overlay.
+    std::function<void()> overlayTimerWork;
 };
 
 } // namespace mv

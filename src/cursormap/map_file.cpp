@@ -179,12 +179,12 @@ void tableWrite(Session& s, const QString& path) {
         for (const auto* col : {&t.Tic, &t.X, &t.Y, &t.Scr, &t.Nxt, &t.Prv})
             s.files.writeLine(kFile, (*col)[row]);
     }
-    s.files.close(kFile);
+    s.files.commit(kFile);
 }
 
 void streamOpen(Session& s, const QString& path) {
     s.files.close(2);
-    s.files.open(2, path, FileMode::Output);
+    s.files.open(2, path, FileMode::Stream);
 }
 
 void streamHeader(Session& s) { writeHeader(s, 2, true); }

@@ -33,13 +33,16 @@ void editLoad(Session& s, const QString& path);
 // replaces the whole file from the table.  Header lines go ahead of row 0
 // ("@" only when ZoomIt is not 100, "%" only when PDFLeft is not 0, "#1".."#6"
 // from MapHeaderLines, "^" with the player's volume); an empty table gives an
-// empty file.
+// empty file.  The file is written to a temporary beside it and renamed over
+// it: a crash leaves the old map or the new one.  A map that cannot be written
+// is failure 75 (or 76 for a missing folder) and the old file stays.
 void tableWrite(Session& s, const QString& path);
 
 // Stream write (the recorder), file number 2, open between the two presses
-// of Record.  streamOpen empties the file; streamHeader writes the nine
-// header lines; streamTic writes one record (Tic, Scr trimmed; X, Y in print
-// form as 32-bit floats; Nxt, Prv "True"/"False"); streamClose commits.
+// of Record.  streamOpen empties the file at once and every line reaches the
+// disk as it is written (a crash loses at most the record being written); streamHeader writes the
+// nine header lines; streamTic writes one record (Tic, Scr trimmed; X, Y in print form as 32-bit
+// floats; Nxt, Prv "True"/"False"); streamClose commits.
 void streamOpen(Session& s, const QString& path);
 void streamHeader(Session& s);
 void streamTic(Session& s, double tic, double x, double y, double scr, bool nxt, bool prv);

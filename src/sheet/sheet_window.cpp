@@ -125,7 +125,7 @@ SheetWindow::SheetWindow(Session& s, QWidget* viewer, QWidget* parent) : QWidget
     }
     auto* tick = new QCheckBox(this);
     tick->setObjectName(QStringLiteral("Tick"));
-    tick->setToolTip(QStringLiteral("TIC"));
+    tick->setToolTip(QStringLiteral("Play clicks when cursor jumps instead of the mp3"));
     subs_.push_back(bindCheckBox(f.Tick, tick));
     controls_[tick->objectName()] = tick;
 
@@ -158,6 +158,46 @@ SheetWindow::SheetWindow(Session& s, QWidget* viewer, QWidget* parent) : QWidget
         controls_[w->objectName()] = w;
     }
 
+    // What each control does, shown when the pointer rests on it.
+    const std::pair<const char*, const char*> tips[] = {
+        {"Command2", "Enter the record mode. Touch again to turn the red light off and exit and "
+                     "save your recording"},
+        {"Command7", "Enter edit mode. Click again to turn off the red light and save your "
+                     "changes. Right click to exit without saving changes."},
+        {"Command13", "Enter append mode (You must be the edit mode at the correct cursor start "
+                      "position). Click again to turn off append"},
+        {"Command5", "Step to the next cursor position if in the edit mode, Right click to go to "
+                     "the next scroll"},
+        {"Command8", "Step to the previous cursor position if in the edit mode. Right click to go "
+                     "to previous scroll change"},
+        {"Command9", "Insert one TIC with the same values as displayed. Step back and move the "
+                     "cursor by draging it"},
+        {"Command10", "Delete this tic"},
+        {"AdjB", "This will deduct half of the TIC value in this measure and add it to the next "
+                 "measure"},
+        {"JumpB", "Click to jump to the next page or section. Right click to go backwards"},
+        {"Command3", "Jump to the next page"},
+        {"Command4", "Jump to the Previous page"},
+        {"Command6", "This will scroll the music down. The distance is changed in the setup "
+                     "screen"},
+        {"Command14", "Go into edit mode. place the cursor then touch play."},
+        {"Text1", "This is the X position of the cusor. You can drag the cursor to a new position "
+                  "if in the edit mode"},
+        {"Text2", "This is the Y position of the cusor. You can drag the cursor to a new position "
+                  "if in the edit mode"},
+        {"Text3", "Roughly matches the measure if you are putting placing a cursor on beat one of "
+                  "each measure"},
+        {"Text4", "This is the number of miliseconds before the cursor will be placed at the X Y "
+                  "position"},
+        {"Text5", "If you want to change a series of X positions by the same value, In edit mode "
+                  "this value will be added to the X position on each step."},
+        {"Text6", "If you want to change a series of Y positions by the same value, In edit mode "
+                  "this value will be added to the Y position on each step."},
+        {"Text9", "True if the Next PG button was pressed at this tic"},
+        {"Text10", "True if the Prev PG button was pressed at this tic"}};
+    for (auto [name, tip] : tips)
+        controls_.value(QString::fromLatin1(name))->setToolTip(QString::fromLatin1(tip));
+
     // The page and scroll operations; the keys of the window itself, of
     // Command14 and of Command1 run them too.
     handlers[QStringLiteral("Command3")] = [&s] { Command3_Click(s); };
@@ -165,12 +205,14 @@ SheetWindow::SheetWindow(Session& s, QWidget* viewer, QWidget* parent) : QWidget
     handlers[QStringLiteral("Command6")] = [&s] { Command6_Click(s); };
     handlers[QStringLiteral("Command14")] = [&s] { Command14_Click(s); };
     QWidget* command14 = controls_.value(QStringLiteral("Command14"));
-    command14->installEventFilter(this);
-    controls_.value(QStringLiteral("Command1"))->installEventFilter(this);
-    controls_.value(QStringLiteral("JumpB"))->installEventFilter(this);
+    for (QWidget* w : std::as_const(controls_))
+        w->installEventFilter(this);
     f.focusCommand14 = [command14] { command14->setFocus(Qt::OtherFocusReason); };
 
     picture1_ = new CursorWidget(f.Picture1, this);
+    picture1_->setMouseTracking(true); // a move over the cursor counts, button or not
+    for (QWidget* w : {picture3_, acroPDF1_, picture1_})
+        w->installEventFilter(this);
     CursorPicture& c = f.Picture1;
     for (Notifier* n : std::initializer_list<Notifier*>{&c.Left, &c.Top, &c.Height, &c.Red})
         subs_.push_back(n->subscribe([this] { placeCursor(); }));
@@ -213,16 +255,58 @@ SheetWindow::SheetWindow(Session& s, QWidget* viewer, QWidget* parent) : QWidget
 SheetWindow::~SheetWindow() { s_.adobeF.focusCommand14 = nullptr; }
 
 bool SheetWindow::eventFilter(QObject* watched, QEvent* e) {
-    if (e->type() == QEvent::KeyPress) {
+    auto* widget = qobject_cast<QWidget*>(watched);
+    const QString name = watched->objectName();
+    switch (e->type()) {
+    case QEvent::KeyPress: {
+        // The keys of the window reach its Command14, Command1 and JumpB too.
+        if (name != u"Command14" && name != u"Command1" && name != u"JumpB") break;
         const QString t = static_cast<QKeyEvent*>(e)->text();
         if (t.size() == 1 && sheetKeyPress(s_, t[0])) return true;
-    } else if (e->type() == QEvent::MouseButtonPress &&
-               watched == controls_.value(QStringLiteral("JumpB"))) {
-        const Qt::MouseButton b = static_cast<QMouseEvent*>(e)->button();
-        JumpB_MouseDown(s_, b == Qt::LeftButton ? 1 : b == Qt::RightButton ? 2 : 4);
-        return true;
+        break;
+    }
+    case QEvent::MouseButtonPress:
+    case QEvent::MouseButtonRelease:
+    case QEvent::MouseMove: {
+        auto* m = static_cast<QMouseEvent*>(e);
+        if (widget == picture3_ || widget == acroPDF1_ || widget == picture1_)
+            return sheetMouse(widget, m);
+        if (e->type() != QEvent::MouseButtonPress) break;
+        const int b = m->button() == Qt::LeftButton ? 1 : m->button() == Qt::RightButton ? 2 : 4;
+        if (name == u"JumpB") {
+            JumpB_MouseDown(s_, b);
+            return true;
+        }
+        if (auto h = pressHandlers.value(name)) {
+            h(b);
+            return true;
+        }
+        break;
+    }
+    default: break;
     }
     return QWidget::eventFilter(watched, e);
+}
+
+bool SheetWindow::sheetMouse(QWidget* watched, QMouseEvent* e) {
+    // Screen pixels as the recorder counts them: the window's own place plus
+    // the place inside it, so that X and Y come out relative to the window.
+    const QPoint in = watched->mapTo(this, e->position().toPoint());
+    const double x = s_.adobeF.Left / 15 + in.x(), y = s_.adobeF.Top / 15 + in.y();
+    SheetPresses& p = s_.adobeF.presses;
+    switch (e->type()) {
+    case QEvent::MouseButtonPress:
+        if (e->button() == Qt::LeftButton) p.press(x, y, s_.clock.tickMs());
+        return true; // the sheet takes its clicks; the window's surface does not see them
+    case QEvent::MouseButtonRelease:
+        if (e->button() == Qt::LeftButton) p.release();
+        if (watched == picture1_ && cursorReleased) cursorReleased();
+        return true;
+    case QEvent::MouseMove:
+        if (watched == picture1_ && cursorMoved) cursorMoved(e->buttons() & Qt::LeftButton, x, y);
+        return watched == picture1_;
+    default: return false;
+    }
 }
 
 // The window's free surface: any press starts a width drag (a left press

@@ -20,6 +20,7 @@ class QLineEdit;
 class QPushButton;
 class QScrollBar;
 class QCheckBox;
+class QMouseEvent;
 
 namespace mv {
 
@@ -42,6 +43,14 @@ class SheetWindow : public QWidget {
     // Presses of the strip's buttons go to these, by control name
     // ("Command15", "Command3", ...); a name without a handler does nothing.
     QHash<QString, std::function<void()>> handlers;
+    // Controls that act on the mouse press rather than on the click, with
+    // the button (1 left, 2 right, 4 middle): "Command7", "Command5",
+    // "Label4", ...  A press on such a control runs no click handler.
+    QHash<QString, std::function<void(int button)>> pressHandlers;
+    // The pointer moved over the cursor picture (x, y in screen pixels as
+    // the sheet's presses count them), and a button was released over it.
+    std::function<void(bool leftDown, double x, double y)> cursorMoved;
+    std::function<void()> cursorReleased;
 
     QWidget* carrier() const { return picture3_; }
     QWidget* viewer() const { return acroPDF1_; }
@@ -60,6 +69,10 @@ class SheetWindow : public QWidget {
     void place(QWidget* w, double left, double top, double width = -1, double height = -1);
     void placeCarrier();
     void placeCursor();
+    // A mouse event on the carrier, the viewer or the cursor: left presses
+    // are the sheet's clicks (recording takes them), the cursor's moves and
+    // releases go to the drag.  True when the event is used up.
+    bool sheetMouse(QWidget* watched, QMouseEvent* e);
 
     Session& s_;
     QWidget* picture3_;
