@@ -1,0 +1,210 @@
+// Making and correcting maps on the real sheet window (offscreen) in virtual
+// time: presses on the sheet at known moments and places become the exact
+// bytes of a recorded map; an edit session of steps, a search, Insert,
+// Delete, Adj, a drag and an offset walk becomes the exact bytes of the
+// rewritten map; Append writes its clicks after the row on show.
+
+#include "core/session_state.h"
+#include "fakes.h"
+#include "recording/edit_mode.h"
+#include "recording/recording_install.h"
+#include "sheet/navigation.h"
+#include "sheet/sheet_geometry.h"
+#include "sheet/sheet_window.h"
+
+#include <QApplication>
+#include <QFile>
+#include <QMouseEvent>
+#include <QPushButton>
+#include <QTemporaryDir>
+#include <gtest/gtest.h>
+
+using namespace mv;
+using namespace mv::test;
+
+namespace {
+
+// A map in the recorded form, with a second sheet's line read from a file.
+const QStringList kFixture = {"100@",   "0%",     "350#1",  "#2",     "#3",     "#4",    "#5",
+                              "#6",     " 80^",   "2000",   " 1000 ", " 2000 ", "0",     "False",
+                              "False",  "2000",   " 2000 ", " 2000 ", "0",      "False", "False",
+                              "3001",   " 3000 ", " 2000 ", "8000",   "False",  "False", "2000",
+                              " 1000 ", " 4000 ", "0",      "True",   "False",  "2000",  " 2000 ",
+                              " 4000 ", "0",      "False",  "False"};
+
+QByteArray crlf(const QStringList& lines) {
+    QByteArray b;
+    for (const QString& l : lines)
+        b += l.toLatin1() + "\r\n";
+    return b;
+}
+
+class RecordingTest : public ::testing::Test {
+  protected:
+    RecordingTest() : player(clock), window(s, nullptr) {
+        attachSheetOne(s, player, viewer);
+        installNavigation(s);
+        installSheetGeometry(s);
+        installRecording(s);
+        installRecordingControls(s, window);
+        s.adobeF.focusCommand14 = [] {};
+        s.adobeF.Left = 150; // the window 10 px from the screen's left, 1 px from its top
+        s.adobeF.Top = 15;
+        s.adobeF.VScroll1.set(500);
+        player.setSettingsVolume(80);
+        s.velmor.Text1.setText(dir.path());
+        s.velmor.File1List.set({"Song.mp3"});
+        s.velmor.File1ListIndex.set(0);
+        s.g.SongBase = dir.filePath("Song.mp3");
+        QFile(dir.filePath("Song.mp3")).open(QIODevice::WriteOnly);
+    }
+    QWidget* control(const char* name) { return window.findChild<QWidget*>(name); }
+    void mouse(QWidget* w, QEvent::Type t, QPoint inWindow, Qt::MouseButton b,
+               Qt::MouseButtons held) {
+        const QPointF at = w->mapFrom(&window, inWindow);
+        QMouseEvent e(t, at, w->mapToGlobal(at), b, held, Qt::NoModifier);
+        QApplication::sendEvent(w, &e);
+    }
+    // A press and release, at a place given in the window's pixels.
+    void click(QWidget* w, QPoint at, Qt::MouseButton b = Qt::LeftButton) {
+        mouse(w, QEvent::MouseButtonPress, at, b, b);
+        mouse(w, QEvent::MouseButtonRelease, at, b, Qt::NoButton);
+    }
+    void press(const char* name, Qt::MouseButton b = Qt::LeftButton) {
+        click(control(name), {2, 2}, b);
+    }
+    void button(const char* name) { qobject_cast<QPushButton*>(control(name))->click(); }
+    void at(int64_t ms, std::function<void()> fn) { clock.at(t0 + ms, std::move(fn)); }
+    QByteArray map() {
+        QFile f(dir.filePath("Song.map"));
+        return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray("(none)");
+    }
+    void writeMap(const QStringList& lines) {
+        writeLinesAtomically(dir.filePath("Song.map"), lines);
+    }
+
+    QTemporaryDir dir;
+    VirtualClock clock{100'000, 43200};
+    FakeMessages messages;
+    Session s{clock, messages};
+    FakePlayer player;
+    FakeViewer viewer;
+    SheetWindow window;
+    int64_t t0 = 0;
+};
+
+TEST_F(RecordingTest, ClicksOnTheSheetBecomeTheMapAsTheyCome) {
+    t0 = clock.tickMs();
+    button("Command2"); // Record
+    EXPECT_TRUE(s.adobeF.Shape1.get() && s.adobeF.Shape3.get());
+    EXPECT_EQ(player.URL(), dir.filePath("Song.mp3"));
+    EXPECT_EQ(map(), QByteArray()); // emptied at the press
+    QWidget* sheet = window.carrier();
+    at(2340, [&] { click(sheet, {120, 160}); });
+    at(3000, [&] { button("Command3"); }); // Next PG leaves its mark for the next click
+    at(4215, [&] { click(window.viewer(), {250, 160}); });
+    at(4500, [&] { click(&window, {window.width() - 5, 40}); }); // the strip: no tic
+    at(5000, [&] { click(sheet, {250, 160}); });                 // the same pixel: no tic
+    at(6000, [&] { button("Command6"); });                       // Manual Scroll: half page
+    at(6100, [&] { click(sheet, {250, 300}); });
+    clock.advanceTo(t0 + 2400);
+    // The first record is on the disk while the recording goes on.
+    EXPECT_EQ(map(), crlf({"100@", "0%", "#1", "#2", "#3", "#4", "#5", "#6", " 80^", "2340",
+                           " 1700 ", " 1900 ", "0", "False", "False"}));
+    clock.advanceTo(t0 + 6500);
+    button("Command2");
+    EXPECT_FALSE(s.adobeF.Shape1.get() || s.adobeF.Picture1.Visible.get());
+    EXPECT_EQ(s.adobeF.Text4.text(), "1885");
+    EXPECT_EQ(map(), crlf({"100@",  "0%",     "#1",     "#2",     "#3",     "#4",   "#5",
+                           "#6",    " 80^",   "2340",   " 1700 ", " 1900 ", "0",    "False",
+                           "False", "1875",   " 3650 ", " 1900 ", "0",      "True", "False",
+                           "1885",  " 3650 ", " 4000 ", "8000",   "False",  "False"}));
+}
+
+TEST_F(RecordingTest, RecordRefusesAndTakesNothingWithTheSecondWindow) {
+    s.adobeF.Shape3.set(true);
+    button("Command2");
+    button("Command12"); // Unlock
+    s.adobeF.Shape2.set(true);
+    button("Command2");
+    EXPECT_EQ(messages.shown,
+              (QStringList{"Recording is locked. Click the Unlock button before you can record "
+                           "over this file",
+                           "You should exit the edit mode before starting a new recording."}));
+    s.adobeF.Shape2.set(false);
+    s.adobeF2.Visible.set(true);
+    t0 = clock.tickMs();
+    button("Command2");
+    at(1000, [&] { click(window.carrier(), {120, 160}); });
+    clock.advanceTo(t0 + 1500);
+    button("Command2");
+    EXPECT_EQ(map(), QByteArray()); // a map with no tic: empty, and it exists
+}
+
+TEST_F(RecordingTest, AnEditSessionRewritesTheMap) {
+    writeMap(kFixture);
+    s.g.MapHeaderLines[1] = "350#1"; // as the header take leaves it
+    press("Command7");               // enter edit mode
+    ASSERT_TRUE(s.adobeF.Shape2.get());
+    press("Command5");                  // Step >: row 1
+    press("Command5", Qt::RightButton); // search to the scroll change: row 2
+    EXPECT_EQ(s.g.CursorIndex, 2);
+    button("Command9"); // Insert: 3001 splits into two of 1500
+    press("Command5");  // row 3, the copy
+    QWidget* cursor = control("Picture1");
+    mouse(cursor, QEvent::MouseMove, {200, 100}, Qt::NoButton, Qt::LeftButton);
+    mouse(cursor, QEvent::MouseButtonRelease, {200, 100}, Qt::LeftButton, Qt::NoButton);
+    press("Command5"); // row 4, its page flag turns the page
+    EXPECT_EQ(viewer.page, 2);
+    button("Command10"); // Delete it
+    button("AdjB");      // half of row 4's time onto the empty row after it
+    s.adobeF.Text5.setText("10");
+    press("Command8");
+    press("Command8"); // back over rows 4 and 3, X + 10 each
+    press("Command7"); // leave, saving
+    EXPECT_EQ(messages.shown,
+              (QStringList{"New Time Inserted. The time was split between the two cursor "
+                           "positions. You should now edit the new entry",
+                           "TIC Deleted"}));
+    EXPECT_FALSE(s.adobeF.Shape2.get());
+    EXPECT_EQ(map(),
+              crlf({"350#1#1", "#2",   "#3",    "#4",    "#5",   "#6",    " 80^",  "2000", " 1000 ",
+                    " 2000 ",  "0",    "False", "False", "2000", "2000",  "2000",  "0",    "False",
+                    "False",   "1500", "3000",  "2000",  "8000", "False", "False", "1500", "2910",
+                    "1000",    "8000", "False", "False", "1000", "2010",  "4000",  "0",    "False",
+                    "False",   "1000", "0",     "0",     "0",    "",      ""}));
+    // A right press leaves edit mode and the file as they were.
+    const QByteArray saved = map();
+    press("Command7");
+    press("Command5");
+    button("Command10");
+    press("Command7", Qt::RightButton);
+    EXPECT_FALSE(s.adobeF.Shape2.get());
+    EXPECT_EQ(map(), saved);
+}
+
+TEST_F(RecordingTest, AppendWritesAfterTheRowOnShowAndKeepsTheLaterRows) {
+    writeMap(kFixture);
+    press("Command7");
+    press("Command5"); // row 1
+    t0 = clock.tickMs();
+    press("Command13"); // Append: the music from the end of row 0, 2 s in
+    EXPECT_EQ(player.calls.mid(player.calls.indexOf("close")),
+              (QStringList{"close", "URL(" + dir.filePath("Song.mp3") + ")", "position(0)",
+                           "position(2)"}));
+    at(1500, [&] { click(window.carrier(), {300, 200}); });
+    clock.advanceTo(t0 + 1600);
+    press("Command7"); // a left press saves while the append plays
+    EXPECT_FALSE(s.adobeF.Shape4.get());
+    // No second sheet line was read; row 1 was shown, so trimmed; row 2 is
+    // the click; rows 3 and 4 stand as they were.
+    QStringList want = kFixture.mid(2);
+    want[0] = "#1";
+    want[14] = want[15] = "2000";
+    const QStringList row2 = {"1500", "4400", "2500", "0", "False", "False"};
+    for (int i = 0; i < 6; ++i)
+        want[19 + i] = row2[i];
+    EXPECT_EQ(splitLines(map()), want);
+}
+
+} // namespace
