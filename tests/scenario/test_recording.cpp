@@ -13,6 +13,7 @@
 #include "sheet/sheet_window.h"
 
 #include <QApplication>
+#include <QDir>
 #include <QFile>
 #include <QMouseEvent>
 #include <QPushButton>
@@ -205,6 +206,29 @@ TEST_F(RecordingTest, AppendWritesAfterTheRowOnShowAndKeepsTheLaterRows) {
     for (int i = 0; i < 6; ++i)
         want[19 + i] = row2[i];
     EXPECT_EQ(splitLines(map()), want);
+}
+
+TEST_F(RecordingTest, SaveGoesThroughEditAndAFailedWriteKeepsTheTable) {
+    writeMap(kFixture);
+    int settingsSaved = 0;
+    s.SaveVelmor = [&] { ++settingsSaved; };
+    s.velmor.ZoomIt.setText("120"); // chosen in setup: the map takes it
+    const int64_t start = clock.tickMs();
+    adobeF::SAV_Click(s);
+    EXPECT_GE(clock.tickMs() - start, 1000);
+    EXPECT_EQ(settingsSaved, 1);
+    EXPECT_FALSE(s.adobeF.Shape2.get());
+    EXPECT_EQ(splitLines(map()).mid(0, 2), (QStringList{"120@", "#1"}));
+    // The folder has gone by the time edit mode is left: the changes stay.
+    press("Command7");
+    press("Command5");
+    button("Command10");
+    ASSERT_TRUE(QDir(dir.path()).removeRecursively());
+    press("Command7");
+    ASSERT_EQ(messages.shown.size(), 2);
+    EXPECT_TRUE(messages.shown[1].startsWith("The map could not be written to "));
+    EXPECT_TRUE(s.adobeF.Shape2.get());
+    EXPECT_EQ(s.tic.Tic[1], "3001"); // row 1 deleted, the rest still there
 }
 
 } // namespace
