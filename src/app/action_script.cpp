@@ -3,18 +3,24 @@
 #include "core/window_registry.h"
 
 #include <QAbstractButton>
+#include <QAction>
 #include <QApplication>
 #include <QCheckBox>
 #include <QFile>
+#include <QFileInfo>
 #include <QGuiApplication>
 #include <QKeySequence>
 #include <QLabel>
 #include <QLineEdit>
 #include <QListWidget>
+#include <QMenu>
 #include <QMouseEvent>
+#include <QPointer>
 #include <QScreen>
 #include <QTextStream>
 #include <QTimer>
+#include <algorithm>
+#include <chrono>
 #include <cstdio>
 
 namespace mv {
@@ -31,7 +37,10 @@ QStringList readActionScript(const QString& path) {
 ActionScript::ActionScript(WindowRegistry& windows, QStringList lines, QObject* parent)
     : QObject(parent), windows_(windows), lines_(std::move(lines)) {}
 
-void ActionScript::start() { QTimer::singleShot(0, this, &ActionScript::step); }
+void ActionScript::start() {
+    origin_.start();
+    QTimer::singleShot(0, this, &ActionScript::step);
+}
 
 void ActionScript::fail(const QString& why) {
     ++failures_;
@@ -56,6 +65,16 @@ void ActionScript::step() {
             QTimer::singleShot(line.section(u' ', 1, 1).toInt(), this, &ActionScript::step);
             return;
         }
+        if (line.startsWith(QLatin1String("waituntil "))) {
+            bool ok = false;
+            const qint64 due = line.section(u' ', 1, 1).toLongLong(&ok);
+            if (!ok) fail("bad time in " + line);
+            // A precise timer: a coarse one may be late by 5 % of the wait.
+            const qint64 left = ok ? std::max<qint64>(0, due - origin_.elapsed()) : 0;
+            QTimer::singleShot(std::chrono::milliseconds(left), Qt::PreciseTimer, this,
+                               &ActionScript::step);
+            return;
+        }
         // The next action is queued before this one runs, so an action that
         // waits (a play) serves it inside its own wait, as a user's click.
         QTimer::singleShot(0, this, &ActionScript::step);
@@ -67,11 +86,53 @@ void ActionScript::step() {
 
 namespace {
 
-void sendMouse(QWidget* w, QEvent::Type type, Qt::MouseButton b, QPoint p) {
-    const QPointF local(p);
-    QMouseEvent e(type, local, w->mapToGlobal(local), b,
-                  type == QEvent::MouseButtonRelease ? Qt::NoButton : b, Qt::NoModifier);
+// A mouse event at a point of the screen, its local position taken from where
+// the widget stands now (a dragged cursor follows the mouse).  An event the
+// widget ignores goes on to its parents, as Qt does with the user's input.
+void sendMouse(QWidget* w, QEvent::Type type, Qt::MouseButton b, Qt::MouseButtons held,
+               QPointF global) {
+    QMouseEvent e(type, w->mapFromGlobal(global), global, b, held, Qt::NoModifier);
     QApplication::sendEvent(w, &e);
+}
+
+void sendMouse(QWidget* w, QEvent::Type type, Qt::MouseButton b, QPoint p) {
+    sendMouse(w, type, b, type == QEvent::MouseButtonRelease ? Qt::NoButton : Qt::MouseButtons(b),
+              w->mapToGlobal(QPointF(p)));
+}
+
+// The line's words: split at blanks, a word in double quotes may hold blanks.
+QStringList words(const QString& line) {
+    QStringList out;
+    qsizetype i = 0;
+    while (i < line.size()) {
+        if (line[i] == u' ') {
+            ++i;
+            continue;
+        }
+        const qsizetype close = line[i] == u'"' ? line.indexOf(u'"', i + 1) : -1;
+        if (close > i) {
+            out << line.mid(i + 1, close - i - 1);
+            i = close + 1;
+            continue;
+        }
+        qsizetype end = line.indexOf(u' ', i);
+        if (end < 0) end = line.size();
+        out << line.mid(i, end - i);
+        i = end;
+    }
+    return out;
+}
+
+// Reads whole numbers from a[from] on into `out`; false when one is not a
+// number.  Missing words keep their defaults.
+bool numbers(const QStringList& a, int from, std::initializer_list<int*> out) {
+    for (int* n : out) {
+        if (from >= a.size()) break;
+        bool ok = false;
+        *n = a[from++].toInt(&ok);
+        if (!ok) return false;
+    }
+    return true;
 }
 
 QString textOf(QWidget* w) {
@@ -87,8 +148,73 @@ QString textOf(QWidget* w) {
 
 } // namespace
 
+void ActionScript::mouse(const QString& verb, const QStringList& a, QWidget* w) {
+    const QPointer<QWidget> target(w);
+    int x = w->width() / 2, y = w->height() / 2;
+    if (verb == u"move") {
+        const QString held = a.value(4, QStringLiteral("none"));
+        if (a.size() < 4 || !numbers(a, 2, {&x, &y}))
+            return fail("move needs x y: " + a.join(u' '));
+        if (held != u"left" && held != u"right" && held != u"none")
+            return fail("no mouse button " + held);
+        const Qt::MouseButtons b = held == u"left"    ? Qt::LeftButton
+                                   : held == u"right" ? Qt::RightButton
+                                                      : Qt::NoButton;
+        return sendMouse(w, QEvent::MouseMove, Qt::NoButton, b, w->mapToGlobal(QPointF(x, y)));
+    }
+    if (verb == u"drag") {
+        int x2 = 0, y2 = 0, steps = 5;
+        if (a.size() < 6 || !numbers(a, 2, {&x, &y, &x2, &y2, &steps}) || steps < 1)
+            return fail("drag needs x1 y1 x2 y2 [steps]: " + a.join(u' '));
+        // The path is fixed on the screen when the press falls.
+        const QPointF from = w->mapToGlobal(QPointF(x, y));
+        const QPointF to = w->mapToGlobal(QPointF(x2, y2));
+        sendMouse(w, QEvent::MouseButtonPress, Qt::LeftButton, Qt::LeftButton, from);
+        for (int i = 1; i <= steps && target; ++i)
+            sendMouse(target, QEvent::MouseMove, Qt::NoButton, Qt::LeftButton,
+                      from + (to - from) * i / steps);
+        if (target) sendMouse(target, QEvent::MouseButtonRelease, Qt::LeftButton, Qt::NoButton, to);
+        return;
+    }
+    const Qt::MouseButton b = a.value(2) == u"right" ? Qt::RightButton : Qt::LeftButton;
+    if (!numbers(a, 3, {&x, &y})) return fail("bad position: " + a.join(u' '));
+    if (verb != u"release") sendMouse(w, QEvent::MouseButtonPress, b, QPoint(x, y));
+    if (verb != u"press" && target) sendMouse(target, QEvent::MouseButtonRelease, b, QPoint(x, y));
+}
+
+void ActionScript::menu(const QString& address) {
+    QWidget* w = windows_.get(address.section(u'.', 0, 0));
+    const QString name = address.section(u'.', 1);
+    QAction* act = w && !name.isEmpty() ? w->findChild<QAction*>(name) : nullptr;
+    if (w && !name.isEmpty() && !act) {
+        // Some menus make their entries as they open.
+        for (QMenu* m : w->findChildren<QMenu*>())
+            emit m->aboutToShow();
+        act = w->findChild<QAction*>(name);
+    }
+    if (!act) return fail("no menu entry " + address);
+    if (!act->isEnabled()) return fail("menu entry " + address + " is disabled");
+    act->trigger();
+}
+
+void ActionScript::checkFile(const QString& path, const QString& expected) {
+    QFile got(path), want(expected);
+    if (!got.open(QIODevice::ReadOnly)) return fail("cannot read " + path);
+    if (!want.open(QIODevice::ReadOnly)) return fail("cannot read " + expected);
+    const QByteArray g = got.readAll(), w = want.readAll();
+    if (g == w) return;
+    qsizetype at = 0;
+    while (at < g.size() && at < w.size() && g[at] == w[at])
+        ++at;
+    fail(QStringLiteral("%1 differs from %2 at offset %3 (sizes %4 and %5)")
+             .arg(path, expected)
+             .arg(at)
+             .arg(g.size())
+             .arg(w.size()));
+}
+
 void ActionScript::runLine(const QString& line) {
-    const QStringList a = line.split(u' ', Qt::SkipEmptyParts);
+    const QStringList a = words(line);
     const QString verb = a[0];
     const QString rest = line.section(u' ', 2); // text after the address
     if (extra.contains(verb)) {
@@ -109,20 +235,28 @@ void ActionScript::runLine(const QString& line) {
         if (!screen || !screen->grabWindow(0).save(a.value(1))) fail("screenshot " + a.value(1));
         return;
     }
+    if (verb == u"mark") return origin_.start();
+    if (verb == u"menu") return menu(a.value(1));
+    if (verb == u"checkfile") return checkFile(a.value(1), a.value(2));
+    if (verb == u"checkexists") {
+        const QString want = a.value(2);
+        if (want != u"yes" && want != u"no") return fail("checkexists needs yes or no");
+        const bool there = QFileInfo::exists(a.value(1));
+        if (there != (want == u"yes")) fail(a.value(1) + (there ? " exists" : " does not exist"));
+        return;
+    }
     QWidget* w = control(a.value(1));
     if (!w) {
         fail("no control " + a.value(1));
         return;
     }
-    const Qt::MouseButton button = a.value(2) == u"right" ? Qt::RightButton : Qt::LeftButton;
-    const QPoint at(a.size() > 3 ? a[3].toInt() : w->width() / 2, w->height() / 2);
     if (verb == u"show") {
         w->show();
     } else if (verb == u"hide") {
         w->hide();
-    } else if (verb == u"click" || verb == u"press") {
-        sendMouse(w, QEvent::MouseButtonPress, button, at);
-        if (verb == u"click") sendMouse(w, QEvent::MouseButtonRelease, button, at);
+    } else if (verb == u"click" || verb == u"press" || verb == u"release" || verb == u"move" ||
+               verb == u"drag") {
+        mouse(verb, a, w);
     } else if (verb == u"type") {
         w->setFocus();
         if (auto* e = qobject_cast<QLineEdit*>(w)) e->selectAll();

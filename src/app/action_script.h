@@ -1,30 +1,46 @@
 #pragma once
 // Runs a plain-text script of user actions on named controls, for
 // end-to-end tests of the real binary.  Controls are addressed as
-// Window.Control (AdobeF.Command15, Velmor.File1); the window is found by
-// name in the registry (created on first use, as any reference does), the
-// control by its object name.  Every action is delivered as the user's
+// Window.Control (AdobeF.Command15, Velmor.File1) or Window alone (AdobeF,
+// the window's own surface); the window is found by name in the registry
+// (created on first use, as any reference does), the control by its object
+// name.  Every action is delivered as the user's
 // input events would be (mouse presses, key presses), so it reaches the same
 // handlers.  Each action runs from the event queue: an action whose handler
 // waits (a play) lets the following actions run inside its waits, as a user's
 // clicks would.
 //
-// One action per line; blank lines and lines starting with # are skipped:
-//   click W.C [left|right] [x]     press and release (x: pixels from the left)
-//   press W.C [left|right] [x]     press only
+// One action per line; blank lines and lines starting with # are skipped.
+// Words are separated by blanks; a word in double quotes ("a b.ini") may hold
+// blanks.  Positions are pixels inside the control from its top left corner;
+// a missing x or y stands for the middle.
+//   click W.C [left|right] [x [y]]  press and release
+//   press W.C [left|right] [x [y]]  press only
+//   release W.C [left|right] [x [y]]
+//   move W.C x y [left|right|none]  the mouse moves there with that button held
+//   drag W.C x1 y1 x2 y2 [steps]   left press at x1 y1, `steps` moves (5) with
+//                                  the button held, release at x2 y2; all go to
+//                                  the control, positions as it stood at the press
+//   menu W.NAME                    choose the menu entry with that object name
 //   type W.C text...               focus, select all, type the text
 //   select W.C entry text          press on the list entry with that text
 //   key W.C KeyName                a key press on the control (Space, N, Slash, ...)
 //   show W / hide W                show or hide a window
 //   wait ms                        let the program run for ms
+//   mark                           the origin of waituntil is now
+//   waituntil ms                   let the program run until ms after the last
+//                                  mark (or the script's start)
 //   check W.C text...              the control's text (field, label, button) equals
 //   checkvisible W.C yes|no        the control (a light, the cursor) is visible
 //   checkgeom W.C x y              the control's position in the window, pixels
+//   checkexists path yes|no        the file exists
+//   checkfile path expected        the two files hold the same bytes
 //   screenshot path.png            the screen (all windows) as a PNG
 //   quit                           close the program
 // A failed check is printed ("FAIL line N: ...") and makes the exit code 1;
 // the script goes on.
 
+#include <QElapsedTimer>
 #include <QHash>
 #include <QObject>
 #include <QStringList>
@@ -52,11 +68,15 @@ class ActionScript : public QObject {
     void runLine(const QString& line);
     QWidget* control(const QString& address);
     void fail(const QString& why);
+    void mouse(const QString& verb, const QStringList& a, QWidget* w);
+    void menu(const QString& address);
+    void checkFile(const QString& path, const QString& expected);
 
     WindowRegistry& windows_;
     QStringList lines_;
     int next_ = 0;
     int failures_ = 0;
+    QElapsedTimer origin_; // of waituntil
 };
 
 // Reads a script file; empty list and a message on stderr when unreadable.
