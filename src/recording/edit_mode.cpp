@@ -98,6 +98,9 @@ void showRow(Session& s, int row, Step k) {
         t.Scr[row] = numberText(val(t.Scr[row]) + f.Text8.value());
         f.Text7.setText(t.Scr[row]);
     });
+    // The red cursor lets events run; a step served there has moved the
+    // index, and this one goes on from the row it names now.
+    row = s.g.CursorIndex;
     tryAction([&] { f.VScroll1.set(sheetScroll(s, val(t.Scr[row]))); });
     if (w2.Visible.get())
         tryAction([&] { w2.VScroll1.set(roundWord(val(t.Scr[row]) + v.ScrollOffset.value())); });
@@ -135,7 +138,8 @@ void runStep(Session& s, Step k) {
                              isTrueText(f.Text10.text());
         // A search also ends at the end of the table it walks: after row
         // 5000 going forward, after row 0 going back.
-        const bool atEnd = forward(k) ? row >= TicTable::kLastRow : row <= 0;
+        const int shown = g.CursorIndex;
+        const bool atEnd = forward(k) ? shown >= TicTable::kLastRow : shown <= 0;
         if (changed || atEnd) return;
     }
 }

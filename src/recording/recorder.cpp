@@ -60,6 +60,9 @@ void startRecording(Session& s) {
                           QStringLiteral(" (") + e.description() + u')');
         return;
     }
+    // A cursor play still reading its map ends at its next read, so it no
+    // longer moves the tic base the clicks are counted from.
+    s.files.close(1);
     f.Shape3.set(true); // a map, once started, is locked
     f.Picture1.Height.set(CursorPicture::kNormalHeight);
     f.Picture1.Red.set(false);

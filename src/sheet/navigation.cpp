@@ -203,9 +203,11 @@ void JumpNext(Session& s) {
                 s.g.CursorIndex = 0;
             }
             if (s.g.CursorIndex < TicTable::kLastRow) ++s.g.CursorIndex;
-            const int i = s.g.CursorIndex;
-            f.Text3.setNumber(i);
+            f.Text3.setNumber(s.g.CursorIndex);
             s.pump.letEventsRun();
+            // A step served meanwhile has moved the index: the walk goes on
+            // from the row it names now, so the fields store into that row.
+            int i = s.g.CursorIndex;
             if (val(t.Tic[i]) == 0) return; // the end of the map
             f.Text4.setText(t.Tic[i]);
             const double xo = s.velmor.XOffset.value();
@@ -224,6 +226,7 @@ void JumpNext(Session& s) {
             t.Scr[i] = numberText(val(t.Scr[i]) + f.Text8.value());
             f.Text7.setText(t.Scr[i]);
             if (t.Scr[i] != s0) stop = true;
+            i = s.g.CursorIndex; // the red cursor lets events run too
             f.VScroll1.set(ticScroll(s, val(t.Scr[i])));
             if (window2(s))
                 w2.VScroll1.set(roundWord(val(t.Scr[i]) + s.velmor.ScrollOffset.value()));

@@ -266,12 +266,14 @@ bool SheetWindow::eventFilter(QObject* watched, QEvent* e) {
         break;
     }
     case QEvent::MouseButtonPress:
+    case QEvent::MouseButtonDblClick: // a quick second press is a press all the same
     case QEvent::MouseButtonRelease:
     case QEvent::MouseMove: {
         auto* m = static_cast<QMouseEvent*>(e);
         if (widget == picture3_ || widget == acroPDF1_ || widget == picture1_)
             return sheetMouse(widget, m);
-        if (e->type() != QEvent::MouseButtonPress) break;
+        if (e->type() != QEvent::MouseButtonPress && e->type() != QEvent::MouseButtonDblClick)
+            break;
         const int b = m->button() == Qt::LeftButton ? 1 : m->button() == Qt::RightButton ? 2 : 4;
         if (name == u"JumpB") {
             JumpB_MouseDown(s_, b);
@@ -296,6 +298,7 @@ bool SheetWindow::sheetMouse(QWidget* watched, QMouseEvent* e) {
     SheetPresses& p = s_.adobeF.presses;
     switch (e->type()) {
     case QEvent::MouseButtonPress:
+    case QEvent::MouseButtonDblClick:
         if (e->button() == Qt::LeftButton) p.press(x, y, s_.clock.tickMs());
         return true; // the sheet takes its clicks; the window's surface does not see them
     case QEvent::MouseButtonRelease:

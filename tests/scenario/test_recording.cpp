@@ -4,6 +4,7 @@
 // Delete, Adj, a drag and an offset walk becomes the exact bytes of the
 // rewritten map; Append writes its clicks after the row on show.
 
+#include "core/observable.h"
 #include "core/session_state.h"
 #include "fakes.h"
 #include "recording/edit_mode.h"
@@ -95,9 +96,12 @@ class RecordingTest : public ::testing::Test {
 };
 
 TEST_F(RecordingTest, ClicksOnTheSheetBecomeTheMapAsTheyCome) {
+    writeMap(kFixture);
+    s.files.open(1, dir.filePath("Song.map"), FileMode::Input); // a play (TIC beeps) reads it
     t0 = clock.tickMs();
     button("Command2"); // Record
     EXPECT_TRUE(s.adobeF.Shape1.get() && s.adobeF.Shape3.get());
+    EXPECT_FALSE(s.files.isOpen(1)); // that play ends: it would move the tic base
     EXPECT_EQ(player.URL(), dir.filePath("Song.mp3"));
     EXPECT_EQ(map(), QByteArray()); // emptied at the press
     QWidget* sheet = window.carrier();
@@ -229,6 +233,37 @@ TEST_F(RecordingTest, SaveGoesThroughEditAndAFailedWriteKeepsTheTable) {
     EXPECT_TRUE(messages.shown[1].startsWith("The map could not be written to "));
     EXPECT_TRUE(s.adobeF.Shape2.get());
     EXPECT_EQ(s.tic.Tic[1], "3001"); // row 1 deleted, the rest still there
+}
+
+TEST_F(RecordingTest, PressesServedInsideAWalkLeaveTheRowsAlone) {
+    // A Step > press served while a step or a Jump shows row 2 (its red
+    // cursor lets events run) shows row 3; the walk goes on from there and
+    // stores nothing of row 2 into row 3.  A quick second press, which Qt
+    // delivers as a double click, is a press all the same.
+    for (const char* walker : {"Command5", "JumpB"}) {
+        SCOPED_TRACE(walker);
+        writeMap(kFixture);
+        press("Command7");
+        press("Command5"); // row 1
+        bool posted = false;
+        Subscription sub = s.adobeF.Picture1.Red.subscribe([&] {
+            if (!s.adobeF.Picture1.Red.get() || std::exchange(posted, true)) return;
+            QApplication::postEvent(control("Command5"),
+                                    new QMouseEvent(QEvent::MouseButtonPress, QPointF(2, 2),
+                                                    QPointF(2, 2), Qt::LeftButton, Qt::LeftButton,
+                                                    Qt::NoModifier));
+        });
+        press(walker);
+        EXPECT_TRUE(posted);
+        EXPECT_EQ(s.g.CursorIndex, 3);
+        EXPECT_EQ((QStringList{s.tic.Tic[3], s.tic.X[3], s.tic.Y[3], s.tic.Scr[3], s.tic.Nxt[3],
+                               s.tic.Prv[3]}),
+                  (QStringList{"2000", "1000", "4000", "0", "True", "False"}));
+        mouse(control("Command5"), QEvent::MouseButtonDblClick, {2, 2}, Qt::LeftButton,
+              Qt::LeftButton);
+        EXPECT_EQ(s.g.CursorIndex, 4);
+        press("Command7", Qt::RightButton);
+    }
 }
 
 } // namespace
