@@ -8,12 +8,6 @@ namespace mv {
 
 namespace {
 
-void toNormalForm(CursorPicture& p) {
-    if (!p.isRed()) return;
-    p.Height.set(CursorPicture::kNormalHeight);
-    p.Red.set(false);
-}
-
 void toRedForm(CursorPicture& p) {
     p.bringToFront();
     p.Height.set(CursorPicture::kRedHeight);
@@ -59,6 +53,12 @@ void showRedCursor(Session& s) {
         toRedForm(s.adobeF2.Picture1);
         s.pump.letEventsRun();
     }
+}
+
+void toNormalForm(CursorPicture& p) {
+    if (!p.isRed()) return;
+    p.Height.set(CursorPicture::kNormalHeight);
+    p.Red.set(false);
 }
 
 void takeRedMarkBack(Session& s) {

@@ -7,6 +7,7 @@
 namespace mv {
 
 struct Session;
+struct CursorPicture;
 
 // Wires the change behaviour of the readout fields of sheet window 1.  Call
 // once, before anything writes them.
@@ -24,6 +25,9 @@ double PosTop(Session& s, double y);
 // Shows the red form: to the front, height 495, visible whatever NoCursor
 // says, events run, ScrollMarkPending set; the same on window 2 if visible.
 void showRedCursor(Session& s);
+// Returns one red cursor picture to the normal form: height 135, the plain
+// image.  A normal one stays as it is.
+void toNormalForm(CursorPicture& p);
 // Returns a red cursor to the normal form (height 135), on window 2 too if
 // it is visible.
 void takeRedMarkBack(Session& s);

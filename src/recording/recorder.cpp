@@ -18,12 +18,6 @@ QString listedSibling(const Session& s, const QString& ext) {
     return existingPathIgnoringCase(s.velmor.Text1.text().trimmed() + u'/' + base + u'.' + ext);
 }
 
-void normalForm(CursorPicture& p) {
-    if (!p.isRed()) return;
-    p.Height.set(CursorPicture::kNormalHeight);
-    p.Red.set(false);
-}
-
 void setCursorsVisible(Session& s, bool visible) {
     s.adobeF.Picture1.Visible.set(visible);
     if (s.adobeF2.Visible.get()) s.adobeF2.Picture1.Visible.set(visible);
@@ -79,7 +73,7 @@ void startRecording(Session& s) {
 void appendTic(Session& s, int64_t elapsed, int64_t at) {
     SheetOneState& f = s.adobeF;
     TicTable& t = s.tic;
-    normalForm(f.Picture1);
+    toNormalForm(f.Picture1);
     // The rows a map can be edited in end at 4999: a click past them is not
     // taken, so the appended map can always be loaded again.
     if (f.Text3.value() + 1 > TicTable::kLastRow - 1) {
@@ -112,7 +106,7 @@ void appendTic(Session& s, int64_t elapsed, int64_t at) {
 // The record branch: the click becomes the next record of the stream.
 void recordTic(Session& s, int64_t elapsed, int64_t at) {
     SheetOneState& f = s.adobeF;
-    normalForm(f.Picture1);
+    toNormalForm(f.Picture1);
     if (s.g.RecordFirstTic) {
         s.g.RecordFirstTic = 0;
         streamHeader(s);
