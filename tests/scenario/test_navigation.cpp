@@ -89,16 +89,13 @@ TEST_F(NavigationTest, SmoothScrollReachesAutoScrollInScrollStepSteps) {
 }
 
 TEST_F(NavigationTest, SpaceAtTopPlus100ScrollsAndAtTopPlus101TurnsThePage) {
-    s.adobeF.VScroll1.set(600);
-    Command14_Click(s);
-    EXPECT_EQ(viewer.page, 1);
-    EXPECT_EQ(V(), 8000);
-    s.adobeF.VScroll1.set(601);
-    sent.clear();
-    Command14_Click(s);
-    EXPECT_EQ(viewer.page, 2);
-    EXPECT_EQ(V(), 500);
-    EXPECT_EQ(sent, QStringList{"&COMMAND3/"});
+    for (auto [start, page, v] : {std::tuple{600, 1, 8000}, {601, 2, 500}}) {
+        s.adobeF.VScroll1.set(start);
+        Command14_Click(s);
+        EXPECT_EQ(viewer.page, page) << start;
+        EXPECT_EQ(V(), v) << start;
+    }
+    EXPECT_EQ(sent, (QStringList{"&AUTOSCROLL/", "&COMMAND3/"}));
 }
 
 TEST_F(NavigationTest, SecondSpaceDuringAScroll) {
@@ -170,19 +167,15 @@ TEST_F(NavigationTest, FailuresShowTheirDescriptionAndWhatWasDoneStands) {
 
 TEST_F(NavigationTest, JumpNextWalksToTheNextScrollChangeOrPageFlag) {
     editMode();
-    auto row = [&](int i, const char* tic, const char* x, const char* scr, const char* nxt) {
-        s.tic.Tic[i] = tic;
-        s.tic.X[i] = x;
+    // Five tics of 500 ms; the scroll changes at the fourth, the fifth turns the page.
+    for (int i = 0; i < 5; ++i) {
+        s.tic.Tic[i] = "500";
+        s.tic.X[i] = QString::number(10 * (i + 1));
         s.tic.Y[i] = "100";
-        s.tic.Scr[i] = scr;
-        s.tic.Nxt[i] = nxt;
+        s.tic.Scr[i] = i < 3 ? "0" : "8000";
+        s.tic.Nxt[i] = boolText(i == 4);
         s.tic.Prv[i] = "False";
-    };
-    row(0, "500", "10", "0", "False");
-    row(1, "500", "20", "0", "False");
-    row(2, "500", "30", "0", "False");
-    row(3, "500", "40", "8000", "False");
-    row(4, "500", "50", "8000", "True");
+    }
     s.adobeF.Text7.setText("0");
     s.adobeF.Text5.setText("5"); // added to X of every tic passed
     JumpNext(s);
@@ -240,19 +233,20 @@ TEST_F(NavigationTest, RightDragOnTheFreeSurfaceMovesTheStripAndWidensTheWindow)
     SheetWindow w(s, nullptr);
     w.show();
     const int widthBefore = w.width();
+    auto rightMove = [&](QPointF to) {
+        QMouseEvent e(QEvent::MouseMove, to, w.mapToGlobal(to), Qt::NoButton, Qt::RightButton,
+                      Qt::NoModifier);
+        QApplication::sendEvent(&w, &e);
+    };
     QTest::mousePress(&w, Qt::RightButton, {}, QPoint(900, 900));
-    QMouseEvent move(QEvent::MouseMove, QPointF(1000, 900), w.mapToGlobal(QPointF(1000, 900)),
-                     Qt::NoButton, Qt::RightButton, Qt::NoModifier);
-    QApplication::sendEvent(&w, &move);
+    rightMove({1000, 900});
     QTest::mouseRelease(&w, Qt::RightButton, {}, QPoint(1000, 900));
     EXPECT_EQ(s.g.ButtonStripLeft, 1000 * 15 - 100);
     EXPECT_EQ(w.findChild<QWidget*>(QStringLiteral("VScroll1"))->x(), px(14900));
     EXPECT_EQ(w.width(), px(14900 + 2210));
     EXPECT_NE(w.width(), widthBefore);
     // A move without a press on the surface is no drag.
-    QMouseEvent stray(QEvent::MouseMove, QPointF(500, 900), w.mapToGlobal(QPointF(500, 900)),
-                      Qt::NoButton, Qt::RightButton, Qt::NoModifier);
-    QApplication::sendEvent(&w, &stray);
+    rightMove({500, 900});
     EXPECT_EQ(s.g.ButtonStripLeft, 14900);
 }
 

@@ -18,10 +18,12 @@ namespace {
 
 QString rec(const QString& tic, const QString& x, const QString& y, const QString& scr,
             bool nxt = false, bool prv = false) {
-    return QStringList{tic, x, y, scr, boolText(nxt), boolText(prv)}.join(QStringLiteral("\r\n"));
+    return QStringList{tic, x, y, scr, boolText(nxt), boolText(prv), {}}.join(
+        QStringLiteral("\r\n"));
 }
 
-const QString kHeader = QStringLiteral("100@\r\n0%\r\n#1\r\n#2\r\n#3\r\n#4\r\n#5\r\n#6\r\n 80^");
+const QString kHeader =
+    QStringLiteral("100@\r\n0%\r\n#1\r\n#2\r\n#3\r\n#4\r\n#5\r\n#6\r\n 80^\r\n");
 
 class PlayLoopTest : public ::testing::Test {
   protected:
@@ -34,13 +36,12 @@ class PlayLoopTest : public ::testing::Test {
         s.focusMainWindow = [this] { trace << at() + QStringLiteral(" focus main"); };
         viewer.onCall = [this](const QString& c) { trace << at() + QStringLiteral(" ") + c; };
         t0 = clock.tickMs();
-        watch(s.adobeF.Text1, "X");
-        watch(s.adobeF.Text2, "Y");
-        watch(s.adobeF.Text3, "CNT");
-        watch(s.adobeF.Text4, "TIC");
-        watch(s.adobeF.Text7, "SCR");
-        watch(s.adobeF.Text9, "NXT");
-        watch(s.adobeF.Text10, "PRV");
+        auto& a = s.adobeF;
+        const std::pair<Field*, const char*> readouts[] = {
+            {&a.Text1, "X"},   {&a.Text2, "Y"},   {&a.Text3, "CNT"}, {&a.Text4, "TIC"},
+            {&a.Text7, "SCR"}, {&a.Text9, "NXT"}, {&a.Text10, "PRV"}};
+        for (auto [f, name] : readouts)
+            f->always([this, f, name] { trace << at() + " " + name + "=" + f->text(); });
         auto& c = s.adobeF.Picture1;
         c.Left.always([this, &c] { trace << at() + " left=" + numberText(c.Left.get()); });
         c.Top.always([this, &c] { trace << at() + " top=" + numberText(c.Top.get()); });
@@ -53,9 +54,6 @@ class PlayLoopTest : public ::testing::Test {
     }
 
     QString at() const { return QString::number(clock.tickMs() - t0); }
-    void watch(Field& f, const char* name) {
-        f.always([this, &f, name] { trace << at() + " " + name + "=" + f.text(); });
-    }
 
     // Writes the map, opens it as file 1 and plays it from now.
     void play(const QString& map) {
@@ -87,9 +85,8 @@ class PlayLoopTest : public ::testing::Test {
 };
 
 TEST_F(PlayLoopTest, RecordedMapPlaysInOrderAtItsTimes) {
-    play(kHeader + "\r\n" + rec("2000", " 1650 ", " 2280 ", "0") + "\r\n" +
-         rec("1000", " 4110 ", " 2280 ", "8000") + "\r\n" +
-         rec("1500", " 300 ", " 900 ", "0", true) + "\r\n");
+    play(kHeader + rec("2000", " 1650 ", " 2280 ", "0") + rec("1000", " 4110 ", " 2280 ", "8000") +
+         rec("1500", " 300 ", " 900 ", "0", true));
     const QStringList expected = {
         "0 CNT=0", "0 TIC=2000",
         // tick > 2000 * .995 first at 1991
@@ -129,7 +126,7 @@ TEST_F(PlayLoopTest, EmptyMapRunsOnlyTheStepsAfterTheLoop) {
 }
 
 TEST_F(PlayLoopTest, MapCutShortEndsAfterWhatWasReadWithoutFailure) {
-    play(rec("100", "10", "20", "0") + "\r\n" + "200\r\n 77 \r\n");
+    play(rec("100", "10", "20", "0") + "200\r\n 77 \r\n");
     EXPECT_TRUE(trace.contains("300 X= 77 "));
     EXPECT_FALSE(trace.contains("300 Y=1"));
     // The steps after the loop ran, and their "0" went into the table: X and
@@ -159,20 +156,20 @@ TEST_F(PlayLoopTest, PauseHoldsAfterTheTicInProgressAndContinueGivesTheWholeTic)
         s.g.PauseHeld = 0;
         player.controlsPlay();
     });
-    play(rec("2000", "1", "1", "0") + "\r\n" + rec("1000", "2", "1", "0") + "\r\n");
+    play(rec("2000", "1", "1", "0") + rec("1000", "2", "1", "0"));
     EXPECT_EQ(only(" X=").mid(0, 2), (QStringList{"1991 X=1", "5996 X=2"}));
     EXPECT_TRUE(player.calls.contains("pause"));
 }
 
 TEST_F(PlayLoopTest, StopIsSeenAfterTheMoveOfTheTicInProgress) {
     clock.at(t0 + 500, [this] { s.g.StopRequested = kTrue; });
-    play(rec("2000", "1", "1", "0") + "\r\n" + rec("1000", "2", "1", "0") + "\r\n");
+    play(rec("2000", "1", "1", "0") + rec("1000", "2", "1", "0"));
     EXPECT_EQ(only(" X="), (QStringList{"1991 X=1", "4991 X=0"}));
 }
 
 TEST_F(PlayLoopTest, CursorPlaySwitchEndsBeforeTheNextTicAndIsCleared) {
     clock.at(t0 + 500, [this] { s.g.CursorPlaySwitch = kTrue; });
-    play(rec("2000", "1", "1", "0") + "\r\n" + rec("1000", "2", "1", "0") + "\r\n");
+    play(rec("2000", "1", "1", "0") + rec("1000", "2", "1", "0"));
     EXPECT_EQ(only(" X="), (QStringList{"1991 X=1", "4991 X=0"}));
     EXPECT_EQ(s.g.CursorPlaySwitch, 0);
 }
@@ -182,8 +179,7 @@ TEST_F(PlayLoopTest, SpeedAndTicOffsetChangedDuringPlay) {
     // Speed changed counts from the next tic, which is divided by it.
     clock.at(t0 + 100, [this] { s.velmor.Text5.setText("1"); });
     clock.at(t0 + 2500, [this] { s.velmor.Speed.setText(".5"); });
-    play(rec("2000", "1", "1", "0") + "\r\n" + rec("1000", "2", "1", "0") + "\r\n" +
-         rec("1000", "3", "1", "0") + "\r\n");
+    play(rec("2000", "1", "1", "0") + rec("1000", "2", "1", "0") + rec("1000", "3", "1", "0"));
     // The tic in progress at the change keeps its target (3002); the next is
     // halved in time (ends when the clock is above 3002 + 2000).
     EXPECT_EQ(only(" X=").mid(0, 3), (QStringList{"2001 X=1", "3002 X=2", "5003 X=3"}));
@@ -193,23 +189,23 @@ TEST_F(PlayLoopTest, SpeedAndTicOffsetChangedDuringPlay) {
 
 TEST_F(PlayLoopTest, SpeedThatIsNoNumberEndsThePlaySilently) {
     s.velmor.Speed.setText("fast");
-    play(rec("100", "1", "1", "0") + "\r\n");
+    play(rec("100", "1", "1", "0"));
     EXPECT_TRUE(trace.isEmpty());
 }
 
 TEST_F(PlayLoopTest, ZeroSpeedLeavesTicsUndividedAndRateUnavailablePlaysNormally) {
     s.velmor.Speed.setText("0");
-    play(rec("1000", "1", "1", "0") + "\r\n");
+    play(rec("1000", "1", "1", "0"));
     EXPECT_TRUE(only(" X=").contains("996 X=1"));
     player.rateAvailable = false;
     s.velmor.Speed.setText(".5");
-    play(rec("1000", "3", "1", "0") + "\r\n");
+    play(rec("1000", "3", "1", "0"));
     EXPECT_TRUE(only("TIC=").contains("0 TIC=1000"));
 }
 
 TEST_F(PlayLoopTest, NoScrollTurnsScrollIntoCursorTravel) {
     s.velmor.NoScroll.set(1);
-    play(rec("100", "1", "1000", "8000") + "\r\n" + rec("100", "1", "1000", "-200") + "\r\n");
+    play(rec("100", "1", "1000", "8000") + rec("100", "1", "1000", "-200"));
     EXPECT_EQ(only("SCR=").mid(0, 2), (QStringList{"100 SCR=0", "200 SCR=-200"}));
     EXPECT_TRUE(trace.contains("100 Y=9000"));
     EXPECT_TRUE(trace.contains("100 V=500")); // the sheet stays at ScrollOffset
@@ -217,9 +213,8 @@ TEST_F(PlayLoopTest, NoScrollTurnsScrollIntoCursorTravel) {
 
 TEST_F(PlayLoopTest, NoCursorShowsTheCursorOnlyAroundAScrollChange) {
     s.velmor.NoCursor.set(1);
-    play(rec("100", "1", "1", "0") + "\r\n" + rec("100", "2", "1", "0") + "\r\n" +
-         rec("100", "3", "1", "0") + "\r\n" + rec("100", "4", "1", "500") + "\r\n" +
-         rec("100", "5", "1", "500") + "\r\n" + rec("100", "6", "1", "500") + "\r\n");
+    play(rec("100", "1", "1", "0") + rec("100", "2", "1", "0") + rec("100", "3", "1", "0") +
+         rec("100", "4", "1", "500") + rec("100", "5", "1", "500") + rec("100", "6", "1", "500"));
     // Red at the first tic (SCR "" -> "0"), hidden at the end of the next one;
     // again at the change to 500; and the "0" written after the play flashes
     // it once more before the end hides it.
@@ -230,19 +225,19 @@ TEST_F(PlayLoopTest, NoCursorShowsTheCursorOnlyAroundAScrollChange) {
 TEST_F(PlayLoopTest, PageFlagsOnlyExactTrueAndZoomThisScalesScroll) {
     s.adobeF.ZoomThis.setText("80");
     play(rec("10", "1", "1", "1000", false, false).replace("False\r\nFalse", "TRUE\r\ntrue") +
-         "\r\n" + rec("10", "1", "1", "1000", false, true) + "\r\n");
+         rec("10", "1", "1", "1000", false, true));
     EXPECT_EQ(viewerCalls, (QStringList{"gotoPreviousPage"}));
     EXPECT_TRUE(trace.contains("10 V=1200"));
 }
 
 TEST_F(PlayLoopTest, TildeLinesAndHeaderBetweenRecordsTakeNoTime) {
-    play(rec("100", "1", "1", "0") + "\r\n~\r\n120@\r\n" + rec("100", "2", "1", "0") + "\r\n");
+    play(rec("100", "1", "1", "0") + "~\r\n120@\r\n" + rec("100", "2", "1", "0"));
     EXPECT_EQ(only(" X="), (QStringList{"100 X=1", "200 X=2", "3200 X=0"}));
     EXPECT_EQ(s.velmor.ZoomIt.text(), "120");
 }
 
 TEST_F(PlayLoopTest, ScrollOutOfRangeEndsThePlayWithoutSteps) {
-    play(rec("10", "1", "1", "40000") + "\r\n" + rec("10", "2", "1", "0") + "\r\n");
+    play(rec("10", "1", "1", "40000") + rec("10", "2", "1", "0"));
     EXPECT_TRUE(only("Command4_Click").isEmpty());
     EXPECT_EQ(s.adobeF.Text1.text(), "1");
 }
@@ -257,8 +252,7 @@ TEST_F(PlayLoopTest, SecondWindowFollowsWithItsOwnCorrectionsAndPageAdjustment) 
     s.adobeF2.Picture1.Left.always(
         [&] { w2 << "left=" + numberText(s.adobeF2.Picture1.Left.get()); });
     s.adobeF2.Picture1.Top.always([&] { w2 << "top=" + numberText(s.adobeF2.Picture1.Top.get()); });
-    play(QString(kHeader).replace("#2", "250#2") + "\r\n" + rec("10", "1000", "2000", "300", true) +
-         "\r\n");
+    play(QString(kHeader).replace("#2", "250#2") + rec("10", "1000", "2000", "300", true));
     // X + XOffset + AdjLeft; Y through the field with the zoom, then without.
     EXPECT_EQ(w2.mid(0, 2), (QStringList{"left=1030", "top=2100"}));
     EXPECT_EQ(s.adobeF2.PageNR.text(), "2");
@@ -270,7 +264,7 @@ TEST_F(PlayLoopTest, SecondWindowFollowsWithItsOwnCorrectionsAndPageAdjustment) 
 TEST_F(PlayLoopTest, TickCheckBoxBeepsAndHoldsTheLoop) {
     s.adobeF.Tick.set(1);
     s.velmor.BeepX.setText("880.5");
-    play(rec("100", "1", "1", "0") + "\r\n" + rec("100", "2", "1", "0") + "\r\n");
+    play(rec("100", "1", "1", "0") + rec("100", "2", "1", "0"));
     ASSERT_EQ(beeper.beeps.size(), 2);
     EXPECT_EQ(beeper.beeps[0], qMakePair(880, 50));
     // The beep's 50 ms came after PlayStartTick was taken, so it counts in

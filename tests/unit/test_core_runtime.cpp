@@ -100,26 +100,25 @@ TEST(VirtualClock, FiresInTimeOrderAndPeriodicTimersRepeat) {
 }
 
 TEST(EventPump, GuardedWaitsAtTheEdgesOfTheDay) {
-    // 10 s after midnight the guard skips every optional wait.
-    VirtualClock early(0, 10);
-    EventPump p1(early);
-    p1.guardedWait(4);
-    EXPECT_EQ(early.tickMs(), 0);
-    // A wait that crosses midnight ends on time: it runs on the tick clock.
-    VirtualClock late(0, 86400 - 2);
-    EventPump p2(late);
-    p2.guardedWait(4);
-    EXPECT_EQ(late.tickMs(), 4000);
-    EXPECT_LT(late.dayClock(), 3.0f);
-    // The wait after a play runs only below 80000 s.
-    VirtualClock evening(0, 80000);
-    EventPump p3(evening);
-    p3.waitAfterPlay(3);
-    EXPECT_EQ(evening.tickMs(), 0);
-    VirtualClock noon(0, 43200);
-    EventPump p4(noon);
-    p4.waitAfterPlay(3);
-    EXPECT_EQ(noon.tickMs(), 3000);
+    // 10 s after midnight the guard skips every optional wait; one that
+    // crosses midnight ends on time (it runs on the tick clock) and the day
+    // clock starts over; the wait after a play runs only below 80000 s.
+    const struct {
+        float day;
+        bool afterPlay;
+        int64_t tick;
+        float dayBelow;
+    } cases[] = {{10, false, 0, 86400},
+                 {86400 - 2, false, 4000, 3},
+                 {80000, true, 0, 86400},
+                 {43200, true, 3000, 86400}};
+    for (const auto& c : cases) {
+        VirtualClock clock(0, c.day);
+        EventPump p(clock);
+        c.afterPlay ? p.waitAfterPlay(3) : p.guardedWait(4);
+        EXPECT_EQ(clock.tickMs(), c.tick) << c.day;
+        EXPECT_LT(clock.dayClock(), c.dayBelow) << c.day;
+    }
 }
 
 TEST(EventPump, ActionsDueDuringAWaitRunInsideItAndNestedWaitsMakeItLate) {

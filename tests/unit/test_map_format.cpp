@@ -96,8 +96,7 @@ TEST_F(MapFileTest, RewrittenHeaderLinesDoubleTheirMarkerAndStillReadRight) {
     editLoad(s, p);
     tableWrite(s, p);
     const QStringList back = splitLines(read(p));
-    EXPECT_EQ(back[0], "350#1#1");
-    EXPECT_EQ(back[1], "#2#2");
+    EXPECT_EQ(back.mid(0, 2), (QStringList{"350#1#1", "#2#2"}));
     EXPECT_EQ(val(back[0]), 350);
     // Read again and written again: one more marker each time.
     headerTake(s, p, {});
@@ -149,11 +148,7 @@ TEST_F(MapFileTest, SaveInProgressKeepsZoomAndLeft) {
 TEST_F(MapFileTest, FiveThousandRowsLoadTheNextOneIsTooLarge) {
     QStringList lines;
     for (int i = 0; i < 5001; ++i)
-        lines << QString::number(i + 1) << "1"
-              << "2"
-              << "0"
-              << "False"
-              << "False";
+        lines << QString::number(i + 1) << QStringList{"1", "2", "0", "False", "False"};
     const QString p = write(crlf(lines));
     s.adobeF.Shape2.set(true);
     editLoad(s, p);

@@ -52,23 +52,17 @@ TEST_F(SettingsTest, SaveWritesSixtyLinesInTheirKindsAndReadsBackTheSame) {
     SaveVelmor(s);
     const QStringList l = lines();
     ASSERT_EQ(l.size(), 60);
-    EXPECT_EQ(l[0], "/home/me/songs");
-    EXPECT_EQ(l[2], "FALSE");  // flags in capitals
-    EXPECT_EQ(l[5], "1234.5"); // trimmed number
-    EXPECT_EQ(l[7], "TRUE");
-    EXPECT_EQ(l[8], "FALSE");
-    EXPECT_EQ(l[14], " 450 "); // text as it stands
-    EXPECT_EQ(l[21], " 1 ");   // number in print form
-    EXPECT_EQ(l[22], " 1234.5 ");
-    EXPECT_EQ(l[26], " 15000 ");
+    // Flags in capitals (lines 3, 8, 9); a trimmed number (6); a text as it
+    // stands (15); numbers and the check box value in print form (22, 23, 27,
+    // 40); states in mixed case (45, 46, and 47: IgnX, built-in checked).
+    const std::pair<int, const char*> want[] = {
+        {0, "/home/me/songs"}, {2, "FALSE"}, {5, "1234.5"},    {7, "TRUE"},     {8, "FALSE"},
+        {14, " 450 "},         {21, " 1 "},  {22, " 1234.5 "}, {26, " 15000 "}, {39, " 1 "},
+        {44, "False"},         {45, "True"}, {46, "True"},     {55, "Zoom"},    {56, "-300"}};
+    for (const auto& [i, text] : want)
+        EXPECT_EQ(l[i], QString(text)) << "line " << i + 1;
     EXPECT_EQ(l.mid(29, 8),
               (QStringList{"False", "False", "False", "True", "False", "False", "False", "False"}));
-    EXPECT_EQ(l[39], " 1 ");   // check box value in print form
-    EXPECT_EQ(l[44], "False"); // states in mixed case
-    EXPECT_EQ(l[45], "True");
-    EXPECT_EQ(l[46], "True"); // IgnX, built-in checked
-    EXPECT_EQ(l[55], "Zoom");
-    EXPECT_EQ(l[56], "-300");
 
     Session back(clock, messages);
     back.configDir = dir.path();
@@ -105,8 +99,7 @@ TEST_F(SettingsTest, ShortOlderFilesStopWhereTheyEnd) {
     EXPECT_FALSE(s.files.isOpen(1));
     // 37 lines are enough for the first stretch; the second reads nothing.
     QStringList l37 = eleven;
-    while (l37.size() < 37)
-        l37 << "";
+    l37.resize(37);
     write(l37);
     ASSERT_TRUE(openSettings(s));
     EXPECT_TRUE(readLines1to37(s, {}));

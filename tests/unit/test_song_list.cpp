@@ -18,6 +18,11 @@ void touch(const QTemporaryDir& d, const QString& n) {
     QFile f(d.filePath(n));
     f.open(QIODevice::WriteOnly);
 }
+struct SongListTest : ::testing::Test {
+    VirtualClock clock;
+    FakeMessages m;
+    Session s{clock, m};
+};
 } // namespace
 
 TEST(SongList, PatternWithoutCaseAndCaseInsensitiveOrderWithZAtTheEnd) {
@@ -33,12 +38,9 @@ TEST(SongList, PatternWithoutCaseAndCaseInsensitiveOrderWithZAtTheEnd) {
     EXPECT_TRUE(listSongs(d.filePath("none"), "*.pdf").isEmpty());
 }
 
-TEST(SongList, SetPathRefusesBadPatternsAndFoldersAndKeepsTheList) {
+TEST_F(SongListTest, SetPathRefusesBadPatternsAndFoldersAndKeepsTheList) {
     QTemporaryDir d;
     touch(d, "one.mp3");
-    VirtualClock clock;
-    FakeMessages m;
-    Session s(clock, m);
     s.velmor.Text1.setText(d.path());
     s.velmor.Text2.setText("*.MP3");
     SetPath(s);
@@ -52,10 +54,7 @@ TEST(SongList, SetPathRefusesBadPatternsAndFoldersAndKeepsTheList) {
     EXPECT_EQ(s.velmor.File1List.get(), QStringList{"one.mp3"});
 }
 
-TEST(SongList, SetZCountsTheZGroupFromTheEndAndStopsAtEntryOne) {
-    VirtualClock clock;
-    FakeMessages m;
-    Session s(clock, m);
+TEST_F(SongListTest, SetZCountsTheZGroupFromTheEndAndStopsAtEntryOne) {
     s.velmor.File1List.set({"Alpha", "Beta", "Z Gamma", "Zebra", "Zulu"});
     SetZ(s);
     EXPECT_EQ(s.velmor.ZCount, 3);

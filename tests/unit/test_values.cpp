@@ -4,85 +4,78 @@
 #include "core/values.h"
 #include "qt_print.h"
 
+#include <cmath>
+#include <functional>
 #include <gtest/gtest.h>
 
 using namespace mv;
 
-TEST(NumericValue, TakesTheLeadingNumberAndSkipsBlanksAnywhere) {
-    EXPECT_EQ(val(u"120@"), 120);
-    EXPECT_EQ(val(u"1234#1#1"), 1234);
-    EXPECT_EQ(val(u" 80^"), 80);
-    EXPECT_EQ(val(u"True"), 0);
-    EXPECT_EQ(val(u""), 0);
-    EXPECT_EQ(val(u"#3"), 0);
-    EXPECT_EQ(val(u" 1650 "), 1650);
-    EXPECT_EQ(val(u"1 2\t3\n4"), 1234);
-    EXPECT_EQ(val(u"- 5"), -5);
-    EXPECT_EQ(val(u"+7x"), 7);
-    EXPECT_EQ(val(u"--5"), 0);
-    EXPECT_DOUBLE_EQ(val(u".995"), 0.995);
-    EXPECT_DOUBLE_EQ(val(u"-.5"), -0.5);
-    EXPECT_DOUBLE_EQ(val(u"5."), 5);
-    EXPECT_EQ(val(u"."), 0);
-    EXPECT_EQ(val(u"-"), 0);
+namespace {
+// A table of inputs and what each must give.
+template <class In, class Out> using Cases = std::initializer_list<std::pair<In, Out>>;
+
+// A row of inputs through fn, to compare with the row of texts they must give.
+QStringList each(QString (*fn)(double), std::initializer_list<double> in) {
+    QStringList out;
+    for (double v : in)
+        out << fn(v);
+    return out;
 }
 
-TEST(NumericValue, ExponentOnlyWithDigitsBehindIt) {
-    EXPECT_EQ(val(u"1E3"), 1000);
-    EXPECT_EQ(val(u"2d2"), 200);
-    EXPECT_DOUBLE_EQ(val(u"25E-1"), 2.5);
-    EXPECT_EQ(val(u"1E"), 1);
-    EXPECT_EQ(val(u"3E+x"), 3);
-    EXPECT_EQ(val(u"12e5@"), 1200000);
+int failureNumber(const std::function<void()>& fn) {
+    try {
+        fn();
+    } catch (const Failure& f) {
+        return f.number();
+    }
+    return 0;
+}
+} // namespace
+
+// The leading number, blanks skipped anywhere; an exponent only with digits
+// behind it.
+TEST(NumericValue, LeadingNumberBlanksAndExponents) {
+    const Cases<const char16_t*, double> cases = {
+        {u"120@", 120}, {u"1234#1#1", 1234}, {u" 80^", 80},        {u"True", 0},    {u"", 0},
+        {u"#3", 0},     {u" 1650 ", 1650},   {u"1 2\t3\n4", 1234}, {u"- 5", -5},    {u"+7x", 7},
+        {u"--5", 0},    {u".995", 0.995},    {u"-.5", -0.5},       {u"5.", 5},      {u".", 0},
+        {u"-", 0},      {u"1E3", 1000},      {u"2d2", 200},        {u"25E-1", 2.5}, {u"1E", 1},
+        {u"3E+x", 3},   {u"12e5@", 1200000}};
+    for (auto [text, want] : cases)
+        EXPECT_DOUBLE_EQ(val(text), want) << QString::fromUtf16(text).toStdString();
     EXPECT_TRUE(std::isinf(val(u"1E999"))); // a number all the same; rounding then fails
 }
 
+// 15 digits hide the binary tail of 0.1 + 0.2.
 TEST(NumberText, PlainShortestFormWithoutLeadingZero) {
-    EXPECT_EQ(numberText(1250), "1250");
-    EXPECT_EQ(numberText(-3), "-3");
-    EXPECT_EQ(numberText(0.5), ".5");
-    EXPECT_EQ(numberText(-0.25), "-.25");
-    EXPECT_EQ(numberText(0), "0");
-    EXPECT_EQ(numberText(-0.0), "0");
-    EXPECT_EQ(numberText(1990.0 / 0.5), "3980");
-    EXPECT_EQ(numberText(2000 / 0.9), "2222.22222222222");
-    EXPECT_EQ(numberText(0.1 + 0.2), ".3"); // 15 digits hide the binary tail
-    EXPECT_EQ(numberText(1.05), "1.05");
-    EXPECT_EQ(numberText(1e15), "1E+15");
-    EXPECT_EQ(numberText(123456789012345.0), "123456789012345");
-    EXPECT_EQ(numberText(0.0001), ".0001");
-    EXPECT_EQ(numberText(0.00001), "1E-05");
+    EXPECT_EQ(each(numberText, {1250, -3, 0.5, -0.25, 0, -0.0, 1990.0 / 0.5, 2000 / 0.9, 0.1 + 0.2,
+                                1.05, 1e15, 123456789012345.0, 0.0001, 0.00001}),
+              (QStringList{"1250", "-3", ".5", "-.25", "0", "0", "3980", "2222.22222222222", ".3",
+                           "1.05", "1E+15", "123456789012345", ".0001", "1E-05"}));
 }
 
+// A 32-bit float keeps 7 significant digits; the 64-bit form keeps 15.
 TEST(PrintForm, SignOrBlankThenNumberThenBlank) {
-    EXPECT_EQ(printFormSingle(1650), " 1650 ");
-    EXPECT_EQ(printFormSingle(-3.5), "-3.5 ");
-    EXPECT_EQ(printFormSingle(0.25), " .25 ");
-    EXPECT_EQ(printFormSingle(0), " 0 ");
-    // A 32-bit float keeps 7 significant digits.
-    EXPECT_EQ(printFormSingle(1650.66666), " 1650.667 ");
-    EXPECT_EQ(printFormSingle(123456789), " 1.234568E+08 ");
+    EXPECT_EQ(each(printFormSingle, {1650, -3.5, 0.25, 0, 1650.66666, 123456789}),
+              (QStringList{" 1650 ", "-3.5 ", " .25 ", " 0 ", " 1650.667 ", " 1.234568E+08 "}));
     EXPECT_EQ(printForm(1650.66666), " 1650.66666 ");
     // What the recorder writes reads back as the same number.
     EXPECT_FLOAT_EQ(static_cast<float>(val(printFormSingle(4110.4))), 4110.4f);
 }
 
 TEST(Rounding, NearestWithTiesToEvenAndOverflowFails) {
-    EXPECT_EQ(roundWord(2.5), 2);
-    EXPECT_EQ(roundWord(3.5), 4);
-    EXPECT_EQ(roundWord(-2.5), -2);
-    EXPECT_EQ(roundWord(8500.4999), 8500);
-    EXPECT_EQ(roundWord(32767.4), 32767);
-    EXPECT_EQ(roundWord(-32768.5), -32768);
-    EXPECT_THROW(roundWord(32767.5), Failure);
-    EXPECT_THROW(roundWord(-32769), Failure);
-    EXPECT_THROW(roundWord(std::nan("")), Failure);
+    const Cases<double, int> cases = {{2.5, 2},          {3.5, 4},         {-2.5, -2},
+                                      {8500.4999, 8500}, {32767.4, 32767}, {-32768.5, -32768}};
+    for (auto [v, want] : cases)
+        EXPECT_EQ(roundWord(v), want) << v;
+    for (double bad : {32767.5, -32769.0, std::nan(""), 1e6})
+        EXPECT_EQ(failureNumber([&] { roundWord(bad); }), 6) << bad;
     EXPECT_EQ(roundLong(2147483647.4), 2147483647);
-    EXPECT_THROW(roundLong(2147483648.0), Failure);
+    EXPECT_EQ(failureNumber([&] { roundLong(2147483648.0); }), 6);
     try {
         roundWord(1e6);
+        ADD_FAILURE() << "no overflow";
     } catch (const Failure& f) {
-        EXPECT_EQ(f.number(), 6);
         EXPECT_EQ(f.message(), "Error 6 Overflow");
     }
 }
@@ -91,21 +84,14 @@ TEST(StrictNumber, WholeTextMustBeOneNumber) {
     EXPECT_EQ(strictNumber(u" 80 "), 80);
     EXPECT_DOUBLE_EQ(strictNumber(u".95"), 0.95);
     EXPECT_DOUBLE_EQ(strictNumber(u"-1.5E2"), -150);
-    for (const char16_t* bad : {u"", u" ", u"30x", u"fast", u"1E", u".", u"1 2", u"--1"}) {
-        try {
-            strictNumber(bad);
-            ADD_FAILURE() << "accepted " << QString::fromUtf16(bad).toStdString();
-        } catch (const Failure& f) {
-            EXPECT_EQ(f.number(), 13);
-        }
-    }
+    for (const char16_t* bad : {u"", u" ", u"30x", u"fast", u"1E", u".", u"1 2", u"--1"})
+        EXPECT_EQ(failureNumber([&] { strictNumber(bad); }), 13)
+            << QString::fromUtf16(bad).toStdString();
 }
 
 TEST(Flags, OnlyExactTrueCounts) {
     EXPECT_TRUE(isTrueText(u"True"));
-    EXPECT_FALSE(isTrueText(u"TRUE"));
-    EXPECT_FALSE(isTrueText(u"true"));
-    EXPECT_FALSE(isTrueText(u"-1"));
-    EXPECT_FALSE(isTrueText(u"True "));
+    for (const char16_t* no : {u"TRUE", u"true", u"-1", u"True "})
+        EXPECT_FALSE(isTrueText(no)) << QString::fromUtf16(no).toStdString();
     EXPECT_EQ(flagOf(true), -1);
 }
