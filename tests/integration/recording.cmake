@@ -1,0 +1,12 @@
+# The real binary under Xvfb, killed with SIGKILL in a recording and in the
+# table writes of edit mode.
+add_executable(test_recording_kill ${CMAKE_CURRENT_LIST_DIR}/test_recording_kill.cpp)
+target_link_libraries(test_recording_kill PRIVATE GTest::gtest Qt6::Core)
+add_test(NAME test_recording_kill
+         COMMAND xvfb-run -a -s "-screen 0 1600x1400x24" $<TARGET_FILE:test_recording_kill>
+                 $<TARGET_FILE:mellivane>)
+set_tests_properties(test_recording_kill PROPERTIES LABELS integration TIMEOUT 240 RUN_SERIAL TRUE
+                     ENVIRONMENT "MELLIVANE_SOURCE_DIR=${PROJECT_SOURCE_DIR}")
+add_test(NAME e2e_record_demo
+         COMMAND ${CMAKE_CURRENT_LIST_DIR}/e2e/record_demo.sh $<TARGET_FILE:mellivane>)
+set_tests_properties(e2e_record_demo PROPERTIES LABELS integration TIMEOUT 180 RUN_SERIAL TRUE)

@@ -1,0 +1,253 @@
+// The real program under Xvfb, driven by action scripts and killed with
+// SIGKILL: in the middle of a recording the map keeps every tic taken before
+// the kill, each where and when it was clicked; in the middle of the table
+// writes of edit mode (a 5000-row map saved over and over, killed at random
+// moments) the map is always one whole version, the old one or a new one.
+//   test_recording_kill <mellivane binary>     (under xvfb-run)
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QProcess>
+#include <QRandomGenerator>
+#include <QTemporaryDir>
+#include <QThread>
+#include <csignal>
+#include <dirent.h>
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+namespace {
+
+QString gBinary;
+
+QByteArray readAll(const QString& path) {
+    QFile f(path);
+    return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
+}
+
+void writeAll(const QString& path, const QByteArray& bytes) {
+    QFile f(path);
+    ASSERT_TRUE(f.open(QIODevice::WriteOnly | QIODevice::Truncate));
+    f.write(bytes);
+}
+
+// Whole CR LF lines; `tail` gets what follows the last CR LF.
+QList<QByteArray> lines(const QByteArray& b, QByteArray* tail = nullptr) {
+    QList<QByteArray> out = b.split('\n');
+    const QByteArray rest = out.takeLast();
+    if (tail) *tail = rest;
+    for (QByteArray& l : out)
+        l.chop(l.endsWith('\r') ? 1 : 0);
+    return out;
+}
+
+// The map's print form of a whole number of twips, as X and Y are recorded.
+QByteArray printForm(int v) { return (v < 0 ? "" : " ") + QByteArray::number(v) + ' '; }
+
+// A song folder with the demo's "Twinkle Twinkle" and a fresh settings folder.
+class ProgramTest : public ::testing::Test {
+  protected:
+    void SetUp() override {
+        ASSERT_TRUE(dir.isValid());
+        songs = dir.filePath("songs");
+        ASSERT_TRUE(QDir().mkpath(songs));
+        const QString demo = qEnvironmentVariable("MELLIVANE_SOURCE_DIR") + "/demo/songs/";
+        for (const char* ext : {".mp3", ".pdf", ".map"})
+            ASSERT_TRUE(
+                QFile::copy(demo + "Twinkle Twinkle" + ext, songs + "/Twinkle Twinkle" + ext));
+        map = songs + "/Twinkle Twinkle.map";
+    }
+    // Starts the program on the folder with `script`; a new settings folder
+    // each time.
+    void start(const QString& script) {
+        const QString path = dir.filePath(QStringLiteral("script%1.txt").arg(++runs));
+        writeAll(path, script.toUtf8());
+        QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+        env.insert("QT_QPA_PLATFORM", "xcb");
+        program.setProcessEnvironment(env);
+        program.start(gBinary,
+                      {"--audio", "null", "--songs", songs, "--config-dir",
+                       dir.filePath(QStringLiteral("config%1").arg(runs)), "--script", path});
+        ASSERT_TRUE(program.waitForStarted());
+    }
+    // SIGKILL now; the driver's failed checks so far, if any.
+    QByteArray kill() {
+        ::kill(pid_t(program.processId()), SIGKILL);
+        program.waitForFinished();
+        return failures();
+    }
+    QByteArray failures() {
+        QByteArray out;
+        for (const QByteArray& l : program.readAllStandardError().split('\n'))
+            if (l.startsWith("FAIL")) out += l + '\n';
+        return out;
+    }
+    // Whether the program holds a file of the song folder open other than
+    // the sheet, the music and the map: the temporary of a table write
+    // between its start and its rename.
+    bool writing() const {
+        const QByteArray fds = "/proc/" + QByteArray::number(program.processId()) + "/fd/";
+        DIR* d = opendir(fds.constData());
+        if (!d) return false;
+        const QByteArray folder = songs.toLocal8Bit() + '/';
+        bool found = false;
+        while (dirent* e = readdir(d)) {
+            char target[4096];
+            const ssize_t n = readlink(fds + e->d_name, target, sizeof target);
+            const QByteArray t(target, std::max<ssize_t>(0, n));
+            found |= t.startsWith(folder) && !t.endsWith(".pdf") && !t.endsWith(".mp3") &&
+                     !t.endsWith(".map");
+        }
+        closedir(d);
+        return found;
+    }
+    // Polls until `done` or `ms` pass; true when done.
+    static bool until(const std::function<bool()>& done, int ms) {
+        QElapsedTimer t;
+        t.start();
+        while (!done() && t.elapsed() < ms)
+            QThread::usleep(200);
+        return done();
+    }
+    // The start of every script: the song chosen, its sheet and map loaded.
+    static QString select() {
+        return "wait 300\nselect Velmor.File1 Twinkle Twinkle.pdf\nwait 1500\n"
+               "checkgeom AdobeF.Picture3 0 -33\ncheckgeom AdobeF.AcroPDF1 0 0\n";
+    }
+
+    QTemporaryDir dir;
+    QString songs, map;
+    QProcess program;
+    int runs = 0;
+};
+
+TEST_F(ProgramTest, AKilledRecordingKeepsEveryTicTakenBeforeTheKill) {
+    // Twelve clicks on the sheet, each at its own place; the first 500 ms
+    // after Record, the others 250 to 580 ms apart.
+    struct Click {
+        int x, y, gap;
+    };
+    std::vector<Click> clicks;
+    QString script = select() + "click AdobeF.Command12\nmark\nclick AdobeF.Command2\n";
+    int due = 0;
+    for (int i = 0; i < 12; ++i) {
+        clicks.push_back({40 + 53 * i, 90 + 31 * (i % 7), i ? 250 + 30 * i : 500});
+        due += clicks.back().gap;
+        script += QStringLiteral("waituntil %1\nclick AdobeF.AcroPDF1 left %2 %3\n")
+                      .arg(due)
+                      .arg(clicks.back().x)
+                      .arg(clicks.back().y);
+    }
+    script += "wait 60000\n";
+    const int k = 1 + int(QRandomGenerator::global()->bounded(10));
+    const QByteArray demoMap = readAll(map);
+    start(script);
+    // Record empties the map at once; from then on it grows record by record.
+    ASSERT_TRUE(until([&] { return readAll(map) != demoMap; }, 30000));
+    auto records = [&] { return std::max<qsizetype>(0, lines(readAll(map)).size() - 9) / 6; };
+    ASSERT_TRUE(until([&] { return records() >= k; }, 30000)) << "the map never held " << k;
+    EXPECT_EQ(kill(), QByteArray());
+
+    QByteArray tail;
+    const QList<QByteArray> got = lines(readAll(map), &tail);
+    EXPECT_EQ(tail, QByteArray()) << "a line cut short";
+    ASSERT_GE(got.size(), 9 + 6 * k) << "killed after " << k << " records were seen";
+    const QList<QByteArray> header = {"100@", "0%", "#1", "#2", "#3", "#4", "#5", "#6"};
+    EXPECT_EQ(got.mid(0, 8), header);
+    EXPECT_TRUE(got[8].startsWith(' ') && got[8].endsWith('^')) << got[8].constData();
+    // Every record, and a last one in part: the place clicked (the carrier
+    // stands 33 px up, the cursor 100 and 500 twips left and up of the
+    // pointer), the time since the click before, no scroll, no page turn.
+    for (int line = 9, i = 0; line < got.size(); ++i) {
+        ASSERT_LT(i, int(clicks.size())) << "more records than clicks";
+        const Click& c = clicks[size_t(i)];
+        const QList<QByteArray> want = {
+            QByteArray(), printForm(c.x * 15 - 100), printForm((c.y - 33) * 15 - 500), "0", "False",
+            "False"};
+        for (int field = 0; field < 6 && line < got.size(); ++field, ++line) {
+            if (field == 0)
+                EXPECT_NEAR(got[line].toInt(), c.gap, 60) << "tic of record " << i + 1;
+            else
+                EXPECT_EQ(got[line], want[field]) << "record " << i + 1 << " field " << field;
+        }
+    }
+}
+
+TEST_F(ProgramTest, AKilledTableWriteLeavesTheOldMapOrTheNewOne) {
+    // 5000 rows; the X of row 1 grows by 15 at each save (an X addition
+    // and one step), so that each save writes other bytes.
+    QByteArray old = "100@\r\n0%\r\n#1\r\n#2\r\n#3\r\n#4\r\n#5\r\n#6\r\n 80^\r\n";
+    for (int row = 0; row < 5000; ++row)
+        old += QByteArray::number(900 + row % 7 * 100) + "\r\n" + printForm(1500 + row % 4 * 2000) +
+               "\r\n" + printForm(1800 + row % 5 * 1300) + "\r\n" + (row / 8 % 2 ? "8000" : "0") +
+               "\r\n" + (row % 40 == 39 ? "True" : "False") + "\r\nFalse\r\n";
+    // Edit and Step serve events inside them, and the next action would run
+    // there: each is followed by a wait (a press of Edit while it loads does
+    // nothing; one inside a step saves before the step's change).
+    const QString cycle = "click AdobeF.Command7\nwait 150\ntype AdobeF.Text5 15\n"
+                          "click AdobeF.Command5\nwait 20\nclick AdobeF.Command7\n";
+
+    // One save, to the end: the bytes of the first new version.
+    writeAll(map, old);
+    start(select() + cycle + "quit\n");
+    ASSERT_TRUE(program.waitForFinished(30000));
+    EXPECT_EQ(failures(), QByteArray());
+    const QList<QByteArray> first = lines(readAll(map));
+    ASSERT_EQ(first.size(), 7 + 5000 * 6);
+    constexpr int kRow1X = 7 + 6 + 1; // header of 7 lines, row 0, Tic of row 1
+    ASSERT_EQ(first[kRow1X], "3515");
+    // Version n holds 3500 + 15 n there and is otherwise the first one.
+    auto isVersion = [&](const QByteArray& bytes) {
+        QByteArray tail;
+        QList<QByteArray> got = lines(bytes, &tail);
+        if (!tail.isEmpty() || got.size() != first.size()) return false;
+        const int x = got[kRow1X].toInt();
+        if (x <= 3500 || (x - 3500) % 15 || got[kRow1X] != QByteArray::number(x)) return false;
+        got[kRow1X] = first[kRow1X];
+        return got == first;
+    };
+
+    QString many = select();
+    for (int i = 0; i < 200; ++i)
+        many += cycle;
+    QElapsedTimer budget;
+    budget.start();
+    int killed = 0, killedWriting = 0, versions = 0;
+    for (; killed < 20 && budget.elapsed() < 100000; ++killed) {
+        writeAll(map, old);
+        start(many);
+        ASSERT_TRUE(until([&] { return readAll(map) != old; }, 30000));
+        // From the first save on: every other run a kill at a random moment,
+        // the others a kill 0-3 ms after a write is seen under way.
+        auto rng = QRandomGenerator::global();
+        if (killed % 2)
+            QThread::msleep(rng->bounded(1500));
+        else if (until([&] { return writing(); }, 10000))
+            QThread::usleep(rng->bounded(3000));
+        killedWriting += writing();
+        EXPECT_EQ(kill(), QByteArray());
+        const QByteArray now = readAll(map);
+        EXPECT_TRUE(now == old || isVersion(now)) << "run " << killed + 1 << ": " << now.size()
+                                                  << " bytes, neither the old map nor a new one";
+        versions = std::max(versions, (lines(now).value(kRow1X).toInt() - 3500) / 15);
+    }
+    std::printf("kills: %d, during a write: %d, most saves in a run: %d\n", killed, killedWriting,
+                versions);
+    EXPECT_GE(killed, 10) << "too few runs in the time";
+    EXPECT_GE(killedWriting, killed / 4) << "too few kills fell inside a write";
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    QCoreApplication app(argc, argv);
+    ::testing::InitGoogleTest(&argc, argv);
+    if (argc < 2) {
+        std::fprintf(stderr, "usage: test_recording_kill <mellivane binary>\n");
+        return 2;
+    }
+    gBinary = QString::fromLocal8Bit(argv[1]);
+    return RUN_ALL_TESTS();
+}
