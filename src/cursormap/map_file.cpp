@@ -1,5 +1,6 @@
 #include "cursormap/map_file.h"
 
+#include "core/file_lookup.h"
 #include "core/messages.h"
 #include "core/session_state.h"
 #include "transport/media_player.h"
@@ -53,8 +54,7 @@ void writeHeader(Session& s, int number, bool always) {
 } // namespace
 
 QString mapFileName(const QString& songBase) {
-    const qsizetype dot = songBase.indexOf(u'.');
-    return (dot < 0 ? songBase : songBase.left(dot)) + QStringLiteral(".map");
+    return siblingPath(songBase, QStringLiteral("map"));
 }
 
 bool headerTake(Session& s, const QString& path,

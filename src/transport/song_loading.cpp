@@ -15,12 +15,10 @@ namespace mv {
 
 namespace {
 
-// A sibling of the cleaned name in `folder`, cut after the first "." with
-// "pdf" behind it.
+// The sheet of the cleaned name in `folder`: the name cut at its first ".",
+// with "pdf" behind it.
 QString sheetPath(const QString& folder, const QString& name) {
-    const QString base = folder.trimmed() + u'/' + name;
-    const qsizetype dot = base.indexOf(u'.');
-    return (dot < 0 ? base + u'.' : base.left(dot + 1)) + QStringLiteral("pdf");
+    return siblingPath(folder.trimmed() + u'/' + name, QStringLiteral("pdf"));
 }
 
 void rightButton(Session& s) {
@@ -160,7 +158,7 @@ void File1_MouseDown(Session& s, int button, int, double, double) {
         return;
 
     const QString name = cleanSongName(v.File1FileName(), v.IGNNR.get() == 1); // 12
-    const QString shortName = name.section(u'.', 0, 0);
+    const QString shortName = beforeFirstDotOfName(name);
     const QString folder = v.Text1.text().trimmed();
     s.g.SongBase = folder + u'/' + name; // 13
     s.g.SongFile = folder + u'/' + v.File1FileName().trimmed();

@@ -6,6 +6,7 @@
 #include "cursormap/cursor_fields.h"
 #include "fakes.h"
 #include "sheet/sheet_geometry.h"
+#include "transport/play_start.h"
 #include "transport/song_loading.h"
 
 #include <QDir>
@@ -94,16 +95,21 @@ TEST_F(SongLoadingTest, LeftPressResetsFindsSiblingsAndAppliesTheHeader) {
     EXPECT_TRUE(player.calls.contains("URL()"));
 }
 
-TEST_F(SongLoadingTest, SiblingsFoundWhateverTheirCaseAndNoMapMeansNoLock) {
-    file("song.mp3");
-    file("SONG.PDF");
-    s.adobeF.Shape3.set(true);
-    s.velmor.ZoomIt.setText("120");
-    select("song.mp3");
-    EXPECT_FALSE(s.adobeF.Shape3.get());
-    EXPECT_EQ(s.velmor.ZoomIt.text(), "100");
-    EXPECT_TRUE(calls.contains("LoadFile(" + dir.path() + "/SONG.PDF)"));
-    EXPECT_EQ(player.settingsVolume(), 50); // no "^" line: the volume stays
+// Load and play find the same map, in a folder with a dot in its name and
+// whatever the case of the siblings' names.
+TEST_F(SongLoadingTest, LoadAndPlayFindTheSameSiblingsInADottedFolderWhateverTheirCase) {
+    QDir(dir.path()).mkdir("Vol. 2");
+    s.velmor.Text1.setText(dir.filePath("Vol. 2"));
+    file("Vol. 2/Blue.Moon.mp3");
+    file("Vol. 2/BLUE.PDF");
+    file("Vol. 2/Blue.MAP", "120@\r\n10\r\n1\r\n1\r\n0\r\nFalse\r\nFalse\r\n");
+    select("Blue.Moon.mp3");
+    EXPECT_TRUE(s.adobeF.Shape3.get());
+    EXPECT_EQ(s.velmor.ZoomIt.text(), "120");
+    EXPECT_TRUE(calls.contains("LoadFile(" + dir.filePath("Vol. 2/BLUE.PDF") + ")"));
+    installPlayStart(s);
+    s.WindowsMediaPlayer1_MouseDown(1, 0, 0, 0);
+    EXPECT_EQ(s.g.PlayLoopCount, 1); // the map's one tic played
 }
 
 TEST_F(SongLoadingTest, NumberPrefixSharesTheMapOnlyWithIgnoreNumber) {

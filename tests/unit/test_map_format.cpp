@@ -51,11 +51,14 @@ class MapFileTest : public ::testing::Test {
     QTemporaryDir dir;
 };
 
-TEST(MapFileName, CutAtTheFirstDotOfTheWholePath) {
-    EXPECT_EQ(mapFileName("/songs/Blue.Moon.mp3"), "/songs/Blue.map");
-    EXPECT_EQ(mapFileName("/my.songs/Blue.mp3"),
-              "/my.map"); // a dot in a folder: a name that won't exist
-    EXPECT_EQ(mapFileName("/songs/Blue"), "/songs/Blue.map");
+TEST(MapFileName, CutAtTheFirstDotOfTheFileNameNeverInTheFolder) {
+    const std::pair<QString, QString> cases[] = {
+        {"/songs/Blue.Moon.mp3", "/songs/Blue.map"},
+        {"/songs/Vol. 2/Blue.mp3", "/songs/Vol. 2/Blue.map"},
+        {"/my.songs/Blue", "/my.songs/Blue.map"},
+        {"", ".map"}};
+    for (const auto& [songBase, map] : cases)
+        EXPECT_EQ(mapFileName(songBase), map) << qPrintable(songBase);
 }
 
 TEST_F(MapFileTest, EditLoadKeepsCellsAsReadAndTableWriteReproducesTheEditForm) {
