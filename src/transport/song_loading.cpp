@@ -28,12 +28,17 @@ void rightButton(Session& s) {
     s.playLst.List1.set(l);
 }
 
-void loadSheet(Session& s, PdfViewer* viewer, const QString& path, Prop<double>& viewerHeight) {
+// The sheet at `path`, found whatever its case.  A song may have no sheet:
+// the viewer then shows nothing and the load goes on without a word.
+void loadSheet(PdfViewer* viewer, const QString& path) {
     if (!viewer) return;
-    viewer->LoadFile(path);
+    const QString found = existingPathIgnoringCase(path);
+    if (QFileInfo(found).isFile())
+        viewer->LoadFile(found);
+    else
+        viewer->unloadFile();
     viewer->gotoFirstPage();
     viewer->setPageMode(QStringLiteral("none"));
-    viewerHeight.set(s.velmor.Text6.value() * s.screenHeight);
 }
 
 // Step 19 and 20: the sheets and the notation viewer.  Failures here end the
@@ -47,18 +52,14 @@ void sheetsAndNotation(Session& s, const QString& sheet1, const QString& sheet2,
         s.pump.guardedWait(0.5);
         f.Shape2.set(false);
         f.Picture3Height.set(2 * s.screenHeight);
-        loadSheet(s, f.AcroPDF1, existingPathIgnoringCase(sheet1), f.AcroPDF1Height);
+        loadSheet(f.AcroPDF1, sheet1);
+        f.AcroPDF1Height.set(v.Text6.value() * s.screenHeight);
         if (w2.Visible.get()) {
-            const QString found = existingPathIgnoringCase(sheet2);
-            if (!QFileInfo::exists(found)) {
+            if (!existsIgnoringCase(sheet2)) {
                 s.messages.msgBox(QStringLiteral("Could not find ") + sheet2);
                 if (s.reloadSheetWindow2) s.reloadSheetWindow2();
             }
-            if (w2.AcroPDF1) {
-                w2.AcroPDF1->LoadFile(found);
-                w2.AcroPDF1->gotoFirstPage();
-                w2.AcroPDF1->setPageMode(QStringLiteral("none"));
-            }
+            loadSheet(w2.AcroPDF1, sheet2);
         }
         s.files.close(3); // the map an edit load left open
         s.g.CursorStarted = 0;

@@ -10,6 +10,7 @@
 #include "sheet/page_geometry.h"
 #include "sheet/qtpdf_viewer.h"
 #include "sheet/sheet_window.h"
+#include "transport/song_loading.h"
 
 #include <QFile>
 #include <QSignalSpy>
@@ -127,6 +128,31 @@ TEST_F(QtPdfViewerTest, InSheetWindowTheMarkMovesUpWithV) {
     const QPoint got = findMark(img, QRect(want - QPoint(20, 20), QSize(60, 60)));
     EXPECT_LE(std::abs(got.x() - want.x()), 1);
     EXPECT_LE(std::abs(got.y() - want.y()), 1);
+}
+
+// Song loading over the real viewer: a song without a sheet empties it,
+// with no message, and the load runs to its end.
+TEST_F(QtPdfViewerTest, SongWithoutASheetEmptiesTheViewerWithoutAMessage) {
+    VirtualClock clock;
+    FakeMessages messages;
+    Session s(clock, messages);
+    QtPdfViewer viewer;
+    s.adobeF.AcroPDF1 = &viewer;
+    installSongLoading(s);
+    s.velmor.Text1.setText(dir.path());
+    ASSERT_TRUE(QFile::copy(dir.filePath("marks.pdf"), dir.filePath("A.pdf")));
+    auto select = [&](const QString& entry) {
+        s.velmor.File1List.set({entry});
+        s.velmor.File1ListIndex.set(0);
+        s.g.OverlayTicks = 0;
+        s.File1_MouseDown(1, 0, 0, 0);
+    };
+    select("A.mp3");
+    EXPECT_EQ(viewer.pageCount(), 3);
+    select("B.mp3");
+    EXPECT_EQ(viewer.pageCount(), 0);
+    EXPECT_TRUE(messages.shown.isEmpty());
+    EXPECT_EQ(s.g.OverlayTicks, 40);
 }
 
 } // namespace

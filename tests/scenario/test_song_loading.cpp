@@ -123,12 +123,35 @@ TEST_F(SongLoadingTest, NumberPrefixSharesTheMapOnlyWithIgnoreNumber) {
     EXPECT_EQ(s.g.SongBase, dir.path() + "/Tune.mp3");
 }
 
+// A song without a sheet or a map: an empty sheet, no lock, no message, and
+// the load runs to its end.
+TEST_F(SongLoadingTest, SongWithoutSheetOrMapShowsAnEmptySheetAndLoadsToTheEnd) {
+    file("Song.mp3");
+    s.adobeF.Shape3.set(true);
+    s.velmor.ZoomIt.setText("120");
+    s.adobeF.VScroll1.set(3000);
+    s.files.open(3, dir.filePath("Song.mp3"), FileMode::Input);
+    select("Song.mp3");
+    EXPECT_TRUE(messages.shown.isEmpty());
+    EXPECT_TRUE(calls.contains("unloadFile"));
+    EXPECT_FALSE(s.adobeF.Shape3.get());
+    EXPECT_EQ(s.velmor.ZoomIt.text(), "100");
+    EXPECT_EQ(player.settingsVolume(), 50); // no "^" line: the volume stays
+    EXPECT_FALSE(s.files.isOpen(3));
+    EXPECT_EQ(s.adobeF.VScroll1.get(), 500);
+    EXPECT_EQ(s.g.OverlayTicks, 40);
+}
+
 TEST_F(SongLoadingTest, ViewerFailureEndsTheLoadWithTheMessage) {
     file("Bad.mp3");
-    viewer.failLoad = true;
+    file("Bad.pdf");
+    viewer.onCall = [](const QString& call) {
+        if (call.startsWith("LoadFile")) throw Failure(75, "The file cannot be read as a PDF");
+    };
     select("Bad.mp3");
     ASSERT_EQ(messages.shown.size(), 1);
-    EXPECT_TRUE(messages.shown[0].startsWith("Error 53 File not found You must start this App"));
+    EXPECT_TRUE(messages.shown[0].startsWith(
+        "Error 75 The file cannot be read as a PDF You must start this App"));
     EXPECT_NE(s.g.OverlayTicks, 40);                  // not reached
     EXPECT_EQ(s.g.SongBase, dir.path() + "/Bad.mp3"); // what was done stands
 }

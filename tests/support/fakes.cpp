@@ -3,6 +3,8 @@
 #include "core/values.h"
 #include "cursormap/cursor_fields.h"
 
+#include <QFileInfo>
+
 namespace mv::test {
 
 void FakeMessages::msgBox(const QString& text, const QString&) {
@@ -108,9 +110,11 @@ void FakePlayer::setAudioDevice(const QString& name) {
 
 void FakeViewer::LoadFile(const QString& path) {
     log(QStringLiteral("LoadFile(%1)").arg(path));
-    if (failLoad) throw Failure(53, QStringLiteral("File not found"));
+    if (!QFileInfo(path).isFile()) throw Failure(53, QStringLiteral("File not found: ") + path);
     page = 1;
 }
+
+void FakeViewer::unloadFile() { log(QStringLiteral("unloadFile")); }
 
 void FakeViewer::gotoFirstPage() {
     log(QStringLiteral("gotoFirstPage"));

@@ -70,11 +70,14 @@ class FakePlayer : public MediaPlayer {
 };
 
 // A viewer that keeps a page number and a page count, and logs its calls.
+// LoadFile of a file that is not there fails as QtPdfViewer's does (53 "File
+// not found"); a test makes any other call fail by throwing from onCall.
 class FakeViewer : public PdfViewer {
   public:
     explicit FakeViewer(QStringList* sharedLog = nullptr, QString tag = {})
         : log_(sharedLog ? sharedLog : &calls), tag_(std::move(tag)) {}
     void LoadFile(const QString& path) override;
+    void unloadFile() override;
     void gotoFirstPage() override;
     void gotoNextPage() override;
     void gotoPreviousPage() override;
@@ -85,7 +88,6 @@ class FakeViewer : public PdfViewer {
     int page = 1;
     int pageCount = 10;
     float zoom = 100;
-    bool failLoad = false;
     std::function<void(const QString&)> onCall; // sees every call as it is logged
 
   private:
