@@ -41,8 +41,17 @@ void loadSheet(PdfViewer* viewer, const QString& path) {
     viewer->setPageMode(QStringLiteral("none"));
 }
 
-// Step 19 and 20: the sheets and the notation viewer.  Failures here end the
-// load with the one message.
+// The old sheet back to its first page.  A sheet is loaded afresh a moment
+// later, so a viewer that cannot turn is passed over and the load goes on.
+void firstPageOfOldSheet(PdfViewer* viewer) {
+    if (!viewer) return;
+    try {
+        viewer->gotoFirstPage();
+    } catch (const Failure&) {
+    }
+}
+
+// Step 19 and 20: the sheets and the notation viewer.
 void sheetsAndNotation(Session& s, const QString& sheet1, const QString& sheet2,
                        const QString& shortName) {
     SheetOneState& f = s.adobeF;
@@ -87,6 +96,23 @@ void sheetsAndNotation(Session& s, const QString& sheet1, const QString& sheet2,
         if (s.nwcOpenSong) s.nwcOpenSong(shortName);
         if (s.focusMainWindow) s.focusMainWindow();
         if (v.LoadPDF.get() == 1 && s.focusSheetWindow) s.focusSheetWindow();
+    }
+}
+
+// Steps 19 and 20 under their failure handler: a failure ends the load with
+// the one message; false then.
+bool sheetsAndNotationWithMessage(Session& s, const QString& sheet1, const QString& sheet2,
+                                  const QString& shortName) {
+    try {
+        sheetsAndNotation(s, sheet1, sheet2, shortName);
+        return true;
+    } catch (const Failure& e) {
+        s.messages.msgBox(
+            e.message() +
+            QStringLiteral(" You must start this App with NWCViewer closed so that this App can "
+                           "open it. Please close NWCViewer and This App and then start this "
+                           "app only."));
+        return false;
     }
 }
 
@@ -137,26 +163,8 @@ void File1_MouseDown(Session& s, int button, int, double, double) {
     hideCursors(s);
     s.g.StopRequested = kTrue; // 11
     dropSource(s, false);      // the clients load the new song instead
-    // The viewer's own failures end the load with the message below.
-    auto withMessage = [&s](auto fn) {
-        try {
-            fn();
-        } catch (const Failure& e) {
-            s.messages.msgBox(
-                e.message() +
-                QStringLiteral(
-                    " You must start this App with NWCViewer closed so that this App can "
-                    "open it. Please close NWCViewer and This App and then start this "
-                    "app only."));
-            return false;
-        }
-        return true;
-    };
-    if (!withMessage([&] {
-            if (f.AcroPDF1) f.AcroPDF1->gotoFirstPage();
-            if (w2.Visible.get() && w2.AcroPDF1) w2.AcroPDF1->gotoFirstPage();
-        }))
-        return;
+    firstPageOfOldSheet(f.AcroPDF1);
+    if (w2.Visible.get()) firstPageOfOldSheet(w2.AcroPDF1);
 
     const QString name = cleanSongName(v.File1FileName(), v.IGNNR.get() == 1); // 12
     const QString shortName = beforeFirstDotOfName(name);
@@ -176,10 +184,10 @@ void File1_MouseDown(Session& s, int button, int, double, double) {
 
     const QString sheet1 = sheetPath(folder, name); // 16
     const QString sheet2 = sheetPath(v.Text7.text(), name);
-    v.PlayedList += s.g.SongFile + u',';                                                // 17
-    if (s.player) s.player->close();                                                    // 18
-    if (!withMessage([&] { sheetsAndNotation(s, sheet1, sheet2, shortName); })) return; // 19, 20
-    s.g.OverlayTicks = 40;                                                              // 21
+    v.PlayedList += s.g.SongFile + u',';                                     // 17
+    if (s.player) s.player->close();                                         // 18
+    if (!sheetsAndNotationWithMessage(s, sheet1, sheet2, shortName)) return; // 19, 20
+    s.g.OverlayTicks = 40;                                                   // 21
 }
 
 void installSongLoading(Session& s) {

@@ -142,18 +142,30 @@ TEST_F(SongLoadingTest, SongWithoutSheetOrMapShowsAnEmptySheetAndLoadsToTheEnd) 
     EXPECT_EQ(s.g.OverlayTicks, 40);
 }
 
-TEST_F(SongLoadingTest, ViewerFailureEndsTheLoadWithTheMessage) {
+// A failure of the viewer while the sheet loads ends the load with the one
+// message; the turn to the first page before it (the old sheet) is passed over.
+TEST_F(SongLoadingTest, ViewerFailuresEndTheSheetLoadWithTheMessageButNotTheTurnBefore) {
     file("Bad.mp3");
     file("Bad.pdf");
-    viewer.onCall = [](const QString& call) {
-        if (call.startsWith("LoadFile")) throw Failure(75, "The file cannot be read as a PDF");
-    };
-    select("Bad.mp3");
-    ASSERT_EQ(messages.shown.size(), 1);
-    EXPECT_TRUE(messages.shown[0].startsWith(
-        "Error 75 The file cannot be read as a PDF You must start this App"));
-    EXPECT_NE(s.g.OverlayTicks, 40);                  // not reached
-    EXPECT_EQ(s.g.SongBase, dir.path() + "/Bad.mp3"); // what was done stands
+    for (const QString failing : {"LoadFile", "gotoFirstPage"}) {
+        messages.shown.clear();
+        s.g.OverlayTicks = 0;
+        bool failed = false; // the first such call only
+        viewer.onCall = [&](const QString& call) {
+            if (failed || !call.startsWith(failing)) return;
+            failed = true;
+            throw Failure(75, "The file cannot be read as a PDF");
+        };
+        select("Bad.mp3");
+        const bool sheetLoad = failing == "LoadFile";
+        ASSERT_EQ(messages.shown.size(), sheetLoad ? 1 : 0) << qPrintable(failing);
+        if (sheetLoad) {
+            EXPECT_TRUE(messages.shown[0].startsWith(
+                "Error 75 The file cannot be read as a PDF You must start this App"));
+        }
+        EXPECT_EQ(s.g.OverlayTicks, sheetLoad ? 0 : 40);  // the load's end reached or not
+        EXPECT_EQ(s.g.SongBase, dir.path() + "/Bad.mp3"); // what was done stands
+    }
 }
 
 TEST_F(SongLoadingTest, SuppressLoadStopsAfterTheResetAndRightPressAddsToThePlayList) {
