@@ -6,6 +6,7 @@
 #include "transport/media_player.h"
 
 #include <QFileInfo>
+#include <QScopeGuard>
 
 namespace mv {
 
@@ -67,6 +68,8 @@ bool headerTake(Session& s, const QString& path,
     } catch (const Failure&) {
         return false; // unreadable: as good as absent
     }
+    // The file is closed however the take ends.
+    const auto closeFile = qScopeGuard([&s] { s.files.close(kFile); });
     LineReader in(s.files, kFile);
     const bool window2 = s.adobeF2.Visible.get();
     // A second sheet's slider value from a map line; a value out of its
@@ -109,7 +112,6 @@ bool headerTake(Session& s, const QString& path,
         if (ended) break;
         if (L.contains(u'^') && applyVolume) applyVolume(L);
     }
-    s.files.close(kFile);
     return true;
 }
 

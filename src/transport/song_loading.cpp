@@ -134,6 +134,19 @@ QString cleanSongName(const QString& entry, bool ignoreNumber) {
     return name;
 }
 
+void applyMapVolume(Session& s, const QString& volumeLine) {
+    int volume = 0;
+    try {
+        volume = roundLong(val(volumeLine) * s.velmor.VScroll1.get() / 100.0);
+    } catch (const Failure&) {
+        return; // no whole number: not a volume
+    }
+    if (!s.player) return;
+    s.player->setSettingsVolume(volume);
+    const int reported = s.player->settingsVolume();
+    if (reported >= 1) s.velmor.HScroll1.set(std::min(reported, 100));
+}
+
 void File1_MouseDown(Session& s, int button, int, double, double) {
     if (button == 2) return rightButton(s);
     if (button != 1) {
@@ -173,13 +186,7 @@ void File1_MouseDown(Session& s, int button, int, double, double) {
     s.g.SongFile = folder + u'/' + v.File1FileName().trimmed();
 
     const QString map = existingPathIgnoringCase(mapFileName(s.g.SongBase)); // 14, 15
-    const bool locked = headerTake(s, map, [&s](const QString& line) {
-        const int volume = roundLong(val(line) * s.velmor.VScroll1.get() / 100.0);
-        if (!s.player) return;
-        s.player->setSettingsVolume(volume);
-        const int reported = s.player->settingsVolume();
-        if (reported >= 1) s.velmor.HScroll1.set(std::min(reported, 100));
-    });
+    const bool locked = headerTake(s, map, [&s](const QString& line) { applyMapVolume(s, line); });
     f.Shape3.set(locked);
 
     const QString sheet1 = sheetPath(folder, name); // 16

@@ -112,6 +112,18 @@ TEST_F(SongLoadingTest, LoadAndPlayFindTheSameSiblingsInADottedFolderWhateverThe
     EXPECT_EQ(s.g.PlayLoopCount, 1); // the map's one tic played
 }
 
+// A volume that overflows the whole-number conversion is skipped: the take
+// goes on with the next line, closes the map, and the load runs to its end.
+TEST_F(SongLoadingTest, VolumeOutOfRangeIsSkippedAndTheLoadGoesOn) {
+    file("Loud.mp3");
+    file("Loud.map", " 99999999999^\r\n120@\r\n");
+    select("Loud.mp3");
+    EXPECT_EQ(player.settingsVolume(), 50);
+    EXPECT_EQ(s.velmor.ZoomIt.text(), "120");
+    EXPECT_FALSE(s.files.isOpen(4));
+    EXPECT_EQ(s.g.OverlayTicks, 40);
+}
+
 TEST_F(SongLoadingTest, NumberPrefixSharesTheMapOnlyWithIgnoreNumber) {
     file("12 Tune.mp3");
     file("Tune.map", "");
