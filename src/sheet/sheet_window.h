@@ -60,6 +60,8 @@ class SheetWindow : public QWidget {
     void place(QWidget* w, double left, double top, double width = -1, double height = -1);
     void placeCarrier();
     void placeCursor();
+    // Every handler of a user event runs under the last guard (runGuarded).
+    void guarded(const std::function<void()>& handler);
 
     Session& s_;
     QWidget* picture3_;

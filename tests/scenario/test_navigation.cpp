@@ -220,6 +220,10 @@ TEST_F(NavigationTest, KeysOnTheRealWindowAndSpaceOnAutoScroll) {
     EXPECT_EQ(V(), 8000);
     QTest::keyClick(&w, 'z');
     EXPECT_EQ(viewer.page, 2);
+    // A failure that gets out of a handler is shown and stops at the window.
+    w.handlers[QStringLiteral("Command15")] = [] { throw failures::overflow(); };
+    QTest::mouseClick(w.findChild<QPushButton*>(QStringLiteral("Command15")), Qt::LeftButton);
+    EXPECT_EQ(messages.shown, QStringList{"Error 6 Overflow"});
 }
 
 TEST_F(NavigationTest, ZoomFieldsMirrorAndOnlyZoomsAbove25ReachTheViewer) {

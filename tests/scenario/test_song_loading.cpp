@@ -2,6 +2,7 @@
 // a fake player and viewer: what the load resets, which siblings it finds,
 // what the map's header does, and how failures end it.
 
+#include "app/main_window.h"
 #include "core/session_state.h"
 #include "cursormap/cursor_fields.h"
 #include "fakes.h"
@@ -11,7 +12,9 @@
 
 #include <QDir>
 #include <QFile>
+#include <QListWidget>
 #include <QTemporaryDir>
+#include <QTest>
 #include <gtest/gtest.h>
 
 using namespace mv;
@@ -194,6 +197,27 @@ TEST_F(SongLoadingTest, SuppressLoadStopsAfterTheResetAndRightPressAddsToThePlay
     EXPECT_TRUE(s.g.SongBase.isEmpty());
     select("A.mp3", 3);
     EXPECT_EQ(s.g.OverlayTicks, 40);
+}
+
+// The song list of the real main window: a press below the last entry loads
+// the selection as it stands; a failure that gets out of the load is shown
+// and goes no further.
+TEST_F(SongLoadingTest, ListPressBelowTheEntriesLoadsTheSelectionAndFailuresStopAtTheWindow) {
+    s.velmor.File1List.set({"A.mp3", "B.mp3"});
+    s.velmor.File1ListIndex.set(1);
+    MainWindow w(s, player);
+    w.show();
+    QStringList loads;
+    s.File1_MouseDown = [&](int button, int, double, double) {
+        loads << QString::number(button) + s.velmor.File1FileName();
+        if (loads.size() == 2) throw failures::overflow();
+    };
+    QWidget* list = w.File1()->viewport();
+    QTest::mousePress(list, Qt::LeftButton, {}, QPoint(5, list->height() - 3));
+    QTest::mousePress(list, Qt::LeftButton, {},
+                      w.File1()->visualItemRect(w.File1()->item(0)).center());
+    EXPECT_EQ(loads, (QStringList{"1B.mp3", "1A.mp3"}));
+    EXPECT_EQ(messages.shown, QStringList{"Error 6 Overflow"});
 }
 
 TEST_F(SongLoadingTest, SecondSheetMissingIsSaidAndTheWindowReloaded) {
