@@ -3,6 +3,9 @@
 // on: slowing down keeps the pitch, the start position lands, the volume is
 // this player's own, and with no sound device the music still runs.
 
+#include "core/session_state.h"
+#include "cursormap/play_loop.h"
+#include "fakes.h"
 #include "media_gen.h"
 #include "transport/mpv_player.h"
 
@@ -113,6 +116,37 @@ TEST_F(MpvPlayerTest, NullOutputRunsInRealTimeAndEnds) {
     // The end comes when the last audio went to the output's buffer.
     EXPECT_GT(t.elapsed(), 1000);
     EXPECT_EQ(p.playState(), 1);
+    // The file stays loaded: a map that outlasts the music keeps dividing
+    // its tics by Speed.
+    EXPECT_TRUE(p.settingsIsAvailable("Rate"));
+    VirtualClock clock;
+    FakeMessages messages;
+    Session s(clock, messages);
+    s.player = &p;
+    s.velmor.Speed.setText("2");
+    writeLinesAtomically(path("song.map"), {"1000", "1", "1", "0", "False", "False"});
+    s.files.open(1, path("song.map"), FileMode::Input);
+    playLoop(s);
+    EXPECT_EQ(s.adobeF.Text4.text(), "500");
+}
+
+// Speed 0 plays at normal speed, as the play loop's undivided tics run; a
+// negative speed holds the music where it stands until the speed is 0 or more.
+TEST_F(MpvPlayerTest, RateZeroPlaysAtNormalSpeedAndANegativeRateHoldsTheMusic) {
+    writeToneWav(path("long.wav"), {440}, 6.0);
+    MpvPlayer p(QStringLiteral("null"));
+    p.setURL(path("long.wav"));
+    p.setSettingsRate(0.5);
+    p.setSettingsRate(0);
+    runUntil([] { return false; }, 1000);
+    const double atZero = p.controlsCurrentPosition();
+    EXPECT_NEAR(atZero, 1.0, 0.2);
+    p.setSettingsRate(-1);
+    runUntil([] { return false; }, 600);
+    EXPECT_NEAR(p.controlsCurrentPosition(), atZero, 0.1);
+    p.setSettingsRate(1);
+    runUntil([] { return false; }, 600);
+    EXPECT_NEAR(p.controlsCurrentPosition(), atZero + 0.6, 0.2);
 }
 
 TEST_F(MpvPlayerTest, CallsWithoutAFileNeverFailAndStopKeepsTheFile) {

@@ -197,10 +197,22 @@ TEST_F(PlayLoopTest, SpeedThatIsNoNumberEndsThePlaySilently) {
     EXPECT_TRUE(trace.isEmpty());
 }
 
+// Speed 0 leaves the tic undivided and the music runs at normal speed with
+// it; below 0 the tic falls due at once and the music is held.
 TEST_F(PlayLoopTest, ZeroSpeedLeavesTicsUndividedAndRateUnavailablePlaysNormally) {
-    s.velmor.Speed.setText("0");
-    play(rec("1000", "1", "1", "0") + "\r\n");
-    EXPECT_TRUE(only(" X=").contains("996 X=1"));
+    QString musicAtMove;
+    s.adobeF.Text1.always([&] {
+        if (musicAtMove.isEmpty()) musicAtMove = numberText(player.controlsCurrentPosition());
+    });
+    for (auto [speed, move, music] : {std::tuple{"0", "996 X=1", ".996"}, {"-1", "0 X=1", "0"}}) {
+        player.setURL(QStringLiteral("/songs/a.mp3"));
+        player.setSettingsRate(.5);
+        musicAtMove.clear();
+        s.velmor.Speed.setText(speed);
+        play(rec("1000", "1", "1", "0") + "\r\n");
+        EXPECT_EQ(only(" X=").value(0), move) << speed;
+        EXPECT_EQ(musicAtMove, music) << speed;
+    }
     player.rateAvailable = false;
     s.velmor.Speed.setText(".5");
     play(rec("1000", "3", "1", "0") + "\r\n");

@@ -94,7 +94,7 @@ void FakePlayer::controlsFastForward() {
 
 double FakePlayer::controlsCurrentPosition() const {
     if (state_ != 3 && state_ != 4) return posAtMark_;
-    const double r = state_ == 4 ? 5.0 : rate_;
+    const double r = state_ == 4 ? 5.0 : musicSpeed(rate_);
     return posAtMark_ + double(clock_.tickMs() - markTick_) / 1000.0 * r;
 }
 

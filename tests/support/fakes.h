@@ -31,8 +31,9 @@ class FakeMessages : public Messages {
     std::function<void(const QString&)> onShow; // runs inside the box
 };
 
-// A player whose position runs on the clock while it plays.  Every call is
-// logged as "name(args)" in `calls`.
+// A player whose position runs on the clock while it plays, at the speed the
+// real player gives a rate (musicSpeed: 0 plays at normal speed, a negative
+// rate holds the music).  Every call is logged as "name(args)" in `calls`.
 class FakePlayer : public MediaPlayer {
   public:
     explicit FakePlayer(const Clock& clock) : clock_(clock) {}
