@@ -1,7 +1,7 @@
 // The real QtPdf viewer on a PDF we make: a mark on the page lands where the
 // placement rule says, at zoom 100 and 80, after page turns and with the
 // sheet scrolled in sheet window 1; turns at the ends raise nothing; a bad
-// file fails clearly and the viewer goes on working.
+// file fails clearly and the viewer goes on working; unloaded, it is empty.
 
 #include "core/qt_bind.h"
 #include "core/session_state.h"
@@ -10,7 +10,6 @@
 #include "sheet/page_geometry.h"
 #include "sheet/qtpdf_viewer.h"
 #include "sheet/sheet_window.h"
-#include "transport/song_loading.h"
 
 #include <QFile>
 #include <QSignalSpy>
@@ -71,7 +70,9 @@ TEST_F(QtPdfViewerTest, MarkLandsByThePlacementRuleAtZoom100And80) {
     }
 }
 
-TEST_F(QtPdfViewerTest, TurnsAtTheEndsRaiseNothingAndKeepThePage) {
+// Turns at the ends raise nothing and keep the page; a missing or bad file
+// fails clearly, and the viewer shows nothing and goes on.
+TEST_F(QtPdfViewerTest, TurnsAtTheEndsRaiseNothingAndBadFilesFailClearly) {
     QtPdfViewer v;
     v.LoadFile(dir.filePath("marks.pdf"));
     v.gotoPreviousPage();
@@ -84,10 +85,6 @@ TEST_F(QtPdfViewerTest, TurnsAtTheEndsRaiseNothingAndKeepThePage) {
     v.gotoFirstPage();
     EXPECT_EQ(v.currentPage(), 1);
     v.setPageMode("none");
-}
-
-TEST_F(QtPdfViewerTest, BadFileFailsClearlyAndTheViewerGoesOn) {
-    QtPdfViewer v;
     QFile bad(dir.filePath("bad.pdf"));
     ASSERT_TRUE(bad.open(QIODevice::WriteOnly));
     bad.write("this is no pdf");
@@ -98,10 +95,13 @@ TEST_F(QtPdfViewerTest, BadFileFailsClearlyAndTheViewerGoesOn) {
     } catch (const Failure& f) {
         EXPECT_TRUE(f.description().contains("cannot be read as a PDF"));
     }
+    EXPECT_EQ(v.pageCount(), 0);
     EXPECT_THROW(v.LoadFile(dir.filePath("missing.pdf")), Failure);
     v.gotoNextPage(); // harmless with no document
     v.LoadFile(dir.filePath("marks.pdf"));
     EXPECT_EQ(v.pageCount(), 3);
+    v.unloadFile(); // a song without a sheet
+    EXPECT_EQ(v.pageCount(), 0);
 }
 
 TEST_F(QtPdfViewerTest, InSheetWindowTheMarkMovesUpWithV) {
@@ -128,31 +128,6 @@ TEST_F(QtPdfViewerTest, InSheetWindowTheMarkMovesUpWithV) {
     const QPoint got = findMark(img, QRect(want - QPoint(20, 20), QSize(60, 60)));
     EXPECT_LE(std::abs(got.x() - want.x()), 1);
     EXPECT_LE(std::abs(got.y() - want.y()), 1);
-}
-
-// Song loading over the real viewer: a song without a sheet empties it,
-// with no message, and the load runs to its end.
-TEST_F(QtPdfViewerTest, SongWithoutASheetEmptiesTheViewerWithoutAMessage) {
-    VirtualClock clock;
-    FakeMessages messages;
-    Session s(clock, messages);
-    QtPdfViewer viewer;
-    s.adobeF.AcroPDF1 = &viewer;
-    installSongLoading(s);
-    s.velmor.Text1.setText(dir.path());
-    ASSERT_TRUE(QFile::copy(dir.filePath("marks.pdf"), dir.filePath("A.pdf")));
-    auto select = [&](const QString& entry) {
-        s.velmor.File1List.set({entry});
-        s.velmor.File1ListIndex.set(0);
-        s.g.OverlayTicks = 0;
-        s.File1_MouseDown(1, 0, 0, 0);
-    };
-    select("A.mp3");
-    EXPECT_EQ(viewer.pageCount(), 3);
-    select("B.mp3");
-    EXPECT_EQ(viewer.pageCount(), 0);
-    EXPECT_TRUE(messages.shown.isEmpty());
-    EXPECT_EQ(s.g.OverlayTicks, 40);
 }
 
 } // namespace
