@@ -41,8 +41,9 @@ void loadSheet(PdfViewer* viewer, const QString& path) {
     viewer->setPageMode(QStringLiteral("none"));
 }
 
-// The old sheet back to its first page.  A sheet is loaded afresh a moment
-// later, so a viewer that cannot turn is passed over and the load goes on.
+// The old sheet back to its first page.  Nothing after depends on this turn
+// (with Load pdf on the sheet is loaded afresh a moment later), so a viewer
+// that cannot turn is passed over and the load goes on.
 void firstPageOfOldSheet(PdfViewer* viewer) {
     if (!viewer) return;
     try {
@@ -51,7 +52,7 @@ void firstPageOfOldSheet(PdfViewer* viewer) {
     }
 }
 
-// Step 19 and 20: the sheets and the notation viewer.
+// The sheets and the notation viewer.
 void sheetsAndNotation(Session& s, const QString& sheet1, const QString& sheet2,
                        const QString& shortName) {
     SheetOneState& f = s.adobeF;
@@ -99,8 +100,8 @@ void sheetsAndNotation(Session& s, const QString& sheet1, const QString& sheet2,
     }
 }
 
-// Steps 19 and 20 under their failure handler: a failure ends the load with
-// the one message; false then.
+// The sheets and the notation viewer under their failure handler: a failure
+// ends the load with the one message; false then.
 bool sheetsAndNotationWithMessage(Session& s, const QString& sheet1, const QString& sheet2,
                                   const QString& shortName) {
     try {
