@@ -47,8 +47,8 @@ MainWindow::MainWindow(Session& s, MediaPlayer& player, QWidget* parent) : QWidg
     QMenu* ff = bar->addMenu(QStringLiteral("File"));
     ff->setObjectName(QStringLiteral("FF"));
     // "Save": the song's map through the Edit button, then the settings.
-    ff->addAction(QStringLiteral("Save"), this, [&s] {
-          adobeF::SAV_Click(s);
+    ff->addAction(QStringLiteral("Save"), this, [this] {
+          guarded([this] { adobeF::SAV_Click(s_); });
       })->setObjectName(QStringLiteral("SAV"));
     ff->addAction(QStringLiteral("Exit"), this, &QWidget::close)
         ->setObjectName(QStringLiteral("EX"));
@@ -61,7 +61,8 @@ MainWindow::MainWindow(Session& s, MediaPlayer& player, QWidget* parent) : QWidg
             const QString caption =
                 i < 0 ? QStringLiteral("Default") : s.velmor.AudioOutNames.value(i);
             if (i >= 0 && caption.isEmpty()) continue;
-            QAction* a = stx->addAction(caption, this, [&s, i] { AudioOut_Click(s, i); });
+            QAction* a = stx->addAction(
+                caption, this, [this, &s, i] { guarded([&s, i] { AudioOut_Click(s, i); }); });
             a->setObjectName(i < 0 ? QStringLiteral("TXDF") : QStringLiteral("TXS%1").arg(i));
             a->setCheckable(true);
             a->setChecked(s.velmor.AudioOutChecked.get() == i);
@@ -75,8 +76,10 @@ MainWindow::MainWindow(Session& s, MediaPlayer& player, QWidget* parent) : QWidg
     // The player's control area: Start in its first 30 pixels, stop beyond.
     auto* strip = new QHBoxLayout;
     auto* area = new PlayerControlArea(player, this);
-    area->mouseDown = [&s](int b, int sh, double x, double y) {
-        if (s.WindowsMediaPlayer1_MouseDown) s.WindowsMediaPlayer1_MouseDown(b, sh, x, y);
+    area->mouseDown = [this, &s](int b, int sh, double x, double y) {
+        guarded([&] {
+            if (s.WindowsMediaPlayer1_MouseDown) s.WindowsMediaPlayer1_MouseDown(b, sh, x, y);
+        });
     };
     strip->addWidget(area, 1);
     strip->addWidget(new FastForwardLabel(player, this));
@@ -87,14 +90,16 @@ MainWindow::MainWindow(Session& s, MediaPlayer& player, QWidget* parent) : QWidg
     vol->setObjectName(QStringLiteral("HScroll1"));
     vol->setRange(v.HScroll1.min(), v.HScroll1.max());
     vol->setValue(v.HScroll1.get());
-    connect(vol, &QSlider::valueChanged, this, [&v](int x) { v.HScroll1.set(x); });
+    connect(vol, &QSlider::valueChanged, this,
+            [this, &v](int x) { guarded([&] { v.HScroll1.set(x); }); });
     subs_.push_back(v.HScroll1.subscribe([vol, &v] { vol->setValue(v.HScroll1.get()); }));
     auto* limit = new QSlider(Qt::Vertical, this);
     limit->setObjectName(QStringLiteral("VScroll1"));
     limit->setRange(v.VScroll1.min(), v.VScroll1.max());
     limit->setValue(v.VScroll1.get());
     limit->setMaximumHeight(60);
-    connect(limit, &QSlider::valueChanged, this, [&v](int x) { v.VScroll1.set(x); });
+    connect(limit, &QSlider::valueChanged, this,
+            [this, &v](int x) { guarded([&] { v.VScroll1.set(x); }); });
     auto* volRow = new QHBoxLayout;
     volRow->addWidget(vol, 1);
     volRow->addWidget(limit);
@@ -126,13 +131,13 @@ MainWindow::MainWindow(Session& s, MediaPlayer& player, QWidget* parent) : QWidg
     add(button("Command12", QStringLiteral("<"), &Command12_Click));
     auto* speed = new QLineEdit(this);
     speed->setObjectName(QStringLiteral("Speed"));
-    subs_.push_back(bindLineEdit(v.Speed, speed));
+    subs_.push_back(bindLineEdit(v.Speed, speed, &s.messages));
     buttons->addWidget(speed, n / 3, n % 3), ++n;
     add(button("Command13", QStringLiteral(">"), &Command13_Click));
     add(button("Command18", QStringLiteral("<"), &Command18_Click));
     auto* pitch = new QLineEdit(this);
     pitch->setObjectName(QStringLiteral("Pitch"));
-    subs_.push_back(bindLineEdit(v.Pitch, pitch));
+    subs_.push_back(bindLineEdit(v.Pitch, pitch, &s.messages));
     buttons->addWidget(pitch, n / 3, n % 3), ++n;
     add(button("Command19", QStringLiteral(">"), &Command19_Click));
     add(button("Command2", QStringLiteral("Change Path 1"), &SetPath));
@@ -141,8 +146,10 @@ MainWindow::MainWindow(Session& s, MediaPlayer& player, QWidget* parent) : QWidg
     auto* quit = new QPushButton(QStringLiteral("Quit"), this);
     quit->setObjectName(QStringLiteral("Command1"));
     connect(quit, &QPushButton::clicked, this, [this, &s] {
-        StopPlaying(s);
-        if (s.player) s.player->close();
+        guarded([&s] {
+            StopPlaying(s);
+            if (s.player) s.player->close();
+        });
         close();
     });
     add(quit);
@@ -201,19 +208,19 @@ void MainWindow::fillList() {
 
 // A press on the list selects the entry under the mouse and runs the load
 // (left) or adds it to the play list (right); plain clicks do nothing more.
+// A press below the last entry runs the same with the selection as it
+// stands, which it keeps.
 bool MainWindow::eventFilter(QObject* watched, QEvent* e) {
     if (watched == file1_->viewport() && e->type() == QEvent::MouseButtonPress) {
         auto* me = static_cast<QMouseEvent*>(e);
         const int row = file1_->row(file1_->itemAt(me->position().toPoint()));
-        if (row >= 0) {
-            s_.velmor.File1ListIndex.set(row);
-            const int b = me->button() == Qt::LeftButton    ? 1
-                          : me->button() == Qt::RightButton ? 2
-                                                            : 4;
+        if (row >= 0) s_.velmor.File1ListIndex.set(row);
+        const int b = me->button() == Qt::LeftButton ? 1 : me->button() == Qt::RightButton ? 2 : 4;
+        guarded([&] {
             if (s_.File1_MouseDown)
                 s_.File1_MouseDown(b, 0, me->position().x() * 15, me->position().y() * 15);
-        }
-        return row >= 0 && me->button() != Qt::LeftButton;
+        });
+        return row < 0 || me->button() != Qt::LeftButton;
     }
     return QWidget::eventFilter(watched, e);
 }
@@ -221,36 +228,39 @@ bool MainWindow::eventFilter(QObject* watched, QEvent* e) {
 void MainWindow::closeEvent(QCloseEvent* e) {
     if (onClose) {
         auto fn = std::move(onClose); // once
-        fn();
+        guarded(fn);
     }
     QWidget::closeEvent(e);
 }
 
 // The page keys work on the main window too.
 void MainWindow::keyPressEvent(QKeyEvent* e) {
-    if (e->text().size() == 1 && sheetKeyPress(s_, e->text()[0])) return;
-    QWidget::keyPressEvent(e);
+    bool taken = false;
+    if (e->text().size() == 1) guarded([&] { taken = sheetKeyPress(s_, e->text()[0]); });
+    if (!taken) QWidget::keyPressEvent(e);
 }
+
+void MainWindow::guarded(const std::function<void()>& handler) { runGuarded(s_.messages, handler); }
 
 QPushButton* MainWindow::button(const char* name, const QString& caption,
                                 void (*handler)(Session&)) {
     auto* b = new QPushButton(caption, this);
     b->setObjectName(QString::fromLatin1(name));
-    connect(b, &QPushButton::clicked, this, [this, handler] { handler(s_); });
+    connect(b, &QPushButton::clicked, this, [this, handler] { guarded([&] { handler(s_); }); });
     return b;
 }
 
 void MainWindow::addField(const char* name, const QString& caption, Field& f) {
     auto* e = new QLineEdit(this);
     e->setObjectName(QString::fromLatin1(name));
-    subs_.push_back(bindLineEdit(f, e));
+    subs_.push_back(bindLineEdit(f, e, &s_.messages));
     setup_->addRow(caption, e);
 }
 
 void MainWindow::addCheck(const char* name, const QString& caption, Prop<int>& c) {
     auto* b = new QCheckBox(caption, this);
     b->setObjectName(QString::fromLatin1(name));
-    subs_.push_back(bindCheckBox(c, b));
+    subs_.push_back(bindCheckBox(c, b, &s_.messages));
     setup_->addRow(QString(), b);
 }
 

@@ -38,6 +38,8 @@ class MainWindow : public QWidget {
     void addCheck(const char* name, const QString& caption, Prop<int>& c);
     QPushButton* button(const char* name, const QString& caption, void (*handler)(Session&));
     void fillList();
+    // Every handler of a user event runs under the last guard (runGuarded).
+    void guarded(const std::function<void()>& handler);
 
     Session& s_;
     QListWidget* file1_;

@@ -1,5 +1,7 @@
 #include "core/messages.h"
 
+#include "core/values.h"
+
 #include <QApplication>
 #include <QInputDialog>
 #include <QMessageBox>
@@ -26,6 +28,16 @@ std::optional<QString> QtMessages::inputBox(const QString& prompt, const QString
                                       QLineEdit::Normal, initial, &ok);
     if (!ok) return std::nullopt;
     return s;
+}
+
+void runGuarded(Messages& messages, const std::function<void()>& handler) {
+    try {
+        handler();
+    } catch (const Failure& f) {
+        messages.msgBox(f.message());
+    } catch (const std::exception& e) {
+        messages.msgBox(QString::fromLocal8Bit(e.what()));
+    }
 }
 
 } // namespace mv

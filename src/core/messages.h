@@ -3,6 +3,7 @@
 // this one interface so that tests can read every text and answer questions.
 
 #include <QString>
+#include <functional>
 #include <optional>
 
 class QWidget;
@@ -20,6 +21,13 @@ class Messages {
     virtual std::optional<QString> inputBox(const QString& prompt, const QString& title = {},
                                             const QString& initial = {}) = 0;
 };
+
+// The last guard of a handler of a user event, where a window hands the event
+// to the logic: runs `handler`, and a failure that gets out of it is shown
+// ("Error 6 Overflow") and goes no further, so that none reaches Qt's event
+// dispatch and ends the program.  Handlers deal with their own failures as
+// their design says; this is only the net under them.
+void runGuarded(Messages& messages, const std::function<void()>& handler);
 
 // Real dialogs over the active window.
 class QtMessages final : public Messages {

@@ -4,6 +4,7 @@
 // the widget.  Both directions stop when the texts agree, so nothing loops.
 
 #include "core/field.h"
+#include "core/messages.h"
 #include "core/observable.h"
 
 #include <QCheckBox>
@@ -12,17 +13,29 @@
 
 namespace mv {
 
-inline Subscription bindLineEdit(Field& f, QLineEdit* e) {
+// The user's edits of a field or a check box run its change behaviour; with
+// `guard` under runGuarded, as every handler of a user event in a window.
+inline Subscription bindLineEdit(Field& f, QLineEdit* e, Messages* guard = nullptr) {
     e->setText(f.text());
-    QObject::connect(e, &QLineEdit::textEdited, e, [&f](const QString& t) { f.setText(t); });
+    QObject::connect(e, &QLineEdit::textEdited, e, [&f, guard](const QString& t) {
+        if (guard)
+            runGuarded(*guard, [&] { f.setText(t); });
+        else
+            f.setText(t);
+    });
     return f.subscribe([&f, e] {
         if (e->text() != f.text()) e->setText(f.text());
     });
 }
 
-inline Subscription bindCheckBox(CheckBox& c, QCheckBox* b) {
+inline Subscription bindCheckBox(CheckBox& c, QCheckBox* b, Messages* guard = nullptr) {
     b->setChecked(c.get() == 1);
-    QObject::connect(b, &QCheckBox::toggled, b, [&c](bool on) { c.set(on ? 1 : 0); });
+    QObject::connect(b, &QCheckBox::toggled, b, [&c, guard](bool on) {
+        if (guard)
+            runGuarded(*guard, [&] { c.set(on ? 1 : 0); });
+        else
+            c.set(on ? 1 : 0);
+    });
     return c.subscribe([&c, b] {
         if (b->isChecked() != (c.get() == 1)) b->setChecked(c.get() == 1);
     });

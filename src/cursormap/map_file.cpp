@@ -1,10 +1,12 @@
 #include "cursormap/map_file.h"
 
+#include "core/file_lookup.h"
 #include "core/messages.h"
 #include "core/session_state.h"
 #include "transport/media_player.h"
 
 #include <QFileInfo>
+#include <QScopeGuard>
 
 namespace mv {
 
@@ -53,8 +55,7 @@ void writeHeader(Session& s, int number, bool always) {
 } // namespace
 
 QString mapFileName(const QString& songBase) {
-    const qsizetype dot = songBase.indexOf(u'.');
-    return (dot < 0 ? songBase : songBase.left(dot)) + QStringLiteral(".map");
+    return siblingPath(songBase, QStringLiteral("map"));
 }
 
 bool headerTake(Session& s, const QString& path,
@@ -67,6 +68,8 @@ bool headerTake(Session& s, const QString& path,
     } catch (const Failure&) {
         return false; // unreadable: as good as absent
     }
+    // The file is closed however the take ends.
+    const auto closeFile = qScopeGuard([&s] { s.files.close(kFile); });
     LineReader in(s.files, kFile);
     const bool window2 = s.adobeF2.Visible.get();
     // A second sheet's slider value from a map line; a value out of its
@@ -109,7 +112,6 @@ bool headerTake(Session& s, const QString& path,
         if (ended) break;
         if (L.contains(u'^') && applyVolume) applyVolume(L);
     }
-    s.files.close(kFile);
     return true;
 }
 

@@ -11,8 +11,11 @@ namespace mv {
 
 struct Session;
 
-// The map's name: SongBase cut before its first ".", plus ".map".
-// "/songs/Blue.Moon.mp3" -> "/songs/Blue.map"; "" -> ".map".
+// The map's name: SongBase cut before the first "." of its file name, plus
+// ".map" (the folder's own dots stay).  "/songs/Blue.Moon.mp3" ->
+// "/songs/Blue.map"; "/songs/Vol. 2/Blue.mp3" -> "/songs/Vol. 2/Blue.map";
+// "" -> ".map".  The file itself is found with existingPathIgnoringCase
+// (core/file_lookup.h), as every sibling of a song.
 QString mapFileName(const QString& songBase);
 
 // Header take (song loading), file number 4: opens, reads to the end, closes.

@@ -12,9 +12,12 @@ namespace mv {
 class PdfViewer {
   public:
     virtual ~PdfViewer() = default;
-    // Loads the PDF and shows its first page.  A file that cannot be read is
-    // a Failure with a description the caller can show.
+    // Loads the PDF and shows its first page.  A file that is not there (53
+    // "File not found") or cannot be read is a Failure with a description the
+    // caller can show; the viewer then shows nothing.
     virtual void LoadFile(const QString& path) = 0;
+    // Lets the document go: the viewer shows nothing (a song without a sheet).
+    virtual void unloadFile() = 0;
     virtual void gotoFirstPage() = 0;
     // The next page at the same zoom; on the last page nothing happens.
     virtual void gotoNextPage() = 0;

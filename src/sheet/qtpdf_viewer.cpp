@@ -34,7 +34,7 @@ QtPdfViewer::~QtPdfViewer() {
     thread_.wait();
 }
 
-void QtPdfViewer::LoadFile(const QString& path) {
+void QtPdfViewer::unloadFile() {
     ++serial_; // answers for the old document are dropped
     cache_.clear();
     pending_.clear();
@@ -42,6 +42,10 @@ void QtPdfViewer::LoadFile(const QString& path) {
     page_ = 0;
     doc_.close();
     update();
+}
+
+void QtPdfViewer::LoadFile(const QString& path) {
+    unloadFile();
     if (!QFileInfo(path).isFile()) throw Failure(53, QStringLiteral("File not found: ") + path);
     const QPdfDocument::Error err = doc_.load(path);
     if (err != QPdfDocument::Error::None || doc_.pageCount() < 1) {

@@ -26,6 +26,7 @@ class QtPdfViewer : public QWidget, public PdfViewer {
     ~QtPdfViewer() override;
 
     void LoadFile(const QString& path) override;
+    void unloadFile() override;
     void gotoFirstPage() override;
     void gotoNextPage() override;
     void gotoPreviousPage() override;

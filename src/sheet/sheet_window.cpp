@@ -85,10 +85,13 @@ SheetWindow::SheetWindow(Session& s, QWidget* viewer, QWidget* parent) : QWidget
     vscroll1_->setRange(f.VScroll1.min(), f.VScroll1.max());
     vscroll1_->setValue(f.VScroll1.get());
     vscroll1_->setTracking(false); // the sheet moves on release, not while dragging
-    connect(vscroll1_, &QScrollBar::valueChanged, this, [&f](int v) { f.VScroll1.set(v); });
+    connect(vscroll1_, &QScrollBar::valueChanged, this,
+            [this, &f](int v) { guarded([&] { f.VScroll1.set(v); }); });
     connect(vscroll1_, &QScrollBar::sliderMoved, this, [this, &f](int v) {
-        if (f.Shape2.get()) // in edit mode the bar's position goes into the tic
-            f.Text7.setNumber(v - s_.velmor.ScrollOffset.value());
+        guarded([&] {
+            if (f.Shape2.get()) // in edit mode the bar's position goes into the tic
+                f.Text7.setNumber(v - s_.velmor.ScrollOffset.value());
+        });
     });
     subs_.push_back(f.VScroll1.subscribe([this, &f] {
         if (vscroll1_->value() != f.VScroll1.get()) vscroll1_->setValue(f.VScroll1.get());
@@ -111,7 +114,7 @@ SheetWindow::SheetWindow(Session& s, QWidget* viewer, QWidget* parent) : QWidget
         auto* e = new QLineEdit(this);
         e->setObjectName(QString::fromLatin1(name));
         e->setFont(QFont(QStringLiteral("DejaVu Sans"), 7));
-        subs_.push_back(bindLineEdit(*field, e));
+        subs_.push_back(bindLineEdit(*field, e, &s.messages));
         controls_[e->objectName()] = e;
     }
     // Step additions to X, Y and SCR (edit mode).
@@ -120,13 +123,13 @@ SheetWindow::SheetWindow(Session& s, QWidget* viewer, QWidget* parent) : QWidget
     for (auto [name, field] : additions) {
         auto* e = new QLineEdit(this);
         e->setObjectName(QString::fromLatin1(name));
-        subs_.push_back(bindLineEdit(*field, e));
+        subs_.push_back(bindLineEdit(*field, e, &s.messages));
         controls_[e->objectName()] = e;
     }
     auto* tick = new QCheckBox(this);
     tick->setObjectName(QStringLiteral("Tick"));
     tick->setToolTip(QStringLiteral("Play clicks when cursor jumps instead of the mp3"));
-    subs_.push_back(bindCheckBox(f.Tick, tick));
+    subs_.push_back(bindCheckBox(f.Tick, tick, &s.messages));
     controls_[tick->objectName()] = tick;
 
     button("Command7", QStringLiteral("Edit"));
@@ -262,7 +265,9 @@ bool SheetWindow::eventFilter(QObject* watched, QEvent* e) {
         // The keys of the window reach its Command14, Command1 and JumpB too.
         if (name != u"Command14" && name != u"Command1" && name != u"JumpB") break;
         const QString t = static_cast<QKeyEvent*>(e)->text();
-        if (t.size() == 1 && sheetKeyPress(s_, t[0])) return true;
+        bool taken = false;
+        if (t.size() == 1) guarded([&] { taken = sheetKeyPress(s_, t[0]); });
+        if (taken) return true;
         break;
     }
     case QEvent::MouseButtonPress:
@@ -276,11 +281,11 @@ bool SheetWindow::eventFilter(QObject* watched, QEvent* e) {
             break;
         const int b = m->button() == Qt::LeftButton ? 1 : m->button() == Qt::RightButton ? 2 : 4;
         if (name == u"JumpB") {
-            JumpB_MouseDown(s_, b);
+            guarded([&] { JumpB_MouseDown(s_, b); });
             return true;
         }
         if (auto h = pressHandlers.value(name)) {
-            h(b);
+            guarded([&] { h(b); });
             return true;
         }
         break;
@@ -303,10 +308,11 @@ bool SheetWindow::sheetMouse(QWidget* watched, QMouseEvent* e) {
         return true; // the sheet takes its clicks; the window's surface does not see them
     case QEvent::MouseButtonRelease:
         if (e->button() == Qt::LeftButton) p.release();
-        if (watched == picture1_ && cursorReleased) cursorReleased();
+        if (watched == picture1_ && cursorReleased) guarded(cursorReleased);
         return true;
     case QEvent::MouseMove:
-        if (watched == picture1_ && cursorMoved) cursorMoved(e->buttons() & Qt::LeftButton, x, y);
+        if (watched == picture1_ && cursorMoved)
+            guarded([&] { cursorMoved(e->buttons() & Qt::LeftButton, x, y); });
         return watched == picture1_;
     default: return false;
     }
@@ -330,8 +336,13 @@ void SheetWindow::mouseMoveEvent(QMouseEvent* e) {
 void SheetWindow::mouseReleaseEvent(QMouseEvent*) { widthDragging_ = 0; }
 
 void SheetWindow::keyPressEvent(QKeyEvent* e) {
-    if (e->text().size() == 1 && sheetKeyPress(s_, e->text()[0])) return;
-    QWidget::keyPressEvent(e);
+    bool taken = false;
+    if (e->text().size() == 1) guarded([&] { taken = sheetKeyPress(s_, e->text()[0]); });
+    if (!taken) QWidget::keyPressEvent(e);
+}
+
+void SheetWindow::guarded(const std::function<void()>& handler) {
+    runGuarded(s_.messages, handler);
 }
 
 void SheetWindow::closeEvent(QCloseEvent* e) {
@@ -345,7 +356,7 @@ QPushButton* SheetWindow::button(const char* name, const QString& caption) {
     b->setFont(QFont(QStringLiteral("DejaVu Sans"), 7));
     const QString key = b->objectName();
     connect(b, &QPushButton::clicked, this, [this, key] {
-        if (auto h = handlers.value(key)) h();
+        if (auto h = handlers.value(key)) guarded(h);
     });
     controls_[key] = b;
     return b;

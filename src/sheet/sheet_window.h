@@ -73,6 +73,8 @@ class SheetWindow : public QWidget {
     // are the sheet's clicks (recording takes them), the cursor's moves and
     // releases go to the drag.  True when the event is used up.
     bool sheetMouse(QWidget* watched, QMouseEvent* e);
+    // Every handler of a user event runs under the last guard (runGuarded).
+    void guarded(const std::function<void()>& handler);
 
     Session& s_;
     QWidget* picture3_;

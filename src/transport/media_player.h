@@ -9,6 +9,10 @@
 
 namespace mv {
 
+// The speed at which the music runs for a rate: the rate itself above 0, 1
+// at 0, and 0 (held) below 0.
+inline double musicSpeed(double rate) { return rate > 0 ? rate : rate == 0 ? 1.0 : 0.0; }
+
 class MediaPlayer {
   public:
     virtual ~MediaPlayer() = default;
@@ -22,9 +26,15 @@ class MediaPlayer {
     // 3 while playing (1 stopped, 2 paused, 4 fast forward, 10 ready).
     virtual int playState() const = 0;
 
-    // settings.isAvailable(what): only "Rate" is asked; true while a file is loaded.
+    // settings.isAvailable(what): only "Rate" is asked; true while a file is
+    // loaded, that is while a URL is set, also after the music has ended by
+    // itself (a map that outlasts its recording keeps dividing its tics).
     virtual bool settingsIsAvailable(const QString& what) const = 0;
-    // settings.rate: playing speed, 1 normal; changes while playing keep the pitch.
+    // settings.rate: playing speed, 1 normal; changes while playing keep the
+    // pitch.  Speed 0 plays at normal speed, as the play loop then leaves the
+    // tic times undivided, so music and cursor stay together.  Below 0 the
+    // music is held where it stands (it cannot run backwards) until the rate
+    // is 0 or more again.  musicSpeed() gives the speed of a rate.
     virtual void setSettingsRate(double rate) = 0;
     virtual double settingsRate() const = 0;
     // settings.volume: 0..100 of this player alone, at once.

@@ -124,8 +124,7 @@ void MpvPlayer::setURL(const QString& path) {
 void MpvPlayer::startLoad() {
     loadPending_ = false;
     if (!mpv_) return;
-    setFlag("pause", false);
-    setDouble("speed", std::clamp(rate_, 0.01, 100.0));
+    runAtRate();
     const QByteArray url = url_.toUtf8();
     const QByteArray options = QStringLiteral("start=%1").arg(startAt_, 0, 'f', 3).toUtf8();
     // Named arguments: the same call works across libmpv versions.
@@ -161,7 +160,7 @@ void MpvPlayer::drainEvents() {
                 catchUp_ = false;
                 const double lag = urlClock_.nsecsElapsed() / 1e9;
                 if (lag > 0.005 && lag < 2.0) {
-                    const double target = startAt_ + lag * rate_;
+                    const double target = startAt_ + lag * musicSpeed(rate_);
                     const QByteArray pos = QByteArray::number(target, 'f', 3);
                     const char* cmd[] = {"seek", pos.constData(), "absolute+exact", nullptr};
                     mpv_command(mpv_, cmd);
@@ -208,14 +207,22 @@ void MpvPlayer::close() {
 }
 
 bool MpvPlayer::settingsIsAvailable(const QString& what) const {
-    return what == u"Rate" && !url_.isEmpty() && (loaded_ || loadPending_ || state_ != 1);
+    // The music's own end leaves the file loaded: only a new URL or close
+    // takes it away.
+    return what == u"Rate" && !url_.isEmpty();
 }
 
 void MpvPlayer::setSettingsRate(double rate) {
-    if (!(rate > 0)) return; // mpv has no speed 0; the rate stays as it was
+    if (rate == rate_) return; // the play loop sets it at every tic
     markPosition(controlsCurrentPosition());
     rate_ = rate;
-    if (state_ != 4) setDouble("speed", std::clamp(rate_, 0.01, 100.0));
+    if (state_ == 3) runAtRate(); // paused, stopped or fast: at the next play
+}
+
+void MpvPlayer::runAtRate() {
+    const double speed = musicSpeed(rate_);
+    if (speed > 0) setDouble("speed", std::clamp(speed, 0.01, 100.0));
+    setFlag("pause", !(speed > 0)); // a negative rate holds the music
 }
 
 void MpvPlayer::setSettingsVolume(int volume) {
@@ -226,9 +233,8 @@ void MpvPlayer::setSettingsVolume(int volume) {
 void MpvPlayer::controlsPlay() {
     if (url_.isEmpty()) return;
     markPosition(controlsCurrentPosition());
-    setDouble("speed", std::clamp(rate_, 0.01, 100.0));
-    setFlag("pause", false);
     state_ = 3;
+    runAtRate();
 }
 
 void MpvPlayer::controlsPause() {
@@ -256,7 +262,7 @@ void MpvPlayer::controlsFastForward() {
 double MpvPlayer::controlsCurrentPosition() const {
     double pos = basePos_;
     if ((state_ == 3 || state_ == 4) && loaded_) {
-        const double speed = state_ == 4 ? kFastForwardSpeed : rate_;
+        const double speed = state_ == 4 ? kFastForwardSpeed : musicSpeed(rate_);
         pos += baseClock_.nsecsElapsed() / 1e9 * speed;
     }
     if (state_ == 3 || state_ == 4) pos = std::max(pos, lastReported_);

@@ -1,8 +1,9 @@
 #pragma once
 // The media player on libmpv.  All sound of the program comes from here.
-// Speed changes keep the pitch (mpv's scaletempo2), the volume is this
-// player's own, and with no sound device the music still "plays" silently in
-// real time on the null output, so a cursor play works on any machine.
+// Speed changes keep the pitch (mpv's scaletempo2); a rate of 0 plays at
+// normal speed and a negative rate holds the music (musicSpeed in
+// media_player.h); the volume is this player's own, and with no sound device the music still
+// "plays" silently in real time on the null output, so a cursor play works on any machine.
 //
 // Threads: libmpv's wakeup callback comes from mpv's threads and only queues
 // a call; the events are drained on the GUI thread.
@@ -61,6 +62,8 @@ class MpvPlayer : public QObject, public MediaPlayer {
     void startLoad();
     void setFlag(const char* name, bool on);
     void setDouble(const char* name, double v);
+    // While playing: mpv at the speed of the rate, or paused for a held rate.
+    void runAtRate();
     void markPosition(double pos);
 
     mpv_handle* mpv_ = nullptr;

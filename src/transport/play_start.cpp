@@ -23,9 +23,11 @@ void focus(Session& s, const char* window) {
 }
 
 // A song list of type *.PDF plays the same-named MP3, found whatever the
-// case of its name ("Song.pdf" plays "Song.mp3").
+// case of its name ("Song.pdf" plays "Song.mp3").  Only the file's name is
+// looked at: a folder "Scores.PDF" stays as it is.
 void pdfToMp3(Session& s) {
-    const qsizetype i = s.g.SongFile.toUpper().indexOf(QStringLiteral(".PDF"));
+    const qsizetype name = s.g.SongFile.lastIndexOf(u'/') + 1;
+    const qsizetype i = s.g.SongFile.toUpper().indexOf(QStringLiteral(".PDF"), name);
     if (i < 0) return;
     s.g.SongFile.replace(i, 4, QStringLiteral(".MP3"));
     s.g.SongFile = existingPathIgnoringCase(s.g.SongFile);
@@ -139,7 +141,7 @@ void start(Session& s) {
         return;
     }
     // The map stage.
-    const QString map = mapFileName(s.g.SongBase);
+    const QString map = existingPathIgnoringCase(mapFileName(s.g.SongBase));
     s.files.close(1);
     if (s.player) s.player->setURL(s.adobeF.Tick.get() == 1 ? QString() : s.g.SongFile);
     setRate(s);

@@ -15,12 +15,10 @@ namespace mv {
 
 namespace {
 
-// A sibling of the cleaned name in `folder`, cut after the first "." with
-// "pdf" behind it.
+// The sheet of the cleaned name in `folder`: the name cut at its first ".",
+// with "pdf" behind it.
 QString sheetPath(const QString& folder, const QString& name) {
-    const QString base = folder.trimmed() + u'/' + name;
-    const qsizetype dot = base.indexOf(u'.');
-    return (dot < 0 ? base + u'.' : base.left(dot + 1)) + QStringLiteral("pdf");
+    return siblingPath(folder.trimmed() + u'/' + name, QStringLiteral("pdf"));
 }
 
 void rightButton(Session& s) {
@@ -30,16 +28,31 @@ void rightButton(Session& s) {
     s.playLst.List1.set(l);
 }
 
-void loadSheet(Session& s, PdfViewer* viewer, const QString& path, Prop<double>& viewerHeight) {
+// The sheet at `path`, found whatever its case.  A song may have no sheet:
+// the viewer then shows nothing and the load goes on without a word.
+void loadSheet(PdfViewer* viewer, const QString& path) {
     if (!viewer) return;
-    viewer->LoadFile(path);
+    const QString found = existingPathIgnoringCase(path);
+    if (QFileInfo(found).isFile())
+        viewer->LoadFile(found);
+    else
+        viewer->unloadFile();
     viewer->gotoFirstPage();
     viewer->setPageMode(QStringLiteral("none"));
-    viewerHeight.set(s.velmor.Text6.value() * s.screenHeight);
 }
 
-// Step 19 and 20: the sheets and the notation viewer.  Failures here end the
-// load with the one message.
+// The old sheet back to its first page.  Nothing after depends on this turn
+// (with Load pdf on the sheet is loaded afresh a moment later), so a viewer
+// that cannot turn is passed over and the load goes on.
+void firstPageOfOldSheet(PdfViewer* viewer) {
+    if (!viewer) return;
+    try {
+        viewer->gotoFirstPage();
+    } catch (const Failure&) {
+    }
+}
+
+// The sheets and the notation viewer.
 void sheetsAndNotation(Session& s, const QString& sheet1, const QString& sheet2,
                        const QString& shortName) {
     SheetOneState& f = s.adobeF;
@@ -49,18 +62,14 @@ void sheetsAndNotation(Session& s, const QString& sheet1, const QString& sheet2,
         s.pump.guardedWait(0.5);
         f.Shape2.set(false);
         f.Picture3Height.set(2 * s.screenHeight);
-        loadSheet(s, f.AcroPDF1, existingPathIgnoringCase(sheet1), f.AcroPDF1Height);
+        loadSheet(f.AcroPDF1, sheet1);
+        f.AcroPDF1Height.set(v.Text6.value() * s.screenHeight);
         if (w2.Visible.get()) {
-            const QString found = existingPathIgnoringCase(sheet2);
-            if (!QFileInfo::exists(found)) {
+            if (!existsIgnoringCase(sheet2)) {
                 s.messages.msgBox(QStringLiteral("Could not find ") + sheet2);
                 if (s.reloadSheetWindow2) s.reloadSheetWindow2();
             }
-            if (w2.AcroPDF1) {
-                w2.AcroPDF1->LoadFile(found);
-                w2.AcroPDF1->gotoFirstPage();
-                w2.AcroPDF1->setPageMode(QStringLiteral("none"));
-            }
+            loadSheet(w2.AcroPDF1, sheet2);
         }
         s.files.close(3); // the map an edit load left open
         s.g.CursorStarted = 0;
@@ -91,6 +100,23 @@ void sheetsAndNotation(Session& s, const QString& sheet1, const QString& sheet2,
     }
 }
 
+// The sheets and the notation viewer under their failure handler: a failure
+// ends the load with the one message; false then.
+bool sheetsAndNotationWithMessage(Session& s, const QString& sheet1, const QString& sheet2,
+                                  const QString& shortName) {
+    try {
+        sheetsAndNotation(s, sheet1, sheet2, shortName);
+        return true;
+    } catch (const Failure& e) {
+        s.messages.msgBox(
+            e.message() +
+            QStringLiteral(" You must start this App with NWCViewer closed so that this App can "
+                           "open it. Please close NWCViewer and This App and then start this "
+                           "app only."));
+        return false;
+    }
+}
+
 } // namespace
 
 QString cleanSongName(const QString& entry, bool ignoreNumber) {
@@ -107,6 +133,19 @@ QString cleanSongName(const QString& entry, bool ignoreNumber) {
         }
     }
     return name;
+}
+
+void applyMapVolume(Session& s, const QString& volumeLine) {
+    int volume = 0;
+    try {
+        volume = roundLong(val(volumeLine) * s.velmor.VScroll1.get() / 100.0);
+    } catch (const Failure&) {
+        return; // no whole number: not a volume
+    }
+    if (!s.player) return;
+    s.player->setSettingsVolume(volume);
+    const int reported = s.player->settingsVolume();
+    if (reported >= 1) s.velmor.HScroll1.set(std::min(reported, 100));
 }
 
 void File1_MouseDown(Session& s, int button, int, double, double) {
@@ -138,49 +177,25 @@ void File1_MouseDown(Session& s, int button, int, double, double) {
     hideCursors(s);
     s.g.StopRequested = kTrue; // 11
     dropSource(s, false);      // the clients load the new song instead
-    // The viewer's own failures end the load with the message below.
-    auto withMessage = [&s](auto fn) {
-        try {
-            fn();
-        } catch (const Failure& e) {
-            s.messages.msgBox(
-                e.message() +
-                QStringLiteral(
-                    " You must start this App with NWCViewer closed so that this App can "
-                    "open it. Please close NWCViewer and This App and then start this "
-                    "app only."));
-            return false;
-        }
-        return true;
-    };
-    if (!withMessage([&] {
-            if (f.AcroPDF1) f.AcroPDF1->gotoFirstPage();
-            if (w2.Visible.get() && w2.AcroPDF1) w2.AcroPDF1->gotoFirstPage();
-        }))
-        return;
+    firstPageOfOldSheet(f.AcroPDF1);
+    if (w2.Visible.get()) firstPageOfOldSheet(w2.AcroPDF1);
 
     const QString name = cleanSongName(v.File1FileName(), v.IGNNR.get() == 1); // 12
-    const QString shortName = name.section(u'.', 0, 0);
+    const QString shortName = beforeFirstDotOfName(name);
     const QString folder = v.Text1.text().trimmed();
     s.g.SongBase = folder + u'/' + name; // 13
     s.g.SongFile = folder + u'/' + v.File1FileName().trimmed();
 
     const QString map = existingPathIgnoringCase(mapFileName(s.g.SongBase)); // 14, 15
-    const bool locked = headerTake(s, map, [&s](const QString& line) {
-        const int volume = roundLong(val(line) * s.velmor.VScroll1.get() / 100.0);
-        if (!s.player) return;
-        s.player->setSettingsVolume(volume);
-        const int reported = s.player->settingsVolume();
-        if (reported >= 1) s.velmor.HScroll1.set(std::min(reported, 100));
-    });
+    const bool locked = headerTake(s, map, [&s](const QString& line) { applyMapVolume(s, line); });
     f.Shape3.set(locked);
 
     const QString sheet1 = sheetPath(folder, name); // 16
     const QString sheet2 = sheetPath(v.Text7.text(), name);
-    v.PlayedList += s.g.SongFile + u',';                                                // 17
-    if (s.player) s.player->close();                                                    // 18
-    if (!withMessage([&] { sheetsAndNotation(s, sheet1, sheet2, shortName); })) return; // 19, 20
-    s.g.OverlayTicks = 40;                                                              // 21
+    v.PlayedList += s.g.SongFile + u',';                                     // 17
+    if (s.player) s.player->close();                                         // 18
+    if (!sheetsAndNotationWithMessage(s, sheet1, sheet2, shortName)) return; // 19, 20
+    s.g.OverlayTicks = 40;                                                   // 21
 }
 
 void installSongLoading(Session& s) {

@@ -16,6 +16,12 @@ struct Session;
 // ("12 SONG.MP3" -> "SONG.MP3").
 QString cleanSongName(const QString& entry, bool ignoreNumber);
 
+// The "^" line of a map at song loading: the player's volume becomes the
+// line's number times the volume limit (VScroll1) / 100, rounded; HScroll1
+// follows when the player then reports 1 or more.  A value that does not fit
+// a whole number is skipped.
+void applyMapVolume(Session& s, const QString& volumeLine);
+
 // File1_MouseDown(Button, Shift, X, Y) on the selected entry of File1.
 // Button 1 loads, 2 adds to the play list, anything else only sets
 // OverlayTicks to 40.

@@ -91,12 +91,16 @@ TEST_F(MpvPlayerTest, VolumeIsThePlayersOwnWithMpvsCubicCurve) {
     EXPECT_LT(none, 1e-4);
 }
 
-TEST_F(MpvPlayerTest, NullOutputRunsInRealTimeAndEnds) {
+// Rate 0 plays at normal speed, as the play loop's undivided tics run; a
+// negative rate holds the music where it stands.
+TEST_F(MpvPlayerTest, NullOutputRunsInRealTimeAtRate0HoldsBelowAndEnds) {
     writeToneWav(path("short.wav"), {440}, 1.5);
     MpvPlayer p(QStringLiteral("null"));
     bool ended = false;
     QObject::connect(&p, &MpvPlayer::endOfFile, [&] { ended = true; });
     p.setURL(path("short.wav"));
+    p.setSettingsRate(0.5);
+    p.setSettingsRate(0);
     EXPECT_EQ(p.playState(), 3);
     QElapsedTimer t;
     t.start();
@@ -109,10 +113,17 @@ TEST_F(MpvPlayerTest, NullOutputRunsInRealTimeAndEnds) {
         EXPECT_GE(p.controlsCurrentPosition(), last);
         last = p.controlsCurrentPosition();
     }
+    p.setSettingsRate(-1);
+    runUntil([] { return false; }, 400);
+    EXPECT_NEAR(p.controlsCurrentPosition(), last, 0.08);
+    p.setSettingsRate(1);
     EXPECT_TRUE(runUntil([&] { return ended; }, 5000));
     // The end comes when the last audio went to the output's buffer.
     EXPECT_GT(t.elapsed(), 1000);
     EXPECT_EQ(p.playState(), 1);
+    // The file stays loaded: a map that outlasts the music keeps dividing
+    // its tics by Speed.
+    EXPECT_TRUE(p.settingsIsAvailable("Rate"));
 }
 
 TEST_F(MpvPlayerTest, CallsWithoutAFileNeverFailAndStopKeepsTheFile) {

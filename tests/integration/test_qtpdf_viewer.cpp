@@ -1,7 +1,7 @@
 // The real QtPdf viewer on a PDF we make: a mark on the page lands where the
 // placement rule says, at zoom 100 and 80, after page turns and with the
 // sheet scrolled in sheet window 1; turns at the ends raise nothing; a bad
-// file fails clearly and the viewer goes on working.
+// file fails clearly and the viewer goes on working; unloaded, it is empty.
 
 #include "core/qt_bind.h"
 #include "core/session_state.h"
@@ -70,7 +70,9 @@ TEST_F(QtPdfViewerTest, MarkLandsByThePlacementRuleAtZoom100And80) {
     }
 }
 
-TEST_F(QtPdfViewerTest, TurnsAtTheEndsRaiseNothingAndKeepThePage) {
+// Turns at the ends raise nothing and keep the page; a missing or bad file
+// fails clearly, and the viewer shows nothing and goes on.
+TEST_F(QtPdfViewerTest, TurnsAtTheEndsRaiseNothingAndBadFilesFailClearly) {
     QtPdfViewer v;
     v.LoadFile(dir.filePath("marks.pdf"));
     v.gotoPreviousPage();
@@ -83,10 +85,6 @@ TEST_F(QtPdfViewerTest, TurnsAtTheEndsRaiseNothingAndKeepThePage) {
     v.gotoFirstPage();
     EXPECT_EQ(v.currentPage(), 1);
     v.setPageMode("none");
-}
-
-TEST_F(QtPdfViewerTest, BadFileFailsClearlyAndTheViewerGoesOn) {
-    QtPdfViewer v;
     QFile bad(dir.filePath("bad.pdf"));
     ASSERT_TRUE(bad.open(QIODevice::WriteOnly));
     bad.write("this is no pdf");
@@ -97,10 +95,13 @@ TEST_F(QtPdfViewerTest, BadFileFailsClearlyAndTheViewerGoesOn) {
     } catch (const Failure& f) {
         EXPECT_TRUE(f.description().contains("cannot be read as a PDF"));
     }
+    EXPECT_EQ(v.pageCount(), 0);
     EXPECT_THROW(v.LoadFile(dir.filePath("missing.pdf")), Failure);
     v.gotoNextPage(); // harmless with no document
     v.LoadFile(dir.filePath("marks.pdf"));
     EXPECT_EQ(v.pageCount(), 3);
+    v.unloadFile(); // a song without a sheet
+    EXPECT_EQ(v.pageCount(), 0);
 }
 
 TEST_F(QtPdfViewerTest, InSheetWindowTheMarkMovesUpWithV) {

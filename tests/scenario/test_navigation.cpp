@@ -45,35 +45,30 @@ class NavigationTest : public ::testing::Test {
     int focusGiven = 0;
 };
 
+// Sheet window 2 turns along, with its page count and adjustment.
 TEST_F(NavigationTest, NextAndPrevTurnAndGoToTheTopOfThePage) {
+    FakeViewer v2;
+    s.adobeF2.AcroPDF1 = &v2;
+    s.adobeF2.Visible.set(true);
+    s.g.MapHeaderLines[2] = "350#2";
     s.velmor.AddNext.setText("-200");
     Command3_Click(s);
     EXPECT_EQ(viewer.page, 2);
     EXPECT_EQ(V(), 300); // Next PG alone adds AddNext
     EXPECT_EQ(s.g.NextPageMark, kTrue);
     EXPECT_EQ(s.g.AbortScroll, kTrue);
+    EXPECT_EQ(s.adobeF2.PageNR.text(), "2");
+    EXPECT_EQ(v2.page, 2);
+    EXPECT_EQ(s.adobeF2.VScroll1.get(), 300);
+    EXPECT_EQ(s.adobeF2.VScroll2.get(), 350);
     Command4_Click(s);
     Command4_Click(s); // on the first page the viewer stays, V goes to the top
     EXPECT_EQ(viewer.page, 1);
     EXPECT_EQ(V(), 500);
     EXPECT_EQ(s.g.PrevPageMark, kTrue);
+    EXPECT_EQ(s.adobeF2.PageNR.text(), "1"); // never below 1
     EXPECT_EQ(sent, (QStringList{"&COMMAND3/", "&COMMAND4/", "&COMMAND4/"}));
     EXPECT_EQ(focusGiven, 3);
-}
-
-TEST_F(NavigationTest, SecondWindowTurnsWithItsPageCountAndAdjustment) {
-    FakeViewer v2;
-    s.adobeF2.AcroPDF1 = &v2;
-    s.adobeF2.Visible.set(true);
-    s.g.MapHeaderLines[2] = "350#2";
-    Command3_Click(s);
-    EXPECT_EQ(s.adobeF2.PageNR.text(), "2");
-    EXPECT_EQ(v2.page, 2);
-    EXPECT_EQ(s.adobeF2.VScroll1.get(), 500);
-    EXPECT_EQ(s.adobeF2.VScroll2.get(), 350);
-    Command4_Click(s);
-    Command4_Click(s);
-    EXPECT_EQ(s.adobeF2.PageNR.text(), "1"); // never below 1
 }
 
 TEST_F(NavigationTest, SmoothScrollReachesAutoScrollInScrollStepSteps) {
@@ -213,6 +208,10 @@ TEST_F(NavigationTest, KeysOnTheRealWindowAndSpaceOnAutoScroll) {
     EXPECT_EQ(V(), 8000);
     QTest::keyClick(&w, 'z');
     EXPECT_EQ(viewer.page, 2);
+    // A failure that gets out of a handler is shown and stops at the window.
+    w.handlers[QStringLiteral("Command15")] = [] { throw failures::overflow(); };
+    QTest::mouseClick(w.findChild<QPushButton*>(QStringLiteral("Command15")), Qt::LeftButton);
+    EXPECT_EQ(messages.shown, QStringList{"Error 6 Overflow"});
 }
 
 TEST_F(NavigationTest, ZoomFieldsMirrorAndOnlyZoomsAbove25ReachTheViewer) {

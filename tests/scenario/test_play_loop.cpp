@@ -138,40 +138,35 @@ TEST_F(PlayLoopTest, MapCutShortEndsAfterWhatWasReadWithoutFailure) {
     EXPECT_EQ(only("Command4_Click").size(), 1);
 }
 
-TEST_F(PlayLoopTest, ReadPastEndWithoutTestEndsSilently) {
-    // A map that ends right after a "@" line: the loop reads on without a
-    // test, fails, and none of the steps after the loop run.
-    s.files.open(3, dir.filePath("x"), FileMode::Output);
-    play(QStringLiteral("90@"));
+// A failure ends the play at once and silently: file 3 closed, the map left
+// open, none of the steps after the loop, what was done stands.
+TEST_F(PlayLoopTest, FailuresEndThePlaySilentlyWithoutTheStepsAfterTheLoop) {
+    const std::tuple<const char*, QString, QStringList> cases[] = {
+        // A map that ends right after a "@" line: the loop reads on without a test.
+        {"1", "90@", {}},
+        {"fast", rec("100", "1", "1", "0"), {}}, // Speed is converted strictly
+        {"1", rec("10", "1", "1", "40000") + rec("10", "2", "1", "0"), {"10 X=1"}}};
+    for (const auto& [speed, map, moves] : cases) {
+        s.velmor.Speed.setText(speed);
+        s.files.open(3, dir.filePath("x"), FileMode::Output);
+        play(map);
+        EXPECT_EQ(only(" X="), moves) << qPrintable(map);
+        EXPECT_TRUE(only("Command4_Click").isEmpty());
+        EXPECT_FALSE(s.files.isOpen(3));
+        EXPECT_TRUE(s.files.isOpen(1));
+    }
     EXPECT_EQ(s.velmor.ZoomIt.text(), "90");
-    EXPECT_TRUE(only("Command4_Click").isEmpty());
-    EXPECT_FALSE(s.files.isOpen(3));
-    EXPECT_TRUE(s.files.isOpen(1));
 }
 
-TEST_F(PlayLoopTest, PauseHoldsAfterTheTicInProgressAndContinueGivesTheWholeTic) {
-    clock.at(t0 + 500, [this] { s.g.Paused = kTrue; });
-    clock.at(t0 + 5000, [this] {
-        s.g.Paused = 0;
-        s.g.PauseHeld = 0;
-        player.controlsPlay();
-    });
-    play(rec("2000", "1", "1", "0") + rec("1000", "2", "1", "0"));
-    EXPECT_EQ(only(" X=").mid(0, 2), (QStringList{"1991 X=1", "5996 X=2"}));
-    EXPECT_TRUE(player.calls.contains("pause"));
-}
-
-TEST_F(PlayLoopTest, StopIsSeenAfterTheMoveOfTheTicInProgress) {
-    clock.at(t0 + 500, [this] { s.g.StopRequested = kTrue; });
-    play(rec("2000", "1", "1", "0") + rec("1000", "2", "1", "0"));
-    EXPECT_EQ(only(" X="), (QStringList{"1991 X=1", "4991 X=0"}));
-}
-
-TEST_F(PlayLoopTest, CursorPlaySwitchEndsBeforeTheNextTicAndIsCleared) {
-    clock.at(t0 + 500, [this] { s.g.CursorPlaySwitch = kTrue; });
-    play(rec("2000", "1", "1", "0") + rec("1000", "2", "1", "0"));
-    EXPECT_EQ(only(" X="), (QStringList{"1991 X=1", "4991 X=0"}));
-    EXPECT_EQ(s.g.CursorPlaySwitch, 0);
+// A stop, or the panel's Stop Play, during a tic is seen after its move.
+TEST_F(PlayLoopTest, StopAndStopPlayAreSeenAfterTheMoveOfTheTicInProgress) {
+    for (Flag* flag : {&s.g.StopRequested, &s.g.CursorPlaySwitch}) {
+        s.g.StopRequested = 0;
+        clock.at(clock.tickMs() + 500, [flag] { *flag = kTrue; });
+        play(rec("2000", "1", "1", "0") + rec("1000", "2", "1", "0"));
+        EXPECT_EQ(only(" X="), (QStringList{"1991 X=1", "4991 X=0"}));
+    }
+    EXPECT_EQ(s.g.CursorPlaySwitch, 0); // cleared when seen
 }
 
 TEST_F(PlayLoopTest, SpeedAndTicOffsetChangedDuringPlay) {
@@ -187,16 +182,15 @@ TEST_F(PlayLoopTest, SpeedAndTicOffsetChangedDuringPlay) {
     EXPECT_TRUE(player.calls.contains("rate(.5)"));
 }
 
-TEST_F(PlayLoopTest, SpeedThatIsNoNumberEndsThePlaySilently) {
-    s.velmor.Speed.setText("fast");
-    play(rec("100", "1", "1", "0"));
-    EXPECT_TRUE(trace.isEmpty());
-}
-
 TEST_F(PlayLoopTest, ZeroSpeedLeavesTicsUndividedAndRateUnavailablePlaysNormally) {
+    // Speed 0: the tic is not divided and the music runs at normal speed.
+    player.setSettingsRate(.5);
+    QString music;
+    s.adobeF.Text1.always([&] { music += numberText(player.controlsCurrentPosition()) + ' '; });
     s.velmor.Speed.setText("0");
     play(rec("1000", "1", "1", "0"));
     EXPECT_TRUE(only(" X=").contains("996 X=1"));
+    EXPECT_TRUE(music.startsWith(".996 ")); // the music at the cursor's move
     player.rateAvailable = false;
     s.velmor.Speed.setText(".5");
     play(rec("1000", "3", "1", "0"));
@@ -234,12 +228,6 @@ TEST_F(PlayLoopTest, TildeLinesAndHeaderBetweenRecordsTakeNoTime) {
     play(rec("100", "1", "1", "0") + "~\r\n120@\r\n" + rec("100", "2", "1", "0"));
     EXPECT_EQ(only(" X="), (QStringList{"100 X=1", "200 X=2", "3200 X=0"}));
     EXPECT_EQ(s.velmor.ZoomIt.text(), "120");
-}
-
-TEST_F(PlayLoopTest, ScrollOutOfRangeEndsThePlayWithoutSteps) {
-    play(rec("10", "1", "1", "40000") + rec("10", "2", "1", "0"));
-    EXPECT_TRUE(only("Command4_Click").isEmpty());
-    EXPECT_EQ(s.adobeF.Text1.text(), "1");
 }
 
 TEST_F(PlayLoopTest, SecondWindowFollowsWithItsOwnCorrectionsAndPageAdjustment) {

@@ -2,15 +2,19 @@
 // a fake player and viewer: what the load resets, which siblings it finds,
 // what the map's header does, and how failures end it.
 
+#include "app/main_window.h"
 #include "core/session_state.h"
 #include "cursormap/cursor_fields.h"
 #include "fakes.h"
 #include "sheet/sheet_geometry.h"
+#include "transport/play_start.h"
 #include "transport/song_loading.h"
 
 #include <QDir>
 #include <QFile>
+#include <QListWidget>
 #include <QTemporaryDir>
+#include <QTest>
 #include <gtest/gtest.h>
 
 using namespace mv;
@@ -58,10 +62,16 @@ class SongLoadingTest : public ::testing::Test {
     QTemporaryDir dir;
 };
 
+// In a folder with a dot in its name, siblings of whatever case: the load
+// and then the play find the same map.
 TEST_F(SongLoadingTest, LeftPressResetsFindsSiblingsAndAppliesTheHeader) {
-    file("Song MIX.mp3");
-    file("Song.pdf");
-    file("Song.map", "90@\r\n150%\r\n#1\r\n#2\r\n#3\r\n#4\r\n#5\r\n#6\r\n 80^\r\n100\r\n");
+    const QString folder = dir.filePath("Vol. 2");
+    QDir(dir.path()).mkdir("Vol. 2");
+    s.velmor.Text1.setText(folder);
+    file("Vol. 2/Song MIX.mp3");
+    file("Vol. 2/SONG.PDF");
+    file("Vol. 2/Song.MAP", "90@\r\n150%\r\n#1\r\n#2\r\n#3\r\n#4\r\n#5\r\n#6\r\n 80^\r\n"
+                            "100\r\n1\r\n1\r\n0\r\nFalse\r\nFalse\r\n");
     s.velmor.VScroll1.set(50); // the volume limit, in percent
     s.g.CursorPlaySwitch = kTrue;
     s.bControl.Command6.setText("Stop Play");
@@ -69,9 +79,9 @@ TEST_F(SongLoadingTest, LeftPressResetsFindsSiblingsAndAppliesTheHeader) {
     s.adobeF.Picture1.Visible.set(true);
     const int64_t t0 = clock.tickMs();
     select("Song MIX.mp3");
-    EXPECT_EQ(s.g.SongBase, dir.path() + "/Song.mp3");
-    EXPECT_EQ(s.g.SongFile, dir.path() + "/Song MIX.mp3"); // the MIX recording plays
-    EXPECT_TRUE(s.adobeF.Shape3.get());                    // the lock light
+    EXPECT_EQ(s.g.SongBase, folder + "/Song.mp3");
+    EXPECT_EQ(s.g.SongFile, folder + "/Song MIX.mp3"); // the MIX recording plays
+    EXPECT_TRUE(s.adobeF.Shape3.get());                // the lock light
     EXPECT_EQ(s.velmor.ZoomIt.text(), "90");
     EXPECT_EQ(s.velmor.PDFLeft.text(), "150");
     EXPECT_EQ(player.settingsVolume(), 40);
@@ -81,50 +91,82 @@ TEST_F(SongLoadingTest, LeftPressResetsFindsSiblingsAndAppliesTheHeader) {
     EXPECT_EQ(s.bControl.Command6.text(), "Cursor Play");
     EXPECT_EQ(s.g.MapHeaderLines[2], "");
     EXPECT_FALSE(s.adobeF.Picture1.Visible.get());
-    EXPECT_EQ(s.velmor.PlayedList, dir.path() + "/Song MIX.mp3,");
+    EXPECT_EQ(s.velmor.PlayedList, folder + "/Song MIX.mp3,");
     EXPECT_EQ(clock.tickMs() - t0, 500); // the half second before the sheet
     // ZoomIt was "100" already: step 10 changes nothing, the header zooms to 90.
     EXPECT_EQ(calls,
-              (QStringList{"gotoFirstPage", "setZoom(90)", "LoadFile(" + dir.path() + "/Song.pdf)",
+              (QStringList{"gotoFirstPage", "setZoom(90)", "LoadFile(" + folder + "/SONG.PDF)",
                            "gotoFirstPage", "setPageMode(none)", "setZoom(90)", "gotoPreviousPage",
                            "gotoPreviousPage", "gotoPreviousPage"}));
     EXPECT_EQ(s.adobeF.VScroll1.get(), 500);
     EXPECT_EQ(s.adobeF.AcroPDF1Height.get(), 1.55 * s.screenHeight);
     EXPECT_EQ(s.g.OverlayTicks, 40);
     EXPECT_TRUE(player.calls.contains("URL()"));
-}
-
-TEST_F(SongLoadingTest, SiblingsFoundWhateverTheirCaseAndNoMapMeansNoLock) {
-    file("song.mp3");
-    file("SONG.PDF");
-    s.adobeF.Shape3.set(true);
-    s.velmor.ZoomIt.setText("120");
-    select("song.mp3");
-    EXPECT_FALSE(s.adobeF.Shape3.get());
-    EXPECT_EQ(s.velmor.ZoomIt.text(), "100");
-    EXPECT_TRUE(calls.contains("LoadFile(" + dir.path() + "/SONG.PDF)"));
-    EXPECT_EQ(player.settingsVolume(), 50); // no "^" line: the volume stays
+    installPlayStart(s);
+    s.WindowsMediaPlayer1_MouseDown(1, 0, 0, 0);
+    EXPECT_EQ(s.g.PlayLoopCount, 1); // the map's one tic played
 }
 
 TEST_F(SongLoadingTest, NumberPrefixSharesTheMapOnlyWithIgnoreNumber) {
     file("12 Tune.mp3");
     file("Tune.map", "");
+    s.velmor.ZoomIt.setText("120");
     select("12 Tune.mp3");
-    EXPECT_FALSE(s.adobeF.Shape3.get());
+    EXPECT_FALSE(s.adobeF.Shape3.get()); // no map: no lock, no header
+    EXPECT_EQ(s.velmor.ZoomIt.text(), "100");
+    EXPECT_EQ(player.settingsVolume(), 50);
     s.velmor.IGNNR.set(1);
     select("12 Tune.mp3");
     EXPECT_TRUE(s.adobeF.Shape3.get()); // an empty map is a map
     EXPECT_EQ(s.g.SongBase, dir.path() + "/Tune.mp3");
 }
 
-TEST_F(SongLoadingTest, ViewerFailureEndsTheLoadWithTheMessage) {
+// A song without its sheets, whose map's volume overflows: sheet 1 empty
+// without a word, "Could not find" for sheet 2 and its window reloaded, the
+// volume skipped while the take goes on, and the load runs to its end.
+TEST_F(SongLoadingTest, MissingSheetsAndAnOverflowingVolumeStillLoadToTheEnd) {
+    FakeViewer viewer2;
+    s.adobeF2.AcroPDF1 = &viewer2;
+    s.adobeF2.Visible.set(true);
+    int reloads = 0;
+    s.reloadSheetWindow2 = [&] { ++reloads; };
+    file("Duet.mp3");
+    file("Duet.map", " 99999999999^\r\n120@\r\n");
+    s.adobeF.VScroll1.set(3000);
+    s.files.open(3, dir.filePath("Duet.mp3"), FileMode::Input);
+    select("Duet.mp3");
+    EXPECT_EQ(messages.shown,
+              QStringList{"Could not find " + dir.filePath("second") + "/Duet.pdf"});
+    EXPECT_EQ(reloads, 1);
+    EXPECT_EQ(s.adobeF2.PageNR.text(), "1");
+    EXPECT_TRUE(calls.contains("unloadFile") && viewer2.calls.contains("unloadFile"));
+    EXPECT_EQ(player.settingsVolume(), 50);
+    EXPECT_EQ(s.velmor.ZoomIt.text(), "120");
+    EXPECT_FALSE(s.files.isOpen(3) || s.files.isOpen(4));
+    EXPECT_EQ(s.adobeF.VScroll1.get(), 500);
+    EXPECT_EQ(s.g.OverlayTicks, 40);
+}
+
+// A failure of the viewer while the sheet loads ends the load with the one
+// message; the turn to the first page before it (the old sheet) is passed over.
+TEST_F(SongLoadingTest, ViewerFailuresEndTheSheetLoadWithTheMessageButNotTheTurnBefore) {
     file("Bad.mp3");
-    viewer.failLoad = true;
-    select("Bad.mp3");
-    ASSERT_EQ(messages.shown.size(), 1);
-    EXPECT_TRUE(messages.shown[0].startsWith("Error 53 File not found You must start this App"));
-    EXPECT_NE(s.g.OverlayTicks, 40);                  // not reached
-    EXPECT_EQ(s.g.SongBase, dir.path() + "/Bad.mp3"); // what was done stands
+    file("Bad.pdf");
+    for (const QString failing : {"LoadFile", "gotoFirstPage"}) { // its first call fails
+        messages.shown.clear();
+        s.g.OverlayTicks = 0;
+        viewer.onCall = [failing, failed = false](const QString& call) mutable {
+            if (failed || !call.startsWith(failing)) return;
+            failed = true;
+            throw Failure(75, "Unread");
+        };
+        select("Bad.mp3");
+        const bool sheetLoad = failing == "LoadFile";
+        EXPECT_EQ(messages.shown.join("").left(30),
+                  sheetLoad ? "Error 75 Unread You must start" : "");
+        EXPECT_EQ(s.g.OverlayTicks, sheetLoad ? 0 : 40);  // the load's end reached or not
+        EXPECT_EQ(s.g.SongBase, dir.path() + "/Bad.mp3"); // what was done stands
+    }
 }
 
 TEST_F(SongLoadingTest, SuppressLoadStopsAfterTheResetAndRightPressAddsToThePlayList) {
@@ -143,18 +185,25 @@ TEST_F(SongLoadingTest, SuppressLoadStopsAfterTheResetAndRightPressAddsToThePlay
     EXPECT_EQ(s.g.OverlayTicks, 40);
 }
 
-TEST_F(SongLoadingTest, SecondSheetMissingIsSaidAndTheWindowReloaded) {
-    FakeViewer viewer2;
-    s.adobeF2.AcroPDF1 = &viewer2;
-    s.adobeF2.Visible.set(true);
-    int reloads = 0;
-    s.reloadSheetWindow2 = [&] { ++reloads; };
-    file("Duet.mp3");
-    select("Duet.mp3");
-    EXPECT_EQ(messages.shown,
-              QStringList{"Could not find " + dir.filePath("second") + "/Duet.pdf"});
-    EXPECT_EQ(reloads, 1);
-    EXPECT_EQ(s.adobeF2.PageNR.text(), "1");
+// The song list of the real main window: a press below the last entry loads
+// the selection as it stands; a failure that gets out of the load is shown
+// and goes no further.
+TEST_F(SongLoadingTest, ListPressBelowTheEntriesLoadsTheSelectionAndFailuresStopAtTheWindow) {
+    s.velmor.File1List.set({"A.mp3", "B.mp3"});
+    s.velmor.File1ListIndex.set(1);
+    MainWindow w(s, player);
+    w.show();
+    QStringList loads;
+    s.File1_MouseDown = [&](int button, int, double, double) {
+        loads << QString::number(button) + s.velmor.File1FileName();
+        if (loads.size() == 2) throw failures::overflow();
+    };
+    QWidget* list = w.File1()->viewport();
+    QTest::mousePress(list, Qt::LeftButton, {}, QPoint(5, list->height() - 3));
+    QTest::mousePress(list, Qt::LeftButton, {},
+                      w.File1()->visualItemRect(w.File1()->item(0)).center());
+    EXPECT_EQ(loads, (QStringList{"1B.mp3", "1A.mp3"}));
+    EXPECT_EQ(messages.shown, QStringList{"Error 6 Overflow"});
 }
 
 } // namespace

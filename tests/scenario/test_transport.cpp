@@ -63,8 +63,11 @@ TEST_F(TransportTest, ModesRefuseTheStartAfterResettingTheFlags) {
     Command8_Click(s);
     EXPECT_EQ(messages.shown.mid(1),
               (QStringList{"You are in Record mode", "You are in Record mode"}));
-    EXPECT_TRUE(player.calls.isEmpty());
+    s.g.Paused = kTrue;
     s.WindowsMediaPlayer1_MouseDown(2, 0, 5, 5); // the right button does nothing at all
+    EXPECT_EQ(s.g.Paused, kTrue);
+    EXPECT_EQ(messages.shown.size(), 3);
+    EXPECT_TRUE(player.calls.isEmpty());
 }
 
 TEST_F(TransportTest, CountOffStepsOnTheClocksSecondsAndTheFirstTicFollowsTheDelays) {

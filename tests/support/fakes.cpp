@@ -3,6 +3,8 @@
 #include "core/values.h"
 #include "cursormap/cursor_fields.h"
 
+#include <QFileInfo>
+
 namespace mv::test {
 
 void FakeMessages::msgBox(const QString& text, const QString&) {
@@ -92,7 +94,7 @@ void FakePlayer::controlsFastForward() {
 
 double FakePlayer::controlsCurrentPosition() const {
     if (state_ != 3 && state_ != 4) return posAtMark_;
-    const double r = state_ == 4 ? 5.0 : rate_;
+    const double r = state_ == 4 ? 5.0 : musicSpeed(rate_);
     return posAtMark_ + double(clock_.tickMs() - markTick_) / 1000.0 * r;
 }
 
@@ -108,9 +110,11 @@ void FakePlayer::setAudioDevice(const QString& name) {
 
 void FakeViewer::LoadFile(const QString& path) {
     log(QStringLiteral("LoadFile(%1)").arg(path));
-    if (failLoad) throw Failure(53, QStringLiteral("File not found"));
+    if (!QFileInfo(path).isFile()) throw Failure(53, QStringLiteral("File not found: ") + path);
     page = 1;
 }
+
+void FakeViewer::unloadFile() { log(QStringLiteral("unloadFile")); }
 
 void FakeViewer::gotoFirstPage() {
     log(QStringLiteral("gotoFirstPage"));

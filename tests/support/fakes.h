@@ -31,8 +31,9 @@ class FakeMessages : public Messages {
     std::function<void(const QString&)> onShow; // runs inside the box
 };
 
-// A player whose position runs on the clock while it plays.  Every call is
-// logged as "name(args)" in `calls`.
+// A player whose position runs on the clock while it plays, at the speed the
+// real player gives a rate (musicSpeed: 0 plays at normal speed, a negative
+// rate holds the music).  Every call is logged as "name(args)" in `calls`.
 class FakePlayer : public MediaPlayer {
   public:
     explicit FakePlayer(const Clock& clock) : clock_(clock) {}
@@ -70,11 +71,14 @@ class FakePlayer : public MediaPlayer {
 };
 
 // A viewer that keeps a page number and a page count, and logs its calls.
+// LoadFile of a file that is not there fails as QtPdfViewer's does (53 "File
+// not found"); a test makes any other call fail by throwing from onCall.
 class FakeViewer : public PdfViewer {
   public:
     explicit FakeViewer(QStringList* sharedLog = nullptr, QString tag = {})
         : log_(sharedLog ? sharedLog : &calls), tag_(std::move(tag)) {}
     void LoadFile(const QString& path) override;
+    void unloadFile() override;
     void gotoFirstPage() override;
     void gotoNextPage() override;
     void gotoPreviousPage() override;
@@ -85,7 +89,6 @@ class FakeViewer : public PdfViewer {
     int page = 1;
     int pageCount = 10;
     float zoom = 100;
-    bool failLoad = false;
     std::function<void(const QString&)> onCall; // sees every call as it is logged
 
   private:

@@ -51,11 +51,14 @@ class MapFileTest : public ::testing::Test {
     QTemporaryDir dir;
 };
 
-TEST(MapFileName, CutAtTheFirstDotOfTheWholePath) {
-    EXPECT_EQ(mapFileName("/songs/Blue.Moon.mp3"), "/songs/Blue.map");
-    EXPECT_EQ(mapFileName("/my.songs/Blue.mp3"),
-              "/my.map"); // a dot in a folder: a name that won't exist
-    EXPECT_EQ(mapFileName("/songs/Blue"), "/songs/Blue.map");
+TEST(MapFileName, CutAtTheFirstDotOfTheFileNameNeverInTheFolder) {
+    const std::pair<QString, QString> cases[] = {
+        {"/songs/Blue.Moon.mp3", "/songs/Blue.map"},
+        {"/songs/Vol. 2/Blue.mp3", "/songs/Vol. 2/Blue.map"},
+        {"/my.songs/Blue", "/my.songs/Blue.map"},
+        {"", ".map"}};
+    for (const auto& [songBase, map] : cases)
+        EXPECT_EQ(mapFileName(songBase), map) << qPrintable(songBase);
 }
 
 TEST_F(MapFileTest, EditLoadKeepsCellsAsReadAndTableWriteReproducesTheEditForm) {
@@ -126,22 +129,20 @@ TEST_F(MapFileTest, HeaderTakeAppliesZoomLeftAndVolumeAndPassesOverTics) {
 TEST_F(MapFileTest, BareRecordsHeaderBetweenRecordsAndARecordCutShort) {
     // No header at all: the first line is row 0's Tic.  A header line between
     // records is taken; the last record ends after its X.
-    const QString p = write(crlf({"100", "1", "2", "0", "False", "False", "75@", "200", "3", "4",
-                                  "0", "False", "False", "300", " 5 "}));
+    const QString p = write(crlf({"100", "1", "2", "0", "False", "False", "75@", "-50%", "200", "3",
+                                  "4", "0", "False", "False", "300", " 5 "}));
     editLoad(s, p);
     EXPECT_EQ(row(0), (QStringList{"100", "1", "2", "0", "False", "False"}));
     EXPECT_EQ(row(1), (QStringList{"200", "3", "4", "0", "False", "False"}));
     EXPECT_EQ(row(2), (QStringList{"300", " 5 ", "", "", "", ""}));
-    EXPECT_EQ(s.velmor.ZoomIt.text(), "75");
+    EXPECT_EQ(s.velmor.ZoomIt.text() + s.velmor.PDFLeft.text(), "75-50");
     EXPECT_TRUE(s.tic.Tic[3].isEmpty());
-}
-
-TEST_F(MapFileTest, SaveInProgressKeepsZoomAndLeft) {
-    const QString p = write(crlf({"90@", "120%", "100", "1", "2", "0", "False", "False"}));
+    // While the File menu's Save runs, zoom and left stay as they are.
+    s.velmor.ZoomIt.setText("100");
+    s.velmor.PDFLeft.setText("0");
     s.g.SaveInProgress = kTrue;
     editLoad(s, p);
-    EXPECT_EQ(s.velmor.ZoomIt.text(), "100");
-    EXPECT_EQ(s.velmor.PDFLeft.text(), "0");
+    EXPECT_EQ(s.velmor.ZoomIt.text() + s.velmor.PDFLeft.text(), "1000");
     EXPECT_EQ(s.tic.Tic[0], "100");
 }
 

@@ -9,7 +9,6 @@
 set -euo pipefail
 bin=$1
 root=$(cd "$(dirname "$0")/../../.." && pwd)
-# (no dot in the folder: the program cuts song paths at their first dot)
 work=$(mktemp -d /tmp/record-demo-XXXXXX)
 trap 'rm -rf "$work"' EXIT
 [ -n "${KEEP_WORK:-}" ] && trap - EXIT && echo "work: $work"
