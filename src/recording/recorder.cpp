@@ -11,11 +11,12 @@ namespace mv {
 
 namespace {
 
-// The song's file beside the listed name, with extension `ext`, found
-// whatever the case of its name.
+// The song's file beside the list entry as listed (not cleaned: "Song
+// MIX.mp3" records "Song MIX.map"), with extension `ext`, found whatever the
+// case of its name.
 QString listedSibling(const Session& s, const QString& ext) {
-    const QString base = listedBaseName(s.velmor.File1FileName());
-    return existingPathIgnoringCase(s.velmor.Text1.text().trimmed() + u'/' + base + u'.' + ext);
+    const QString entry = s.velmor.Text1.text().trimmed() + u'/' + s.velmor.File1FileName();
+    return existingPathIgnoringCase(siblingPath(entry, ext));
 }
 
 void setCursorsVisible(Session& s, bool visible) {
@@ -127,8 +128,6 @@ void recordTic(Session& s, int64_t elapsed, int64_t at) {
 }
 
 } // namespace
-
-QString listedBaseName(const QString& entry) { return entry.section(u'.', 0, 0); }
 
 namespace adobeF {
 

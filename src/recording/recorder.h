@@ -4,8 +4,6 @@
 // into the tic table after the row on show, in edit mode.  Both take their
 // clicks from the record sampler, which Timer1 runs every 100 ms.
 
-#include <QString>
-
 namespace mv {
 
 struct Session;
@@ -36,9 +34,5 @@ void Command13_MouseDown(Session& s, int button);
 void Timer1_Timer(Session& s);
 
 } // namespace adobeF
-
-// The part of a list entry before its first ".": the name the recorder and
-// Append use, uncleaned ("Song MIX.mp3" gives "Song MIX").
-QString listedBaseName(const QString& entry);
 
 } // namespace mv
