@@ -129,6 +129,9 @@ void runStep(Session& s, Step k) {
                                            : std::max(before - 1, 0));
         f.Text3.setNumber(g.CursorIndex);
         s.pump.letEventsRun();
+        // An Edit press served meanwhile may have saved and left edit mode:
+        // a guarded step ends there rather than change a table already saved.
+        if (k != Step::SearchForward && !f.Shape2.get()) return;
         // Events may have moved the index: the row is the one it names now.
         const int row = g.CursorIndex;
         if (k == Step::SearchForward && val(s.tic.Tic[row]) == 0) return;

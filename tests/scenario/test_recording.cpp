@@ -264,6 +264,13 @@ TEST_F(RecordingTest, PressesServedInsideAWalkLeaveTheRowsAlone) {
         EXPECT_EQ(s.g.CursorIndex, 4);
         press("Command7", Qt::RightButton);
     }
+    // An Edit press served inside a step saves and leaves: the step ends there.
+    press("Command7");
+    QApplication::postEvent(control("Command7"),
+                            new QMouseEvent(QEvent::MouseButtonPress, QPointF(2, 2), QPointF(2, 2),
+                                            Qt::LeftButton, Qt::LeftButton, Qt::NoModifier));
+    press("Command5");
+    EXPECT_FALSE(s.adobeF.Shape2.get() || s.adobeF.Picture1.Visible.get());
 }
 
 } // namespace
