@@ -52,7 +52,7 @@ constexpr int kRenderScale = 4; // pixels per point when looking for staff lines
 
 struct Head {
     int page;
-    double x, y; // the centre, in points from the page's top-left
+    double x, y;  // the centre, in points from the page's top-left
     QString line; // the source file and line
     int column;
     int staff = -1;
@@ -73,8 +73,8 @@ std::vector<Staff> findStaves(QPdfDocument& doc) {
     std::vector<Staff> out;
     for (int p = 0; p < doc.pageCount(); ++p) {
         const QSizeF size = doc.pagePointSize(p);
-        const QImage img = doc.render(p, (size * kRenderScale).toSize())
-                               .convertToFormat(QImage::Format_ARGB32);
+        const QImage img =
+            doc.render(p, (size * kRenderScale).toSize()).convertToFormat(QImage::Format_ARGB32);
         std::vector<double> lines;
         int runStart = -1;
         for (int y = 0; y <= img.height(); ++y) {
@@ -136,14 +136,13 @@ std::vector<Head> firstOfMeasures(std::vector<Head> heads, const std::vector<Sta
     });
     std::vector<Head> out;
     for (size_t i = 0; i < heads.size(); ++i)
-        if (i == 0 || heads[i].line != heads[i - 1].line ||
-            heads[i].column <= heads[i - 1].column)
+        if (i == 0 || heads[i].line != heads[i - 1].line || heads[i].column <= heads[i - 1].column)
             out.push_back(heads[i]);
     return out;
 }
 
-void writeSong(const Song& song, const std::vector<Head>& firsts,
-               const std::vector<Staff>& staves, const QString& mapPath, QTextStream& layout) {
+void writeSong(const Song& song, const std::vector<Head>& firsts, const std::vector<Staff>& staves,
+               const QString& mapPath, QTextStream& layout) {
     QFile f(mapPath);
     if (!f.open(QIODevice::WriteOnly)) fail("cannot write " + mapPath);
     QStringList lines = {"100@", "0%", "#1", "#2", "#3", "#4", "#5", "#6", " 80^"};
@@ -155,8 +154,9 @@ void writeSong(const Song& song, const std::vector<Head>& firsts,
         const Staff& st = staves[size_t(h.staff)];
         // The first beat of measure k+1 (a pickup is measure 1).
         double beat = 0;
-        if (k > 0) beat = song.pickup > 0 ? song.pickup + (k - 1) * song.beatsPerMeasure
-                                          : k * song.beatsPerMeasure;
+        if (k > 0)
+            beat = song.pickup > 0 ? song.pickup + (k - 1) * song.beatsPerMeasure
+                                   : k * song.beatsPerMeasure;
         // Tics count from the press of Play (the first) or the tic before,
         // divided by the Tic Offset and rounded on the running total.
         const long long total =
@@ -170,16 +170,18 @@ void writeSong(const Song& song, const std::vector<Head>& firsts,
             mv::page::pointInViewer(QPointF(h.x, st.top), QSizeF(612, 792), kViewerWidth, 100);
         const double x = head.x() - kCursorW / 2;
         const double y = head.y() - kCursorH - kAboveStaff - (scr + kScrollOffset);
-        if (y < 0) fail(QStringLiteral("%1: the staff at %2 pt is hidden by the scroll")
-                            .arg(song.name)
-                            .arg(st.top));
+        if (y < 0)
+            fail(QStringLiteral("%1: the staff at %2 pt is hidden by the scroll")
+                     .arg(song.name)
+                     .arg(st.top));
         const bool nxt = h.page != prevPage;
         prevPage = h.page;
         lines << QString::number(tic) << mv::printFormSingle(x) << mv::printFormSingle(y)
               << mv::numberText(scr) << mv::boolText(nxt) << QStringLiteral("False");
-        layout << song.name << '\t' << k + 1 << '\t' << h.page << '\t' << QString::number(h.x, 'f', 2)
-               << '\t' << QString::number(st.top, 'f', 2) << '\t' << total << '\t' << scr << '\t'
-               << (nxt ? "True" : "False") << '\t' << QString::number(h.y, 'f', 2) << '\n';
+        layout << song.name << '\t' << k + 1 << '\t' << h.page << '\t'
+               << QString::number(h.x, 'f', 2) << '\t' << QString::number(st.top, 'f', 2) << '\t'
+               << total << '\t' << scr << '\t' << (nxt ? "True" : "False") << '\t'
+               << QString::number(h.y, 'f', 2) << '\n';
     }
     for (const QString& l : lines)
         f.write(l.toLatin1() + "\r\n");

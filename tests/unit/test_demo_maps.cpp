@@ -118,7 +118,8 @@ TEST(DemoSongs, TheSheetHasANoteHeadWhereTheLayoutSaysAndNoneBeside) {
             // under a fifth of the box; 2 px (1.5 pt) off to either side the
             // box is no longer centred on it.
             EXPECT_GT(ink(r.x, r.headY), 0.35);
-            EXPECT_GT(ink(r.x, r.headY), std::max(ink(r.x - 1.5, r.headY), ink(r.x + 1.5, r.headY)) - 0.02);
+            EXPECT_GT(ink(r.x, r.headY),
+                      std::max(ink(r.x - 1.5, r.headY), ink(r.x + 1.5, r.headY)) - 0.02);
         }
     }
 }
