@@ -8,6 +8,7 @@
 #include "core/messages.h"
 #include "core/session_state.h"
 #include "core/settings_files.h"
+#include "core/setup_screen.h"
 #include "core/startup.h"
 #include "core/window_registry.h"
 #include "cursormap/cursor_fields.h"
@@ -107,6 +108,7 @@ int main(int argc, char** argv) {
     installSongLoading(s);
     installPlayStart(s);
     installRecording(s);
+    installSetupScreen(s);
 
     windows.define(QStringLiteral("Velmor"), [&] { return new MainWindow(s, player); });
     windows.define(QStringLiteral("AdobeF"), [&] {
@@ -119,6 +121,9 @@ int main(int argc, char** argv) {
         w->handlers[QStringLiteral("Command16")] = [&s] { Command8_Click(s); };
         w->handlers[QStringLiteral("Command1")] = [w] { w->close(); };
         installRecordingControls(s, *w);
+        // Its place: "AdobeFx.ini" when there is one, else beside the main
+        // window; inside the screen either way.
+        w->placeOnScreen(readAdobeFx(s));
         return w;
     });
     auto* main = windows.get<MainWindow>(QStringLiteral("Velmor"));
@@ -137,6 +142,8 @@ int main(int argc, char** argv) {
         windows.get(QStringLiteral("AdobeF"));
         s.adobeF.Visible.set(true);
     };
+    s.showSheet1 = hooks.showSheet1;
+    s.unloadSheet1 = [&] { windows.unload(QStringLiteral("AdobeF")); };
     hooks.adjustAll = [&] { windows.get<SheetWindow>(QStringLiteral("AdobeF"))->AdjustAll(); };
     hooks.focusMainWindow = s.focusMainWindow;
     hooks.showMainWindow = [&] {
@@ -144,12 +151,12 @@ int main(int argc, char** argv) {
         main->show();
         main->File1()->setFocus();
     };
+    hooks.restoreMainWindow = [&] {
+        if (main->isMinimized()) main->showNormal();
+        s.velmor.WindowTop = main->y() * 15.0;
+    };
     hooks.unloadWindows = [&] {
-        if (QWidget* w = windows.find(QStringLiteral("AdobeF"))) {
-            s.adobeF.Left = w->x() * 15.0;
-            s.adobeF.Top = w->y() * 15.0;
-            writeAdobeFx(s);
-        }
+        if (windows.find(QStringLiteral("AdobeF"))) writeAdobeFx(s);
         windows.unload(QStringLiteral("AdobeF"));
     };
     // Closing the main window ends a running play at its next step and
@@ -158,14 +165,12 @@ int main(int argc, char** argv) {
         s.g.StopRequested = kTrue;
         s.files.closeAll();
         player.close();
-        s.velmor.WindowTop = main->y() * 15.0;
         shutDown(s, hooks);
         QApplication::quit();
     };
 
     const QString root = demoRoot();
     startUp(s, hooks, root);
-    readAdobeFx(s);
     // The song folder: the demo songs, or the one given.
     if (cl.isSet(songs)) {
         s.velmor.Text1.setText(cl.value(songs));
