@@ -16,6 +16,7 @@ trap 'rm -rf "$work"' EXIT
 cat > "$work/desktop.sh" <<'INNER'
 set -euo pipefail
 bin=$1 cfg=$2 shot=$3
+export QT_QPA_PLATFORM=xcb # real windows, whatever the caller set
 openbox >/dev/null 2>&1 &
 sleep 1
 printf 'wait 2500\nscreenshot %s\nwait 500\nquit\n' "$shot" > "$cfg.script"
