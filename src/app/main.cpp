@@ -8,6 +8,7 @@
 #include "core/messages.h"
 #include "core/session_state.h"
 #include "core/settings_files.h"
+#include "core/setup_screen.h"
 #include "core/startup.h"
 #include "core/window_registry.h"
 #include "cursormap/cursor_fields.h"
@@ -27,8 +28,10 @@
 #include <QApplication>
 #include <QCommandLineParser>
 #include <QDir>
+#include <QElapsedTimer>
 #include <QListWidget>
 #include <QScreen>
+#include <QTimer>
 #include <clocale>
 #include <cstdio>
 #include <memory>
@@ -37,12 +40,12 @@ using namespace mv;
 
 namespace {
 
-// The bundled demo songs: beside the sources of this build, or next to the
-// installed binary.
+// The bundled demo songs: those installed with the binary, else those
+// beside the sources of this build.
 QString demoRoot() {
-    const QStringList candidates = {QStringLiteral(MELLIVANE_SOURCE_DIR "/demo"),
-                                    QApplication::applicationDirPath() +
-                                        QStringLiteral("/../share/mellivane/demo")};
+    const QStringList candidates = {QApplication::applicationDirPath() +
+                                        QStringLiteral("/../share/mellivane/demo"),
+                                    QStringLiteral(MELLIVANE_SOURCE_DIR "/demo")};
     for (const QString& c : candidates)
         if (QDir(c + QStringLiteral("/songs")).exists()) return QDir(c).absolutePath();
     return {};
@@ -51,12 +54,15 @@ QString demoRoot() {
 } // namespace
 
 int main(int argc, char** argv) {
+    QElapsedTimer sinceMain;
+    sinceMain.start();
     // The plain Unix event dispatcher wakes timers precisely (p99 ~1 ms
     // against ~11 ms with the glib one): the cursor's timing depends on it.
     qputenv("QT_NO_GLIB", "1");
     QApplication app(argc, argv);
     std::setlocale(LC_NUMERIC, "C"); // libmpv and number parsing need it
     QApplication::setApplicationName(QStringLiteral("Mellivane"));
+    QGuiApplication::setDesktopFileName(QStringLiteral("mellivane")); // its menu entry and icon
 
     QCommandLineParser cl;
     cl.setApplicationDescription(QStringLiteral("Sheet music that follows the recording."));
@@ -74,7 +80,10 @@ int main(int argc, char** argv) {
                                  QStringLiteral("Folder of the settings and list files "
                                                 "(default: $XDG_CONFIG_HOME/mellivane)."),
                                  QStringLiteral("DIR"));
-    cl.addOptions({script, audio, demo, songs, configDir});
+    QCommandLineOption startupTime(
+        QStringLiteral("startup-time"),
+        QStringLiteral("Print the milliseconds from the start to the song list shown."));
+    cl.addOptions({script, audio, demo, songs, configDir, startupTime});
     cl.process(app);
 
     SystemClock clock;
@@ -107,6 +116,7 @@ int main(int argc, char** argv) {
     installSongLoading(s);
     installPlayStart(s);
     installRecording(s);
+    installSetupScreen(s);
 
     windows.define(QStringLiteral("Velmor"), [&] { return new MainWindow(s, player); });
     windows.define(QStringLiteral("AdobeF"), [&] {
@@ -119,6 +129,9 @@ int main(int argc, char** argv) {
         w->handlers[QStringLiteral("Command16")] = [&s] { Command8_Click(s); };
         w->handlers[QStringLiteral("Command1")] = [w] { w->close(); };
         installRecordingControls(s, *w);
+        // Its place: "AdobeFx.ini" when there is one, else beside the main
+        // window; inside the screen either way.
+        w->placeOnScreen(readAdobeFx(s));
         return w;
     });
     auto* main = windows.get<MainWindow>(QStringLiteral("Velmor"));
@@ -137,6 +150,8 @@ int main(int argc, char** argv) {
         windows.get(QStringLiteral("AdobeF"));
         s.adobeF.Visible.set(true);
     };
+    s.showSheet1 = hooks.showSheet1;
+    s.unloadSheet1 = [&] { windows.unload(QStringLiteral("AdobeF")); };
     hooks.adjustAll = [&] { windows.get<SheetWindow>(QStringLiteral("AdobeF"))->AdjustAll(); };
     hooks.focusMainWindow = s.focusMainWindow;
     hooks.showMainWindow = [&] {
@@ -144,12 +159,12 @@ int main(int argc, char** argv) {
         main->show();
         main->File1()->setFocus();
     };
+    hooks.restoreMainWindow = [&] {
+        if (main->isMinimized()) main->showNormal();
+        s.velmor.WindowTop = main->y() * 15.0;
+    };
     hooks.unloadWindows = [&] {
-        if (QWidget* w = windows.find(QStringLiteral("AdobeF"))) {
-            s.adobeF.Left = w->x() * 15.0;
-            s.adobeF.Top = w->y() * 15.0;
-            writeAdobeFx(s);
-        }
+        if (windows.find(QStringLiteral("AdobeF"))) writeAdobeFx(s);
         windows.unload(QStringLiteral("AdobeF"));
     };
     // Closing the main window ends a running play at its next step and
@@ -158,14 +173,12 @@ int main(int argc, char** argv) {
         s.g.StopRequested = kTrue;
         s.files.closeAll();
         player.close();
-        s.velmor.WindowTop = main->y() * 15.0;
         shutDown(s, hooks);
         QApplication::quit();
     };
 
     const QString root = demoRoot();
     startUp(s, hooks, root);
-    readAdobeFx(s);
     // The song folder: the demo songs, or the one given.
     if (cl.isSet(songs)) {
         s.velmor.Text1.setText(cl.value(songs));
@@ -176,6 +189,14 @@ int main(int argc, char** argv) {
         SetPath(s);
     }
     if (!s.adobeF.Visible.get()) hooks.showSheet1();
+    if (cl.isSet(startupTime)) {
+        // The list is filled and the window shown once the first events
+        // have been served.
+        QTimer::singleShot(0, main, [&sinceMain] {
+            std::fprintf(stderr, "startup_inprocess_ms: %lld ms\n",
+                         static_cast<long long>(sinceMain.elapsed()));
+        });
+    }
 
     std::unique_ptr<ActionScript> runner;
     if (cl.isSet(script)) {

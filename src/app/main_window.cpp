@@ -4,9 +4,9 @@
 #include "core/qt_bind.h"
 #include "core/session_state.h"
 #include "core/settings_files.h"
+#include "core/setup_screen.h"
 #include "library/song_list.h"
 #include "recording/edit_mode.h"
-#include "sheet/navigation.h"
 #include "transport/media_player.h"
 #include "transport/play_start.h"
 #include "transport/player_control_area.h"
@@ -23,7 +23,6 @@
 #include <QListWidget>
 #include <QMenu>
 #include <QMenuBar>
-#include <QMessageBox>
 #include <QMouseEvent>
 #include <QPushButton>
 #include <QScrollArea>
@@ -32,27 +31,94 @@
 
 namespace mv {
 
+namespace {
+
+// The columns of the window, in twips: the small window, the setup panel's
+// right edge, the notation viewer's fields' right edge.
+constexpr double kSmall = 4785, kSetupRight = 9950, kNwcRight = 16000;
+
+QLabel* heading(const QString& text, QWidget* parent) {
+    auto* l = new QLabel(text, parent);
+    QFont f = l->font();
+    f.setBold(true);
+    l->setFont(f);
+    return l;
+}
+
+} // namespace
+
 MainWindow::MainWindow(Session& s, MediaPlayer& player, QWidget* parent) : QWidget(parent), s_(s) {
     setObjectName(QStringLiteral("Velmor"));
     setWindowTitle(QStringLiteral("Media Player"));
     VelmorState& v = s.velmor;
     auto* outer = new QVBoxLayout(this);
+    outer->setContentsMargins(0, 0, 0, 0);
+    buildMenu(outer);
+    body_ = new QWidget(this);
+    body_->installEventFilter(this); // its size places the areas
+    outer->addWidget(body_, 1);
+
+    head_ = buildHead(player);
+    file1_ = new QListWidget(body_);
+    file1_->setObjectName(QStringLiteral("File1"));
+    file1_->viewport()->installEventFilter(this);
+    file1_->installEventFilter(this);
+    subs_.push_back(v.File1List.subscribe([this] { fillList(); }));
+    subs_.push_back(v.File1ListIndex.subscribe([this, &v] {
+        if (file1_->currentRow() != v.File1ListIndex.get())
+            file1_->setCurrentRow(v.File1ListIndex.get());
+    }));
+    // Moving the selection with the keys loads nothing.
+    connect(file1_, &QListWidget::currentRowChanged, this,
+            [&v](int row) { v.File1ListIndex.set(row); });
+    fillList();
+    foot_ = buildFoot();
+    setup_ = buildSetup();
+    nwc_ = buildNwcFields();
+
+    for (const auto& [name, tip] : setupToolTips())
+        if (QWidget* w = findChild<QWidget*>(QString::fromLatin1(name)))
+            w->setToolTip(QString::fromLatin1(tip));
+
+    // The window mirrors its size and the list's place from the setup logic.
+    for (Notifier* n : std::initializer_list<Notifier*>{
+             &v.WindowWidth, &v.WindowHeight, &v.File1Width, &v.File1Top, &v.File1Height,
+             &v.File1FontSize, &v.NWCFieldsVisible, &v.ZM})
+        subs_.push_back(n->subscribe([this] { layoutAreas(); }));
+    resize(px(v.WindowWidth.get()), px(v.WindowHeight.get()));
+    layoutAreas();
+}
+
+void MainWindow::buildMenu(QLayout* outer) {
     auto* bar = new QMenuBar(this);
     outer->setMenuBar(bar);
-    auto* top = new QHBoxLayout;
-    outer->addLayout(top, 1);
-    auto* left = new QVBoxLayout;
-    top->addLayout(left, 1);
-
+    Session& s = s_;
+    // A menu entry that runs `handler` under the guard.
+    auto entry = [this](auto* where, const char* name, const QString& caption,
+                        std::function<void()> handler) {
+        QAction* a = where->addAction(caption);
+        a->setObjectName(QString::fromLatin1(name));
+        connect(a, &QAction::triggered, this, [this, handler] { guarded(handler); });
+        return a;
+    };
+    auto hook = [](std::function<void()>& h) {
+        return [&h] {
+            if (h) h();
+        };
+    };
     QMenu* ff = bar->addMenu(QStringLiteral("File"));
     ff->setObjectName(QStringLiteral("FF"));
+    QAction* ex = ff->addAction(QStringLiteral("Exit"));
+    ex->setObjectName(QStringLiteral("EX"));
+    connect(ex, &QAction::triggered, this, &QWidget::close);
+    entry(ff, "LA2", QStringLiteral("Load Adobe 2"), hook(s.LA2_Click));
     // "Save": the song's map through the Edit button, then the settings.
-    ff->addAction(QStringLiteral("Save"), this, [this] {
-          guarded([this] { adobeF::SAV_Click(s_); });
-      })->setObjectName(QStringLiteral("SAV"));
-    ff->addAction(QStringLiteral("Exit"), this, &QWidget::close)
-        ->setObjectName(QStringLiteral("EX"));
-    // Audio Out: "Default" and the first seven devices, one check mark.
+    entry(ff, "SAV", QStringLiteral("Save"), [&s] { adobeF::SAV_Click(s); });
+    entry(bar, "ConnectIt", QStringLiteral("Connect"), hook(s.ConnectIt_Click));
+    entry(bar, "SS", QStringLiteral("Setup"), [&s] { SS_Click(s); });
+    entry(bar, "ABT", QStringLiteral("About"), [&s] { ABT_Click(s); });
+    entry(bar, "HH", QStringLiteral("Help"), hook(s.HH_Click));
+    // Audio Out: "Default" and the first seven devices, with their marks.
     QMenu* stx = bar->addMenu(QStringLiteral("Audio Out"));
     stx->setObjectName(QStringLiteral("STX"));
     connect(stx, &QMenu::aboutToShow, this, [this, stx, &s] {
@@ -65,133 +131,223 @@ MainWindow::MainWindow(Session& s, MediaPlayer& player, QWidget* parent) : QWidg
                 caption, this, [this, &s, i] { guarded([&s, i] { AudioOut_Click(s, i); }); });
             a->setObjectName(i < 0 ? QStringLiteral("TXDF") : QStringLiteral("TXS%1").arg(i));
             a->setCheckable(true);
-            a->setChecked(s.velmor.AudioOutChecked.get() == i);
+            a->setChecked(s.velmor.audioOutChecked(i));
         }
     });
-    bar->addAction(QStringLiteral("About"), this, [&s] {
-        s.g.OverlayTicks = 1;
-        s.messages.msgBox(QStringLiteral("Mellivane Version 2.4"));
-    });
+    QAction* zm = entry(bar, "ZM", s.velmor.ZM.text(), [&s] { ZM_Click(s); });
+    subs_.push_back(s.velmor.ZM.subscribe([zm, &s] { zm->setText(s.velmor.ZM.text()); }));
+}
 
-    // The player's control area: Start in its first 30 pixels, stop beyond.
+// The player's control area (Start in its first 30 pixels, stop beyond),
+// the fast-forward label, the volume and the limit applied at the next load.
+QWidget* MainWindow::buildHead(MediaPlayer& player) {
+    VelmorState& v = s_.velmor;
+    auto* head = new QWidget(body_);
+    auto* rows = new QVBoxLayout(head);
+    rows->setContentsMargins(8, 4, 8, 0);
+    rows->setSpacing(2);
     auto* strip = new QHBoxLayout;
-    auto* area = new PlayerControlArea(player, this);
-    area->mouseDown = [this, &s](int b, int sh, double x, double y) {
+    auto* area = new PlayerControlArea(player, head);
+    area->mouseDown = [this](int b, int sh, double x, double y) {
         guarded([&] {
-            if (s.WindowsMediaPlayer1_MouseDown) s.WindowsMediaPlayer1_MouseDown(b, sh, x, y);
+            if (s_.WindowsMediaPlayer1_MouseDown) s_.WindowsMediaPlayer1_MouseDown(b, sh, x, y);
         });
     };
     strip->addWidget(area, 1);
-    strip->addWidget(new FastForwardLabel(player, this));
-    left->addLayout(strip);
-
-    // Volume, and the limit applied at the next song load.
-    auto* vol = new QSlider(Qt::Horizontal, this);
+    strip->addWidget(new FastForwardLabel(player, head));
+    rows->addLayout(strip);
+    auto* vol = new QSlider(Qt::Horizontal, head);
     vol->setObjectName(QStringLiteral("HScroll1"));
     vol->setRange(v.HScroll1.min(), v.HScroll1.max());
     vol->setValue(v.HScroll1.get());
     connect(vol, &QSlider::valueChanged, this,
             [this, &v](int x) { guarded([&] { v.HScroll1.set(x); }); });
     subs_.push_back(v.HScroll1.subscribe([vol, &v] { vol->setValue(v.HScroll1.get()); }));
-    auto* limit = new QSlider(Qt::Vertical, this);
+    auto* limit = new QSlider(Qt::Horizontal, head);
     limit->setObjectName(QStringLiteral("VScroll1"));
     limit->setRange(v.VScroll1.min(), v.VScroll1.max());
     limit->setValue(v.VScroll1.get());
-    limit->setMaximumHeight(60);
+    limit->setMaximumWidth(70);
     connect(limit, &QSlider::valueChanged, this,
             [this, &v](int x) { guarded([&] { v.VScroll1.set(x); }); });
+    subs_.push_back(v.VScroll1.subscribe([limit, &v] { limit->setValue(v.VScroll1.get()); }));
     auto* volRow = new QHBoxLayout;
     volRow->addWidget(vol, 1);
     volRow->addWidget(limit);
-    volRow->addWidget(new QLabel(QStringLiteral("%"), this));
-    left->addLayout(volRow);
+    volRow->addWidget(new QLabel(QStringLiteral("%"), head));
+    rows->addLayout(volRow);
+    return head;
+}
 
-    file1_ = new QListWidget(this);
-    file1_->setObjectName(QStringLiteral("File1"));
-    file1_->viewport()->installEventFilter(this);
-    left->addWidget(file1_, 1);
-    subs_.push_back(v.File1List.subscribe([this] { fillList(); }));
-    subs_.push_back(v.File1ListIndex.subscribe([this, &v] {
-        if (file1_->currentRow() != v.File1ListIndex.get())
-            file1_->setCurrentRow(v.File1ListIndex.get());
-    }));
-    // Moving the selection with the keys loads nothing.
-    connect(file1_, &QListWidget::currentRowChanged, this,
-            [&v](int row) { v.File1ListIndex.set(row); });
-    fillList();
-
-    auto* buttons = new QGridLayout;
-    int n = 0;
-    auto add = [&](QPushButton* b) { buttons->addWidget(b, n / 3, n % 3), ++n; };
-    add(button("Command8", QStringLiteral("Manual Play"), &Command8_Click));
+// Manual Play, Pause, Fade; the speed and pitch rows; Mixer and Quit.
+QWidget* MainWindow::buildFoot() {
+    VelmorState& v = s_.velmor;
+    auto* foot = new QWidget(body_);
+    auto* grid = new QGridLayout(foot);
+    grid->setContentsMargins(8, 0, 8, 4);
+    grid->setVerticalSpacing(2);
+    grid->addWidget(button("Command8", QStringLiteral("Manual Play"), &Command8_Click), 0, 0, 1, 2);
     QPushButton* pause = button("Command10", v.Command10.text(), &Command10_Click);
     subs_.push_back(v.Command10.subscribe([pause, &v] { pause->setText(v.Command10.text()); }));
-    add(pause);
-    add(button("Command7", QStringLiteral("Fade"), &Command7_Click));
-    add(button("Command12", QStringLiteral("<"), &Command12_Click));
-    auto* speed = new QLineEdit(this);
-    speed->setObjectName(QStringLiteral("Speed"));
-    subs_.push_back(bindLineEdit(v.Speed, speed, &s.messages));
-    buttons->addWidget(speed, n / 3, n % 3), ++n;
-    add(button("Command13", QStringLiteral(">"), &Command13_Click));
-    add(button("Command18", QStringLiteral("<"), &Command18_Click));
-    auto* pitch = new QLineEdit(this);
-    pitch->setObjectName(QStringLiteral("Pitch"));
-    subs_.push_back(bindLineEdit(v.Pitch, pitch, &s.messages));
-    buttons->addWidget(pitch, n / 3, n % 3), ++n;
-    add(button("Command19", QStringLiteral(">"), &Command19_Click));
-    add(button("Command2", QStringLiteral("Change Path 1"), &SetPath));
-    add(button("Command14", QStringLiteral("Mixer"), &Mixer_Click));
+    grid->addWidget(pause, 0, 2);
+    grid->addWidget(button("Command7", QStringLiteral("Fade"), &Command7_Click), 0, 3);
+    auto valueRow = [&](int row, const QString& caption, const char* name, Field& f,
+                        QPushButton* down, QPushButton* up) {
+        grid->addWidget(new QLabel(caption, foot), row, 0);
+        auto* e = new QLineEdit(foot);
+        e->setObjectName(QString::fromLatin1(name));
+        subs_.push_back(bindLineEdit(f, e, &s_.messages));
+        grid->addWidget(down, row, 1);
+        grid->addWidget(e, row, 2);
+        grid->addWidget(up, row, 3);
+    };
+    valueRow(1, QStringLiteral("Speed"), "Speed", v.Speed,
+             button("Command12", QStringLiteral("<"), &Command12_Click),
+             button("Command13", QStringLiteral(">"), &Command13_Click));
+    valueRow(2, QStringLiteral("Pitch"), "Pitch", v.Pitch,
+             button("Command18", QStringLiteral("<"), &Command18_Click),
+             button("Command19", QStringLiteral(">"), &Command19_Click));
+    grid->addWidget(button("Command14", QStringLiteral("Mixer"), &Mixer_Click), 3, 0, 1, 2);
     // "Quit": the clients stop, the music here is released, the program ends.
-    auto* quit = new QPushButton(QStringLiteral("Quit"), this);
+    auto* quit = new QPushButton(QStringLiteral("Quit"), foot);
     quit->setObjectName(QStringLiteral("Command1"));
-    connect(quit, &QPushButton::clicked, this, [this, &s] {
-        guarded([&s] {
-            StopPlaying(s);
-            if (s.player) s.player->close();
+    connect(quit, &QPushButton::clicked, this, [this] {
+        guarded([this] {
+            StopPlaying(s_);
+            if (s_.player) s_.player->close();
         });
         close();
     });
-    add(quit);
-    left->addLayout(buttons);
+    grid->addWidget(quit, 3, 2, 1, 2);
+    return foot;
+}
 
-    // The setup fields, read by every part at each use.
+// The setup fields, read by every part at each use.
+QWidget* MainWindow::buildSetup() {
+    VelmorState& v = s_.velmor;
     auto* panel = new QWidget;
-    setup_ = new QFormLayout(panel);
-    addField("Text1", QStringLiteral("Path 1"), v.Text1);
-    addField("Text2", QStringLiteral("Type"), v.Text2);
-    addField("Text7", QStringLiteral("Path 2"), v.Text7);
-    addField("PDFDLY", QStringLiteral("PDF Delay"), v.PDFDLY);
-    addField("ClientDelay", QStringLiteral("Client Delay"), v.ClientDelay);
-    addField("FirstNote", QStringLiteral("1st Note Delay"), v.FirstNote);
-    addField("Text5", QStringLiteral("Tic Offset"), v.Text5);
-    addField("Text6", QStringLiteral("PDF Value"), v.Text6);
-    addField("ScrollOffset", QStringLiteral("Scroll Offset"), v.ScrollOffset);
-    addField("XOffset", QStringLiteral("X Offset"), v.XOffset);
-    addField("YOffset", QStringLiteral("Y Offset"), v.YOffset);
-    addField("AutoScroll", QStringLiteral("Auto Scroll"), v.AutoScroll);
-    addField("ScrollSpeed", QStringLiteral("Scroll Speed"), v.ScrollSpeed);
-    addField("ScrollStep", QStringLiteral("Scroll Step"), v.ScrollStep);
-    addField("AddNext", QStringLiteral("Add to Next"), v.AddNext);
-    addField("FadeT", QStringLiteral("Fade Time in seconds"), v.FadeT);
-    addField("BeepX", QStringLiteral("Beep"), v.BeepX);
-    addField("ZoomIt", QStringLiteral("Zoom This "), v.ZoomIt);
-    addField("PDFHeight", QStringLiteral("PDF Height"), v.PDFHeight);
-    addField("PDFWidth", QStringLiteral("PDF Width"), v.PDFWidth);
-    addField("PDFLeft", QStringLiteral("PDF Left"), v.PDFLeft);
-    addField("PDFLeftD", QStringLiteral("PDF L  Default"), v.PDFLeftD);
-    addCheck("LoadPDF", QStringLiteral("Load pdf"), v.LoadPDF);
-    addCheck("IGNNR", QStringLiteral("Ignore number at beginning of file for NWC"), v.IGNNR);
-    addCheck("NoCursor", QStringLiteral("No Cursor"), v.NoCursor);
-    addCheck("NoScroll", QStringLiteral("No Scroll"), v.NoScroll);
-    addCheck("NoPDFAdj", QStringLiteral("No 2nd PDF Adjustment"), v.NoPDFAdj);
-    addCheck("Scrn0", QStringLiteral("Scrn1"), v.Scrn0);
-    addCheck("Scrn1", QStringLiteral("Scrn 2"), v.Scrn1);
-    auto* scroll = new QScrollArea(this);
+    auto* form = new QFormLayout(panel);
+    form->setRowWrapPolicy(QFormLayout::DontWrapRows);
+    auto section = [&](const QString& title) { form->addRow(heading(title, panel)); };
+    section(QStringLiteral("Songs"));
+    addField(form, "Text1", QStringLiteral("Path 1"), v.Text1);
+    form->addRow(QString(), button("Command2", QStringLiteral("Change Path 1"), &SetPath));
+    addField(form, "Text2", QStringLiteral("Type"), v.Text2);
+    addField(form, "Text7", QStringLiteral("Path 2"), v.Text7);
+    addField(form, "PDFView", QStringLiteral("PDF Viewer"), v.PDFView);
+    addCheck(form, "IGNNR", QStringLiteral("Ignore number at beginning of file for NWC"), v.IGNNR);
+    addCheck(form, "IgnZ", QStringLiteral("Ignore MP3 files that start with Z"), v.IgnZ);
+    addCheck(form, "IgnX", QStringLiteral("Ignore MP3 files that start with X"), v.IgnX);
+    section(QStringLiteral("Timing"));
+    addField(form, "PDFDLY", QStringLiteral("PDF Delay"), v.PDFDLY, QStringLiteral("seconds"));
+    addField(form, "ClientDelay", QStringLiteral("Client Delay"), v.ClientDelay);
+    addField(form, "FirstNote", QStringLiteral("1st Note Delay"), v.FirstNote);
+    addField(form, "Text5", QStringLiteral("Tic Offset"), v.Text5);
+    addField(form, "FadeT", QStringLiteral("Fade Time"), v.FadeT, QStringLiteral("in seconds"));
+    addField(form, "BeepX", QStringLiteral("Beep"), v.BeepX);
+    section(QStringLiteral("Sheet"));
+    addField(form, "ZoomIt", QStringLiteral("Zoom This"), v.ZoomIt);
+    addField(form, "ZoomAll", QStringLiteral("Zoom ALL"), v.ZoomAll);
+    addField(form, "Text6", QStringLiteral("PDF Value"), v.Text6);
+    addField(form, "ScrollOffset", QStringLiteral("Scroll Offset"), v.ScrollOffset);
+    addField(form, "AddNext", QStringLiteral("Add to Next"), v.AddNext);
+    addField(form, "AutoScroll", QStringLiteral("Auto Scroll"), v.AutoScroll);
+    addField(form, "ScrollSpeed", QStringLiteral("Scroll Speed"), v.ScrollSpeed);
+    addField(form, "ScrollStep", QStringLiteral("Scroll Step"), v.ScrollStep);
+    addField(form, "XOffset", QStringLiteral("X Offset"), v.XOffset);
+    addField(form, "YOffset", QStringLiteral("Y Offset"), v.YOffset);
+    addField(form, "PDFHeight", QStringLiteral("PDF Height"), v.PDFHeight);
+    addField(form, "PDFWidth", QStringLiteral("PDF Width"), v.PDFWidth);
+    addField(form, "PDFLeft", QStringLiteral("PDF Left"), v.PDFLeft);
+    addField(form, "PDFLeftD", QStringLiteral("PDF L  Default"), v.PDFLeftD);
+    addCheck(form, "NoPDFAdj", QStringLiteral("No 2nd PDF Adjustment"), v.NoPDFAdj);
+    addCheck(form, "NoCursor", QStringLiteral("No Cursor"), v.NoCursor);
+    addCheck(form, "NoScroll", QStringLiteral("No Scroll"), v.NoScroll);
+    addCheck(form, "Scrn0", QStringLiteral("Scrn1"), v.Scrn0);
+    addCheck(form, "Scrn1", QStringLiteral("Scrn 2"), v.Scrn1);
+    section(QStringLiteral("Buttons"));
+    addCheck(form, "ShowB", QStringLiteral("Show Horizontal Buttons"), v.ShowB);
+    addCheck(form, "ShowVB", QStringLiteral("Show Vertical Buttons"), v.ShowVB);
+    addCheck(form, "FootControl", QStringLiteral("Foot Control"), v.FootControl);
+    section(QStringLiteral("Network"));
+    addField(form, "IPAddress", QStringLiteral("IP Address:"), v.IPAddress);
+    addField(form, "PortNr", QStringLiteral("Port:"), v.PortNr);
+    QWidget* server = addCheck(form, "IamaServer", QStringLiteral("I Am A Server"), v.IamaServer);
+    connect(static_cast<QCheckBox*>(server), &QCheckBox::clicked, this,
+            [this] { guarded([this] { IamaServer_MouseUp(s_); }); });
+    addCheck(form, "SendAS", QStringLiteral("Send AutoScroll"), v.SendAS);
+    form->addRow(QString(),
+                 button("Command11", QStringLiteral("Restore Settings"), &Command11_Click));
+    // The empty label: a press shows or hides the notation viewer's fields.
+    auto* label20 = new QLabel(panel);
+    label20->setObjectName(QStringLiteral("Label20"));
+    label20->setFrameShape(QFrame::Panel);
+    label20->setFrameShadow(QFrame::Sunken);
+    label20->setFixedSize(48, 16);
+    label20->setCursor(Qt::PointingHandCursor);
+    label20->installEventFilter(this);
+    form->addRow(QString(), label20);
+
+    auto* scroll = new QScrollArea(body_);
+    scroll->setObjectName(QStringLiteral("SetupPanel"));
     scroll->setWidget(panel);
     scroll->setWidgetResizable(true);
-    top->addWidget(scroll, 1);
-    resize(760, 560);
+    scroll->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    return scroll;
+}
+
+// The notation viewer's fields, shown by a press on Label20.
+QWidget* MainWindow::buildNwcFields() {
+    VelmorState& v = s_.velmor;
+    auto* box = new QWidget(body_);
+    auto* form = new QFormLayout(box);
+    form->addRow(heading(QStringLiteral("Notation viewer"), box));
+    addCheck(form, "LoadPDF", QStringLiteral("Load pdf"), v.LoadPDF);
+    addCheck(form, "CNWC", QStringLiteral("Control NWCViewer"), v.CNWC);
+    addCheck(form, "ZoomNWC", QStringLiteral("Zoom NWC to 50%"), v.ZoomNWC);
+    addCheck(form, "ZoomPDF", QStringLiteral("Zoom PDF to 100%"), v.ZoomPDF);
+    auto* label3 = new QLabel(QStringLiteral("NWCViewer"), box);
+    label3->setObjectName(QStringLiteral("Label3"));
+    form->addRow(label3);
+    QWidget* text3 = addField(form, "Text3", QStringLiteral("Path"), v.Text3, {}, "Label4");
+    // Text3's tip: one while its text changes, the other under the pointer.
+    connect(static_cast<QLineEdit*>(text3), &QLineEdit::textChanged, text3,
+            [text3] { text3->setToolTip(QString::fromLatin1(kText3ChangeTip)); });
+    text3->installEventFilter(this);
+    addField(form, "Text4", QStringLiteral("NWC Delay"), v.Text4, QStringLiteral("seconds"),
+             "Label5", "Label6");
+    return box;
+}
+
+void MainWindow::layoutAreas() {
+    const VelmorState& v = s_.velmor;
+    const bool large = v.ZM.text() == u"-Zoom";
+    if (px(v.WindowWidth.get()) != width() || px(v.WindowHeight.get()) != height())
+        resize(px(v.WindowWidth.get()), px(v.WindowHeight.get()));
+    const int h = body_->height();
+    head_->setGeometry(0, 0, px(kSmall), px(v.File1Top.get() > 0 ? v.File1Top.get() : 920));
+    QFont f = file1_->font();
+    f.setPointSize(v.File1FontSize.get());
+    file1_->setFont(f);
+    file1_->setGeometry(large ? 0 : 8, px(v.File1Top.get()), px(v.File1Width.get()),
+                        std::min(px(v.File1Height.get()), h - px(v.File1Top.get())));
+    const int footTop = file1_->geometry().bottom() + 4;
+    foot_->setGeometry(0, footTop, px(kSmall), std::max(0, h - footTop));
+    setup_->setGeometry(px(kSmall), 0, px(kSetupRight - kSmall), h);
+    nwc_->setGeometry(px(kSetupRight), 0, px(kNwcRight - kSetupRight), h);
+    head_->setVisible(!large);
+    foot_->setVisible(!large);
+    setup_->setVisible(!large);
+    nwc_->setVisible(!large && v.NWCFieldsVisible.get());
+}
+
+void MainWindow::resizeEvent(QResizeEvent* e) {
+    // A size given by the frame counts as the window's size.
+    VelmorState& v = s_.velmor;
+    if (px(v.WindowWidth.get()) != width()) v.WindowWidth.set(width() * 15.0);
+    if (px(v.WindowHeight.get()) != height()) v.WindowHeight.set(height() * 15.0);
+    QWidget::resizeEvent(e);
+    if (nwc_) layoutAreas();
 }
 
 void MainWindow::fillList() {
@@ -209,9 +365,14 @@ void MainWindow::fillList() {
 // A press on the list selects the entry under the mouse and runs the load
 // (left) or adds it to the play list (right); plain clicks do nothing more.
 // A press below the last entry runs the same with the selection as it
-// stands, which it keeps.
+// stands, which it keeps.  The page keys reach sheet window 1 also while
+// the list has the focus.
 bool MainWindow::eventFilter(QObject* watched, QEvent* e) {
-    if (watched == file1_->viewport() && e->type() == QEvent::MouseButtonPress) {
+    if (watched == body_) {
+        if (e->type() == QEvent::Resize && nwc_) layoutAreas();
+        return false;
+    }
+    if (file1_ && watched == file1_->viewport() && e->type() == QEvent::MouseButtonPress) {
         auto* me = static_cast<QMouseEvent*>(e);
         const int row = file1_->row(file1_->itemAt(me->position().toPoint()));
         if (row >= 0) s_.velmor.File1ListIndex.set(row);
@@ -222,7 +383,38 @@ bool MainWindow::eventFilter(QObject* watched, QEvent* e) {
         });
         return row < 0 || me->button() != Qt::LeftButton;
     }
+    if (watched == file1_ && e->type() == QEvent::KeyPress)
+        return pageKey(static_cast<QKeyEvent*>(e));
+    const QString name = watched->objectName();
+    if (name == u"Label20" && e->type() == QEvent::MouseButtonPress) {
+        guarded([this] { Label20_Click(s_); });
+        return true;
+    }
+    if (name == u"Text3" && e->type() == QEvent::Enter)
+        static_cast<QWidget*>(watched)->setToolTip(
+            QStringLiteral("Enter the path to NWCViewer in this box."));
     return QWidget::eventFilter(watched, e);
+}
+
+bool MainWindow::pageKey(QKeyEvent* e) {
+    bool taken = false;
+    if (e->text().size() == 1) guarded([&] { taken = Velmor_KeyPress(s_, e->text()[0]); });
+    return taken;
+}
+
+void MainWindow::keyPressEvent(QKeyEvent* e) {
+    if (!pageKey(e)) QWidget::keyPressEvent(e);
+}
+
+void MainWindow::mousePressEvent(QMouseEvent* e) {
+    guarded([this] { Velmor_Activity(s_); });
+    QWidget::mousePressEvent(e);
+}
+
+void MainWindow::changeEvent(QEvent* e) {
+    if (e->type() == QEvent::ActivationChange && isActiveWindow())
+        guarded([this] { Velmor_Activity(s_); });
+    QWidget::changeEvent(e);
 }
 
 void MainWindow::closeEvent(QCloseEvent* e) {
@@ -231,13 +423,6 @@ void MainWindow::closeEvent(QCloseEvent* e) {
         guarded(fn);
     }
     QWidget::closeEvent(e);
-}
-
-// The page keys work on the main window too.
-void MainWindow::keyPressEvent(QKeyEvent* e) {
-    bool taken = false;
-    if (e->text().size() == 1) guarded([&] { taken = sheetKeyPress(s_, e->text()[0]); });
-    if (!taken) QWidget::keyPressEvent(e);
 }
 
 void MainWindow::guarded(const std::function<void()>& handler) { runGuarded(s_.messages, handler); }
@@ -250,18 +435,35 @@ QPushButton* MainWindow::button(const char* name, const QString& caption,
     return b;
 }
 
-void MainWindow::addField(const char* name, const QString& caption, Field& f) {
-    auto* e = new QLineEdit(this);
+QWidget* MainWindow::addField(QFormLayout* form, const char* name, const QString& caption, Field& f,
+                              const QString& unit, const char* labelName, const char* unitName) {
+    QWidget* parent = form->parentWidget();
+    auto* e = new QLineEdit(parent);
     e->setObjectName(QString::fromLatin1(name));
     subs_.push_back(bindLineEdit(f, e, &s_.messages));
-    setup_->addRow(caption, e);
+    auto* label = new QLabel(caption, parent);
+    if (labelName) label->setObjectName(QString::fromLatin1(labelName));
+    if (unit.isEmpty()) {
+        form->addRow(label, e);
+        return e;
+    }
+    // A field with its unit after it ("seconds").
+    auto* row = new QHBoxLayout;
+    row->addWidget(e, 1);
+    auto* unitLabel = new QLabel(unit, parent);
+    if (unitName) unitLabel->setObjectName(QString::fromLatin1(unitName));
+    row->addWidget(unitLabel);
+    form->addRow(label, row);
+    return e;
 }
 
-void MainWindow::addCheck(const char* name, const QString& caption, Prop<int>& c) {
-    auto* b = new QCheckBox(caption, this);
+QWidget* MainWindow::addCheck(QFormLayout* form, const char* name, const QString& caption,
+                              Prop<int>& c) {
+    auto* b = new QCheckBox(caption, form->parentWidget());
     b->setObjectName(QString::fromLatin1(name));
     subs_.push_back(bindCheckBox(c, b, &s_.messages));
-    setup_->addRow(QString(), b);
+    form->addRow(QString(), b);
+    return b;
 }
 
 } // namespace mv

@@ -2,7 +2,10 @@
 // The main window "Velmor" (caption "Media Player"): the player's control
 // area, the song list File1, the transport buttons and the setup fields as
 // live controls, all mirrors of Session state.  Handlers stay thin: they
-// call the subsystems.
+// call the subsystems.  Its three sizes come from the setup's logic
+// (core/setup_screen.h): small, the list and the buttons; with "Setup" the
+// setup panel beside them; with the empty label Label20 the notation
+// viewer's fields too.  The large list of "Zoom" fills the window.
 
 #include "core/observable.h"
 
@@ -13,6 +16,7 @@
 class QListWidget;
 class QFormLayout;
 class QPushButton;
+class QLabel;
 
 namespace mv {
 
@@ -31,19 +35,38 @@ class MainWindow : public QWidget {
   protected:
     bool eventFilter(QObject* watched, QEvent* e) override;
     void keyPressEvent(QKeyEvent* e) override;
+    void mousePressEvent(QMouseEvent* e) override;
+    void changeEvent(QEvent* e) override;
     void closeEvent(QCloseEvent* e) override;
+    void resizeEvent(QResizeEvent* e) override;
 
   private:
-    void addField(const char* name, const QString& caption, Field& f);
-    void addCheck(const char* name, const QString& caption, Prop<int>& c);
+    void buildMenu(QLayout* outer);
+    QWidget* buildHead(MediaPlayer& player);
+    QWidget* buildFoot();
+    QWidget* buildSetup();
+    QWidget* buildNwcFields();
+    // A field with its caption (and a unit after it); the line edit.
+    QWidget* addField(QFormLayout* form, const char* name, const QString& caption, Field& f,
+                      const QString& unit = {}, const char* labelName = nullptr,
+                      const char* unitName = nullptr);
+    QWidget* addCheck(QFormLayout* form, const char* name, const QString& caption, Prop<int>& c);
     QPushButton* button(const char* name, const QString& caption, void (*handler)(Session&));
     void fillList();
+    // Places the areas for the window's size and the list's place (twips).
+    void layoutAreas();
+    // A page key of the window, also while the list has the focus.
+    bool pageKey(QKeyEvent* e);
     // Every handler of a user event runs under the last guard (runGuarded).
     void guarded(const std::function<void()>& handler);
 
     Session& s_;
-    QListWidget* file1_;
-    QFormLayout* setup_;
+    QWidget* body_ = nullptr; // everything under the menu bar
+    QWidget* head_ = nullptr; // the player's area and the sliders
+    QListWidget* file1_ = nullptr;
+    QWidget* foot_ = nullptr;  // speed, pitch and the buttons
+    QWidget* setup_ = nullptr; // the setup panel
+    QWidget* nwc_ = nullptr;   // the notation viewer's fields
     std::vector<Subscription> subs_;
 };
 

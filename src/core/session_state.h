@@ -121,12 +121,24 @@ struct VelmorState {
     Prop<QStringList> File1List;
     Prop<int> File1ListIndex{-1};
     QString File1Path, File1Pattern; // the folder and pattern the list shows
-    // The Audio Out menu: TXS0..TXS6 captions, and the checked entry
-    // (-1 TXDF "Default", 0..6 TXSn, -2 none).
+    // The Audio Out menu: TXS0..TXS6 captions, and the check marks, one bit
+    // an entry: bit 0 TXDF "Default", bit 1 + n TXSn.  A click leaves one
+    // mark; a settings file may bring back several.
     QStringList AudioOutNames;
-    Prop<int> AudioOutChecked{-2};
-    // The window's place on the screen, in twips (kept by the window).
-    double WindowTop = 0, WindowLeft = 1, WindowHeight = 7065;
+    Prop<int> AudioOutChecks{0};
+    bool audioOutChecked(int entry) const { return (AudioOutChecks.get() >> (entry + 1)) & 1; }
+    // The window's place on the screen, in twips (kept by the window), and
+    // its size, which the setup and the large list change.
+    double WindowTop = 0, WindowLeft = 1;
+    Prop<double> WindowWidth{4785}, WindowHeight{7065};
+    // The list File1's place in the window (twips) and its font size: the
+    // large list of the "Zoom" menu fills the window.
+    Prop<double> File1Width{4320}, File1Top{920}, File1Height{3950};
+    Prop<int> File1FontSize{10};
+    // The notation viewer's fields of the setup (ZoomPDF, Label5, Text4,
+    // Label6, CNWC, LoadPDF, ZoomNWC, Label3, Label4, Text3), shown by a
+    // click on the empty label Label20.
+    Prop<bool> NWCFieldsVisible{false};
     QString Line24; // a reserved settings line, written back as read
     QString File1FileName() const {
         const int i = File1ListIndex.get();
@@ -295,8 +307,13 @@ struct Session {
     std::function<void(const QString& token)> sendToClients;
     // Writes "Mellivane.ini" from the setup fields.
     std::function<void()> SaveVelmor;
-    // The "Zoom" menu's click: the large list and back.
-    std::function<void()> ZM_Click;
+    // Menu entries and check boxes of the main window whose features are
+    // installed by their own subsystems: "Load Adobe 2", "Connect", "Help",
+    // "Control NWCViewer" and the panels' check boxes.
+    std::function<void()> LA2_Click, ConnectIt_Click, HH_Click, CNWC_Click;
+    std::function<void()> ShowB_Click, ShowVB_Click, FootControl_Click;
+    // Loads and shows sheet window 1, and unloads it.
+    std::function<void()> showSheet1, unloadSheet1;
     std::function<void()> focusMainWindow;
     // Gives the input focus to the named window ("AdobeF", "AdobeF2").
     std::function<void(const QString& window)> giveFocus;

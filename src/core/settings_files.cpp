@@ -2,6 +2,7 @@
 
 #include "core/file_lookup.h"
 #include "core/session_state.h"
+#include "core/setup_screen.h"
 
 #include <QDir>
 
@@ -75,14 +76,14 @@ void SaveVelmor(Session& s) {
                                printForm(s.g.ButtonStripLeft),
                                printForm(f.Left),
                                printForm(f.Top),
-                               state(v.AudioOutChecked.get() == -1),
-                               state(v.AudioOutChecked.get() == 0),
-                               state(v.AudioOutChecked.get() == 1),
-                               state(v.AudioOutChecked.get() == 2),
-                               state(v.AudioOutChecked.get() == 3),
-                               state(v.AudioOutChecked.get() == 4),
-                               state(v.AudioOutChecked.get() == 5),
-                               state(v.AudioOutChecked.get() == 6),
+                               state(v.audioOutChecked(-1)),
+                               state(v.audioOutChecked(0)),
+                               state(v.audioOutChecked(1)),
+                               state(v.audioOutChecked(2)),
+                               state(v.audioOutChecked(3)),
+                               state(v.audioOutChecked(4)),
+                               state(v.audioOutChecked(5)),
+                               state(v.audioOutChecked(6)),
                                v.IPAddress.text(),
                                v.PortNr.text(),
                                printForm(v.IamaServer.get()),
@@ -138,8 +139,9 @@ bool readLines1to37(Session& s, const std::function<void()>& onShowSheet1) {
             case 5: v.Text4.setText(l); break;
             case 6: {
                 const double top = val(l);
-                v.WindowTop =
-                    top >= 0 && top < s.screenHeight - 500 ? top : s.screenHeight - v.WindowHeight;
+                v.WindowTop = top >= 0 && top < s.screenHeight - 500
+                                  ? top
+                                  : s.screenHeight - v.WindowHeight.get();
                 break;
             }
             case 7: v.WindowLeft = 1; break;
@@ -166,7 +168,8 @@ bool readLines1to37(Session& s, const std::function<void()>& onShowSheet1) {
             case 22: v.WindowLeft = 1; break;
             case 23: {
                 const double top = val(l);
-                v.WindowTop = !(s.screenHeight - 500 < top) ? top : s.screenHeight - v.WindowHeight;
+                v.WindowTop =
+                    !(s.screenHeight - 500 < top) ? top : s.screenHeight - v.WindowHeight.get();
                 break;
             }
             case 24: v.Line24 = l; break;
@@ -181,9 +184,9 @@ bool readLines1to37(Session& s, const std::function<void()>& onShowSheet1) {
                 break;
             case 28: break; // the sheet window's left: only ever written
             case 29: s.adobeF.Top = 1; break;
-            default: // 30..37: the Audio Out menu, TXDF then TXS0..TXS6
-                if (l != u"False") {
-                    v.AudioOutChecked.set(line - 31);
+            default:                 // 30..37: the Audio Out menu, TXDF then TXS0..TXS6
+                if (l != u"False") { // each such line keeps its mark
+                    v.AudioOutChecks.set(v.AudioOutChecks.get() | 1 << (line - 30));
                     s.g.SoundDevice = line - 31;
                 }
                 break;
@@ -194,11 +197,12 @@ bool readLines1to37(Session& s, const std::function<void()>& onShowSheet1) {
     return true;
 }
 
-void readLines38to60(Session& s) {
+namespace {
+
+// Line `line` (38..60) of "Mellivane.ini": a bad check box value fails.
+void readLine38to60(Session& s, int line, const QString& l) {
     VelmorState& v = s.velmor;
-    for (int line = 38; line <= 60; ++line) {
-        if (!s.files.isOpen(kFile) || s.files.eof(kFile)) break;
-        const QString l = s.files.readLine(kFile);
+    {
         switch (line) {
         case 38: v.IPAddress.setText(l); break;
         case 39: v.PortNr.setText(l); break;
@@ -221,7 +225,7 @@ void readLines38to60(Session& s) {
         case 56:
             // "-Zoom" brings the large list back through the menu's click.
             v.ZM.setText(l == u"-Zoom" ? QStringLiteral("Zoom") : l);
-            if (l == u"-Zoom" && s.ZM_Click) s.ZM_Click();
+            if (l == u"-Zoom") ZM_Click(s);
             break;
         case 57:
             s.g.PDFLeftDefault = l;
@@ -230,6 +234,23 @@ void readLines38to60(Session& s) {
         case 58: v.NoScroll.set(readFlag(l)); break;
         case 59: v.FootControl.set(readFlag(l)); break;
         case 60: v.PDFLeftD.setText(l); break;
+        }
+    }
+}
+
+} // namespace
+
+void readLines38to60(Session& s, bool failuresEnd) {
+    for (int line = 38; line <= 60; ++line) {
+        if (!s.files.isOpen(kFile) || s.files.eof(kFile)) break;
+        const QString l = s.files.readLine(kFile);
+        try {
+            readLine38to60(s, line, l);
+        } catch (const Failure&) {
+            if (failuresEnd) {
+                s.files.close(kFile);
+                throw;
+            }
         }
     }
     s.files.close(kFile);

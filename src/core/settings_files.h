@@ -25,11 +25,13 @@ void SaveVelmor(Session& s);
 // it as file number 1 (false when it does not exist); readLines1to37 fills
 // the controls of lines 1 to 37, ignoring a bad line, and is false when the
 // file ended before line 37 (the file is then closed); readLines38to60 reads
-// the rest, and a failure there (a check box value out of 0..2) ends it,
-// reaching the caller.  `onShowSheet1` runs where a line shows sheet window 1.
+// the rest: with `failuresEnd` a failure there (a check box value out of
+// 0..2) ends it, reaching the caller; without, a bad line is passed over and
+// the lines after it are read all the same.  `onShowSheet1` runs where a
+// line shows sheet window 1.
 bool openSettings(Session& s);
 bool readLines1to37(Session& s, const std::function<void()>& onShowSheet1);
-void readLines38to60(Session& s);
+void readLines38to60(Session& s, bool failuresEnd = true);
 
 // "AdobeFx.ini": the top and left of sheet window 1.  read: false without
 // the file.  The top is written as 0 when off the screen.

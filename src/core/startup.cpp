@@ -57,8 +57,8 @@ void startUp(Session& s, const StartupHooks& h, const QString& demoRoot) {
             complete = readLines1to37(s, h.showSheet1);
         }
         if (complete) {
-            if (v.AudioOutChecked.get() == -2) v.AudioOutChecked.set(-1); // 4
-            if (h.adjustAll) h.adjustAll();                               // 5
+            if (v.AudioOutChecks.get() == 0) v.AudioOutChecks.set(1); // 4: TXDF
+            if (h.adjustAll) h.adjustAll();                           // 5
             // The list has the settings' pattern but not yet their folder:
             // the Z group is counted over the working directory.
             v.File1Path = s.configDir; // 6
@@ -75,11 +75,8 @@ void startUp(Session& s, const StartupHooks& h, const QString& demoRoot) {
                     h.showSheet1();
                 viewerStep = true; // 8
             }
-            try {
-                readLines38to60(s); // 9, 10
-            } catch (const Failure&) {
-                if (viewerStep) throw;
-            }
+            // Before the viewer step failures are passed over line by line.
+            readLines38to60(s, viewerStep); // 9, 10
         }
         s.files.close(1);                           // 11
         if (h.focusMainWindow) h.focusMainWindow(); // 12
@@ -96,6 +93,9 @@ void startUp(Session& s, const StartupHooks& h, const QString& demoRoot) {
 
 void shutDown(Session& s, const StartupHooks& h) {
     try {
+        // A minimised main window is restored first, so that the place
+        // saved is a real one.
+        if (h.restoreMainWindow) h.restoreMainWindow();
         if (h.unloadWindows) h.unloadWindows();
         SaveVelmor(s);
         s.files.close(1);

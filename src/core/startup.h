@@ -17,6 +17,8 @@ struct StartupHooks {
     std::function<void()> focusMainWindow;
     std::function<void()> listen; // the server's socket starts listening
     std::function<void()> showMainWindow;
+    // Restores a minimised main window and takes its place into the session.
+    std::function<void()> restoreMainWindow;
     std::function<void()> unloadWindows; // sheet windows, play list, help, index
     std::function<void()> closeNotationViewer;
 };

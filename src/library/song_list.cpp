@@ -22,7 +22,8 @@ QStringList listSongs(const QString& folder, const QString& pattern) {
         res << QRegularExpression(QRegularExpression::wildcardToRegularExpression(p.trimmed()),
                                   QRegularExpression::CaseInsensitiveOption);
     QStringList out;
-    for (const QString& name : dir.entryList(QDir::Files | QDir::Hidden)) {
+    // Hidden files (".name") are no songs.
+    for (const QString& name : dir.entryList(QDir::Files)) {
         for (const auto& re : res)
             if (re.match(name).hasMatch()) {
                 out << name;

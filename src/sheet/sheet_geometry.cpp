@@ -3,9 +3,36 @@
 #include "core/session_state.h"
 #include "sheet/pdf_viewer.h"
 
+#include <algorithm>
 #include <cmath>
 
 namespace mv {
+
+namespace {
+// Room for the window manager's frame between the main window and the
+// sheet window.
+constexpr double kFrameGap = 300;
+} // namespace
+
+TwipRect fitInto(TwipRect r, const TwipRect& screen) {
+    r.width = std::min(r.width, screen.width);
+    r.height = std::min(r.height, screen.height);
+    r.left = std::clamp(r.left, screen.left, screen.right() - r.width);
+    r.top = std::clamp(r.top, screen.top, screen.bottom() - r.height);
+    return r;
+}
+
+TwipRect sheetOnePlace(const Session& s, bool placeFileRead, const TwipRect& screen) {
+    const VelmorState& v = s.velmor;
+    TwipRect r{screen.left, 1, v.PDFWidth.value(), screen.height};
+    if (placeFileRead) {
+        r = {s.adobeF.Left, s.adobeF.Top, v.PDFWidth.value(), v.PDFHeight.value()};
+    } else {
+        r.left = v.WindowLeft + v.WindowWidth.get() + kFrameGap;
+        r.width = std::min(r.width, screen.right() - r.left);
+    }
+    return fitInto(r, screen);
+}
 
 int viewerZoomOf(const Session& s) {
     try {

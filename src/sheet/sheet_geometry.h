@@ -9,6 +9,24 @@ namespace mv {
 
 struct Session;
 
+// A place on the screen, in twips.
+struct TwipRect {
+    double left = 0, top = 0, width = 0, height = 0;
+    double right() const { return left + width; }
+    double bottom() const { return top + height; }
+};
+
+// `r` made no larger than `screen` and moved inside it.
+TwipRect fitInto(TwipRect r, const TwipRect& screen);
+
+// Where sheet window 1 opens on `screen` (the part of the screen free of
+// panels).  Top 1 and the screen's height; with "AdobeFx.ini" read
+// (`placeFileRead`) the top and left it gave (Session::adobeF) and the
+// setup's PDF Height and PDF Width; without it the built-in width, beside
+// the main window at its place and size, so that neither hides the other.
+// Fitted into the screen in the end.
+TwipRect sheetOnePlace(const Session& s, bool placeFileRead, const TwipRect& screen);
+
 // Wires the change behaviours.  Call once.
 void installSheetGeometry(Session& s);
 

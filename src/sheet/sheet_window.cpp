@@ -2,7 +2,9 @@
 
 #include "core/qt_bind.h"
 #include "core/session_state.h"
+#include "core/settings_files.h"
 #include "sheet/navigation.h"
+#include "sheet/sheet_geometry.h"
 
 #include <QCheckBox>
 #include <QCloseEvent>
@@ -12,7 +14,9 @@
 #include <QMouseEvent>
 #include <QPainter>
 #include <QPushButton>
+#include <QScreen>
 #include <QScrollBar>
+#include <QTimer>
 
 namespace mv {
 
@@ -62,7 +66,7 @@ class LightWidget : public QWidget {
 
 SheetWindow::SheetWindow(Session& s, QWidget* viewer, QWidget* parent) : QWidget(parent), s_(s) {
     setObjectName(QStringLiteral("AdobeF"));
-    setWindowTitle(QStringLiteral("Adobe Reader"));
+    setWindowTitle(QStringLiteral("Sheet"));
     SheetOneState& f = s.adobeF;
 
     picture3_ = new QWidget(this);
@@ -238,14 +242,14 @@ SheetWindow::SheetWindow(Session& s, QWidget* viewer, QWidget* parent) : QWidget
     subs_.push_back(bindVisible(f.Visible, this));
     // The window's size follows the setup's PDF Width and PDF Height.
     subs_.push_back(s.velmor.PDFHeight.subscribe(
-        [this, &s] { resize(width(), px(s.velmor.PDFHeight.value())); }));
+        [this, &s] { fitSize(width() * 15.0, s.velmor.PDFHeight.value()); }));
     subs_.push_back(s.velmor.PDFWidth.subscribe([this, &s] {
-        resize(px(s.velmor.PDFWidth.value()), height());
+        fitSize(s.velmor.PDFWidth.value(), height() * 15.0);
         s.adobeF.Width.set(s.velmor.PDFWidth.value());
     }));
 
     s.g.ButtonStripLeft = f.VScroll1Left.get();
-    resize(px(s.velmor.PDFWidth.value()), px(s.velmor.PDFHeight.value()));
+    fitSize(s.velmor.PDFWidth.value(), s.velmor.PDFHeight.value());
     f.Width.set(s.velmor.PDFWidth.value());
     place(picture3_, 0, 0, 14310, 12455);
     place(acroPDF1_, 0, 0, 14745, 12450);
@@ -345,9 +349,67 @@ void SheetWindow::guarded(const std::function<void()>& handler) {
     runGuarded(s_.messages, handler);
 }
 
+// Closing the window keeps its place in "AdobeFx.ini" at once.
 void SheetWindow::closeEvent(QCloseEvent* e) {
     s_.adobeF.Visible.set(false);
+    guarded([this] { writeAdobeFx(s_); });
     QWidget::closeEvent(e);
+}
+
+// The window's place on the screen (its frame's top left), for the
+// recorder's frame and for "AdobeFx.ini".
+void SheetWindow::moveEvent(QMoveEvent* e) {
+    s_.adobeF.Left = x() * 15.0;
+    s_.adobeF.Top = y() * 15.0;
+    QWidget::moveEvent(e);
+}
+
+namespace {
+
+TwipRect twipsOf(const QRect& r) {
+    return {r.x() * 15.0, r.y() * 15.0, r.width() * 15.0, r.height() * 15.0};
+}
+
+} // namespace
+
+void SheetWindow::setOuterPlace(const TwipRect& r) {
+    // The frame's share: known once the window manager has framed the
+    // window; before, room for a title bar is kept.
+    const QRect frame = frameGeometry();
+    const bool framed = isVisible() && frame.height() > height();
+    const int dw = framed ? frame.width() - width() : 0;
+    const int dh = framed ? frame.height() - height() : 30;
+    move(px(r.left), px(r.top));
+    resize(std::max(1, px(r.width) - dw), std::max(1, px(r.height) - dh));
+}
+
+void SheetWindow::placeOnScreen(bool placeFileRead) {
+    QScreen* sc = screen();
+    if (!sc) return;
+    const TwipRect avail = twipsOf(sc->availableGeometry());
+    const TwipRect r = sheetOnePlace(s_, placeFileRead, avail);
+    setOuterPlace(r);
+    // Once framed, the frame is taken off the size so that all of the
+    // window stays on the screen.
+    QTimer::singleShot(300, this, [this, avail] {
+        if (QScreen* now = screen()) {
+            const TwipRect framed = twipsOf(frameGeometry());
+            setOuterPlace(fitInto(framed, twipsOf(now->availableGeometry())));
+        } else {
+            setOuterPlace(avail);
+        }
+    });
+}
+
+void SheetWindow::fitSize(double widthTwips, double heightTwips) {
+    const QScreen* sc = screen();
+    if (!sc) return resize(px(widthTwips), px(heightTwips));
+    const QRect avail = sc->availableGeometry();
+    const QRect frame = frameGeometry();
+    const int dw = std::max(0, frame.width() - width());
+    const int dh = std::max(0, frame.height() - height());
+    resize(std::min(px(widthTwips), avail.width() - dw),
+           std::min(px(heightTwips), avail.height() - dh));
 }
 
 QPushButton* SheetWindow::button(const char* name, const QString& caption) {

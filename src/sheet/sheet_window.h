@@ -1,5 +1,5 @@
 #pragma once
-// Sheet window 1, "AdobeF" (caption "Adobe Reader"): the carrier Picture3
+// Sheet window 1, "AdobeF" (caption "Sheet"): the carrier Picture3
 // holding the PDF viewer, moved up by the scroll value V; the cursor
 // Picture1 above it in the window's own coordinates; the button strip with
 // the readout fields, laid out by AdjustAll from the left edge of VScroll1.
@@ -52,12 +52,18 @@ class SheetWindow : public QWidget {
     std::function<void(bool leftDown, double x, double y)> cursorMoved;
     std::function<void()> cursorReleased;
 
+    // Opens the window where sheetOnePlace says, on the screen it is on
+    // (`placeFileRead`: "AdobeFx.ini" was read), and keeps it inside that
+    // screen, frame included, once the window manager has framed it.
+    void placeOnScreen(bool placeFileRead);
+
     QWidget* carrier() const { return picture3_; }
     QWidget* viewer() const { return acroPDF1_; }
     QWidget* cursorWidget() const { return picture1_; }
 
   protected:
     void closeEvent(QCloseEvent* e) override;
+    void moveEvent(QMoveEvent* e) override;
     void keyPressEvent(QKeyEvent* e) override;
     void mousePressEvent(QMouseEvent* e) override;
     void mouseMoveEvent(QMouseEvent* e) override;
@@ -69,6 +75,11 @@ class SheetWindow : public QWidget {
     void place(QWidget* w, double left, double top, double width = -1, double height = -1);
     void placeCarrier();
     void placeCursor();
+    // Sets the window's outer place (frame included) to `r`, in twips.
+    void setOuterPlace(const struct TwipRect& r);
+    // The window's size after a change of PDF Height or PDF Width, no larger
+    // than the screen.
+    void fitSize(double widthTwips, double heightTwips);
     // A mouse event on the carrier, the viewer or the cursor: left presses
     // are the sheet's clicks (recording takes them), the cursor's moves and
     // releases go to the drag.  True when the event is used up.

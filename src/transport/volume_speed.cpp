@@ -33,7 +33,7 @@ void SetPitch(Session& s) {
 }
 
 void AudioOut_Click(Session& s, int entry) {
-    s.velmor.AudioOutChecked.set(entry);
+    s.velmor.AudioOutChecks.set(1 << (entry + 1));
     s.g.SoundDevice = entry;
     setsound(s);
 }

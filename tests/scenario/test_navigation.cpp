@@ -250,3 +250,37 @@ TEST_F(NavigationTest, RightDragOnTheFreeSurfaceMovesTheStripAndWidensTheWindow)
 }
 
 } // namespace
+
+// Where sheet window 1 opens: beside the main window without a place file,
+// where the file says with one; inside the screen either way.
+TEST(SheetPlace, BesideTheMainWindowOrFromThePlaceFileAndInsideTheScreen) {
+    VirtualClock clock;
+    FakeMessages messages;
+    Session s(clock, messages);
+    const TwipRect hd{0, 0, 28800, 16200}, narrow{0, 0, 19200, 15360}, tall{0, 0, 24000, 21000};
+    struct Case {
+        const char* what;
+        bool file;
+        double top, left;
+        TwipRect screen, want;
+    };
+    const Case cases[] = {
+        // Top 1 and the screen's height do not fit by one twip: the top goes to 0.
+        {"first start", false, 0, 0, hd, {5086, 0, 16505, 16200}},
+        {"first start, narrow screen", false, 0, 0, narrow, {5086, 0, 14114, 15360}},
+        {"place file", true, 1500, 3000, tall, {3000, 1500, 16505, 19500}},
+        {"place file, too tall", true, 1500, 3000, hd, {3000, 0, 16505, 16200}},
+        {"place file, off the right", true, 0, 30000, hd, {12295, 0, 16505, 16200}},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.what);
+        s.adobeF.Top = c.top;
+        s.adobeF.Left = c.left;
+        const TwipRect r = sheetOnePlace(s, c.file, c.screen);
+        EXPECT_EQ((std::array{r.left, r.top, r.width, r.height}),
+                  (std::array{c.want.left, c.want.top, c.want.width, c.want.height}));
+        if (!c.file) {
+            EXPECT_GT(r.left, s.velmor.WindowLeft + s.velmor.WindowWidth.get());
+        }
+    }
+}

@@ -279,7 +279,7 @@ TEST_F(TransportTest, PitchOnlySaysItIsNotThereAndAudioOutRoutesTheSound) {
     s.velmor.AudioOutNames = {"pulse/a", "pulse/b"};
     AudioOut_Click(s, 1);
     EXPECT_EQ(s.g.SoundDevice, 1);
-    EXPECT_EQ(s.velmor.AudioOutChecked.get(), 1);
+    EXPECT_EQ(s.velmor.AudioOutChecks.get(), 1 << 2);
     EXPECT_EQ(player.calls.last(), "device(pulse/b)");
     AudioOut_Click(s, -1);
     EXPECT_EQ(player.calls.last(), "device()");

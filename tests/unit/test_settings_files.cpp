@@ -46,7 +46,7 @@ TEST_F(SettingsTest, SaveWritesSixtyLinesInTheirKindsAndReadsBackTheSame) {
     v.ScrollOffset.setText(" 450 ");
     v.WindowTop = 1234.5;
     s.g.ButtonStripLeft = 15000;
-    v.AudioOutChecked.set(2);
+    v.AudioOutChecks.set(1 << 3); // TXS2
     s.g.PDFLeftDefault = "-300";
     v.PDFLeftD.setText("-300");
     SaveVelmor(s);
@@ -205,7 +205,7 @@ TEST_F(SettingsTest, FirstRunStartsOnTheDemoAndShutDownLeavesAFileTheNextStartRe
     EXPECT_EQ(s.velmor.Text1.text(), demo.path() + "/songs");
     EXPECT_EQ(s.velmor.File1List.get(), QStringList{"Tune.pdf"});
     EXPECT_EQ(s.g.SoundDevice, -1);
-    EXPECT_EQ(s.velmor.AudioOutChecked.get(), -2); // nothing checked on a first run
+    EXPECT_EQ(s.velmor.AudioOutChecks.get(), 0); // nothing checked on a first run
     EXPECT_EQ(shown, 1);
     s.velmor.PlayedList = "/a/x.mp3,/a/y.mp3,";
     s.velmor.FadeT.setText("5");
@@ -218,8 +218,73 @@ TEST_F(SettingsTest, FirstRunStartsOnTheDemoAndShutDownLeavesAFileTheNextStartRe
     startUp(again, h, demo.path());
     EXPECT_EQ(again.velmor.FadeT.text(), "5");
     EXPECT_EQ(again.velmor.PlayedList, "/a/x.mp3,/a/y.mp3,");
-    EXPECT_EQ(again.velmor.AudioOutChecked.get(), -1); // a full file checks Default
+    EXPECT_EQ(again.velmor.AudioOutChecks.get(), 1); // a full file checks Default
     EXPECT_EQ(again.velmor.File1List.get(), QStringList{"Tune.pdf"});
+}
+
+// Files that an earlier reader got wrong: each is read by start-up (with no
+// notation viewer) and written back by shut-down.
+TEST_F(SettingsTest, FilesThatCameBackWrongComeBackAsSaved) {
+    s.velmor.Text1.setText(dir.path());
+    s.velmor.AudioOutChecks.set(1); // Default, as start-up leaves it
+    SaveVelmor(s);
+    const QStringList saved = lines();
+    struct Case {
+        const char* what;
+        std::vector<std::pair<int, const char*>> edits; // line (from 1), text
+        std::function<void(const Session&)> check;
+    };
+    const std::vector<Case> cases = {
+        {"a bad line after 37 with no viewer step drops nothing after it",
+         {{40, "7"}, {41, "2.5"}, {50, "800"}, {59, "TRUE"}, {60, "-150"}},
+         [](const Session& r) {
+             EXPECT_EQ(r.velmor.ClientDelay.text(), "2.5");
+             EXPECT_EQ(r.velmor.BeepX.text(), "800");
+             EXPECT_EQ(r.velmor.FootControl.get(), 1);
+             EXPECT_EQ(r.velmor.PDFLeftD.text(), "-150");
+         }},
+        {"the large list comes back",
+         {{56, "-Zoom"}},
+         [](const Session& r) {
+             EXPECT_EQ(r.velmor.ZM.text(), "-Zoom");
+             EXPECT_EQ(r.velmor.File1FontSize.get(), 18);
+             EXPECT_EQ(r.velmor.WindowWidth.get(), 10250);
+         }},
+        {"several Audio Out marks each stay",
+         {{30, "False"}, {31, "True"}, {33, "True"}},
+         [](const Session& r) {
+             EXPECT_FALSE(r.velmor.audioOutChecked(-1));
+             EXPECT_TRUE(r.velmor.audioOutChecked(0));
+             EXPECT_TRUE(r.velmor.audioOutChecked(2));
+             EXPECT_EQ(r.g.SoundDevice, 2);
+         }},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.what);
+        QStringList l = saved;
+        for (const auto& [line, text] : c.edits)
+            l[line - 1] = text;
+        write(l);
+        Session r(clock, messages);
+        r.configDir = dir.path();
+        StartupHooks h;
+        startUp(r, h, {});
+        c.check(r);
+        shutDown(r, h);
+        QStringList want = l;
+        if (c.edits[0].first == 40) want[39] = saved[39]; // the bad value is not kept
+        EXPECT_EQ(lines(), want);
+    }
+    EXPECT_TRUE(messages.shown.isEmpty());
+}
+
+// Shut-down restores a minimised main window before its place is saved.
+TEST_F(SettingsTest, ShutDownSavesTheRestoredPlaceOfTheMainWindow) {
+    StartupHooks h;
+    s.velmor.WindowTop = -32000; // where a minimised window reports itself
+    h.restoreMainWindow = [&] { s.velmor.WindowTop = 2250; };
+    shutDown(s, h);
+    EXPECT_EQ(lines()[5], "2250");
 }
 
 } // namespace

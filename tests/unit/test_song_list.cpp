@@ -28,9 +28,9 @@ struct SongListTest : ::testing::Test {
 TEST(SongList, PatternWithoutCaseAndCaseInsensitiveOrderWithZAtTheEnd) {
     QTemporaryDir d;
     for (const char* n :
-         {"b.pdf", "A.PDF", "Zebra.pdf", "c.mp3", "02 Song.pdf", "zeta.PDF", "a.map"})
+         {"b.pdf", "A.PDF", "Zebra.pdf", "c.mp3", "02 Song.pdf", "zeta.PDF", "a.map", ".b.pdf"})
         touch(d, n);
-    QDir(d.path()).mkdir("folder.pdf"); // folders are no songs
+    QDir(d.path()).mkdir("folder.pdf"); // folders and hidden files are no songs
     EXPECT_EQ(listSongs(d.path(), "*.PDF"),
               (QStringList{"02 Song.pdf", "A.PDF", "b.pdf", "Zebra.pdf", "zeta.PDF"}));
     EXPECT_EQ(listSongs(d.path(), "*.mp3;*.map"), (QStringList{"a.map", "c.mp3"}));
