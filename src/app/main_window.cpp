@@ -24,6 +24,7 @@
 #include <QMenu>
 #include <QMenuBar>
 #include <QMouseEvent>
+#include <QMoveEvent>
 #include <QPushButton>
 #include <QScrollArea>
 #include <QSlider>
@@ -415,6 +416,13 @@ void MainWindow::changeEvent(QEvent* e) {
     if (e->type() == QEvent::ActivationChange && isActiveWindow())
         guarded([this] { Velmor_Activity(s_); });
     QWidget::changeEvent(e);
+}
+
+// The window's top is settings line 6: kept as the window moves, so that
+// File "Save" writes where the window stands now.
+void MainWindow::moveEvent(QMoveEvent* e) {
+    s_.velmor.WindowTop = y() * 15.0;
+    QWidget::moveEvent(e);
 }
 
 void MainWindow::closeEvent(QCloseEvent* e) {

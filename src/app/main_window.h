@@ -38,6 +38,7 @@ class MainWindow : public QWidget {
     void mousePressEvent(QMouseEvent* e) override;
     void changeEvent(QEvent* e) override;
     void closeEvent(QCloseEvent* e) override;
+    void moveEvent(QMoveEvent* e) override;
     void resizeEvent(QResizeEvent* e) override;
 
   private:

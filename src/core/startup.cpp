@@ -8,6 +8,7 @@
 
 #include <QDir>
 #include <QFileInfo>
+#include <functional>
 
 namespace mv {
 
@@ -44,28 +45,47 @@ void startUp(Session& s, const StartupHooks& h, const QString& demoRoot) {
     v.VScroll1.set(100);
     audioMenu(s); // 2
     bool viewerStep = false;
+    // Until the viewer step a failing step is passed over and the next one
+    // runs (an unreadable played list still leaves the song list filled);
+    // from it on a failure ends start-up with its message.
+    auto step = [&viewerStep](const std::function<void()>& fn) {
+        try {
+            fn();
+        } catch (const Failure&) {
+            if (viewerStep) throw;
+        }
+    };
     try {
         bool complete = false;
-        if (!openSettings(s)) { // 3
-            // The first run: the bundled demo songs.
-            v.File1Pattern = QStringLiteral("*.mp3");
-            if (!demoRoot.isEmpty()) {
-                v.Text1.setText(demoRoot + QStringLiteral("/songs"));
-                v.Text7.setText(demoRoot + QStringLiteral("/songs-2"));
+        step([&] {
+            if (!openSettings(s)) { // 3
+                // The first run: the bundled demo songs.
+                v.File1Pattern = QStringLiteral("*.mp3");
+                if (!demoRoot.isEmpty()) {
+                    v.Text1.setText(demoRoot + QStringLiteral("/songs"));
+                    v.Text7.setText(demoRoot + QStringLiteral("/songs-2"));
+                }
+            } else {
+                complete = readLines1to37(s, h.showSheet1);
             }
-        } else {
-            complete = readLines1to37(s, h.showSheet1);
-        }
+        });
         if (complete) {
-            if (v.AudioOutChecks.get() == 0) v.AudioOutChecks.set(1); // 4: TXDF
-            if (h.adjustAll) h.adjustAll();                           // 5
-            // The list has the settings' pattern but not yet their folder:
-            // the Z group is counted over the working directory.
-            v.File1Path = s.configDir; // 6
-            refreshList(s);
-            SetZ(s);
-            const QString viewer = v.Text3.text(); // 7
-            if (!viewer.isEmpty() && QFileInfo::exists(viewer)) {
+            step([&] {
+                if (v.AudioOutChecks.get() == 0) v.AudioOutChecks.set(1); // 4: TXDF
+            });
+            step([&] {
+                if (h.adjustAll) h.adjustAll(); // 5
+            });
+            step([&] {
+                // The list has the settings' pattern but not yet their
+                // folder: the Z group is counted over the working directory.
+                v.File1Path = s.configDir; // 6
+                refreshList(s);
+                SetZ(s);
+            });
+            step([&] {
+                const QString viewer = v.Text3.text(); // 7
+                if (viewer.isEmpty() || !QFileInfo::exists(viewer)) return;
                 const qsizetype at = viewer.toUpper().indexOf(QStringLiteral("NWC"));
                 if (at >= 0) {
                     v.NWCTitle = viewer.mid(at).section(u'.', 0, 0);
@@ -74,19 +94,23 @@ void startUp(Session& s, const StartupHooks& h, const QString& demoRoot) {
                 if (v.LoadPDF.get() == 1 && QFileInfo::exists(v.PDFView.text()) && h.showSheet1)
                     h.showSheet1();
                 viewerStep = true; // 8
-            }
+            });
             // Before the viewer step failures are passed over line by line.
-            readLines38to60(s, viewerStep); // 9, 10
+            step([&] { readLines38to60(s, viewerStep); }); // 9, 10
         }
-        s.files.close(1);                           // 11
-        if (h.focusMainWindow) h.focusMainWindow(); // 12
-        readPlayedList(s);                          // 13
-        SetPath(s);                                 // 14
+        step([&] { s.files.close(1); }); // 11
+        step([&] {
+            if (h.focusMainWindow) h.focusMainWindow(); // 12
+        });
+        step([&] { readPlayedList(s); }); // 13
+        step([&] { SetPath(s); });        // 14
         v.SuppressLoad = 0;
-        if (v.IamaServer.get() == 1 && !v.PortNr.text().isEmpty() && h.listen) h.listen(); // 15
+        step([&] {
+            if (v.IamaServer.get() == 1 && !v.PortNr.text().isEmpty() && h.listen) h.listen(); // 15
+        });
     } catch (const Failure& f) {
         s.files.close(1);
-        if (viewerStep) s.messages.msgBox(f.message());
+        s.messages.msgBox(f.message());
     }
     if (h.showMainWindow) h.showMainWindow(); // 16
 }
