@@ -32,6 +32,23 @@
 
 namespace mv {
 
+namespace {
+
+// "I Am A Server": its mouse-up comes after the press has changed the check.
+class MouseUpCheckBox : public QCheckBox {
+  public:
+    using QCheckBox::QCheckBox;
+    std::function<void()> mouseUp;
+
+  protected:
+    void mouseReleaseEvent(QMouseEvent* e) override {
+        QCheckBox::mouseReleaseEvent(e);
+        if (mouseUp) mouseUp();
+    }
+};
+
+} // namespace
+
 MainWindow::MainWindow(Session& s, MediaPlayer& player, QWidget* parent) : QWidget(parent), s_(s) {
     setObjectName(QStringLiteral("Velmor"));
     setWindowTitle(QStringLiteral("Media Player"));
@@ -52,6 +69,13 @@ MainWindow::MainWindow(Session& s, MediaPlayer& player, QWidget* parent) : QWidg
       })->setObjectName(QStringLiteral("SAV"));
     ff->addAction(QStringLiteral("Exit"), this, &QWidget::close)
         ->setObjectName(QStringLiteral("EX"));
+    // "Connect" / "Disconnect": a client connects, either side ends the session.
+    QAction* connectIt = bar->addAction(v.ConnectIt.text(), this, [&s] {
+        if (s.ConnectIt_Click) s.ConnectIt_Click();
+    });
+    connectIt->setObjectName(QStringLiteral("ConnectIt"));
+    subs_.push_back(
+        v.ConnectIt.subscribe([connectIt, &v] { connectIt->setText(v.ConnectIt.text()); }));
     // Audio Out: "Default" and the first seven devices, one check mark.
     QMenu* stx = bar->addMenu(QStringLiteral("Audio Out"));
     stx->setObjectName(QStringLiteral("STX"));
@@ -80,6 +104,23 @@ MainWindow::MainWindow(Session& s, MediaPlayer& player, QWidget* parent) : QWidg
     };
     strip->addWidget(area, 1);
     strip->addWidget(new FastForwardLabel(player, this));
+    // The network dot: a red dot with the number of clients, and "Connected".
+    auto* dot = new QLabel(this);
+    dot->setObjectName(QStringLiteral("Shape1"));
+    dot->setFixedSize(22, 22);
+    dot->setStyleSheet(QStringLiteral("background: red; border-radius: 11px;"));
+    auto* number = new QLabel(v.Label29.text(), dot);
+    number->setObjectName(QStringLiteral("Label29"));
+    number->setGeometry(0, 0, 22, 22);
+    number->setAlignment(Qt::AlignCenter);
+    number->setStyleSheet(QStringLiteral("color: white; font-weight: bold;"));
+    subs_.push_back(v.Label29.subscribe([number, &v] { number->setText(v.Label29.text()); }));
+    auto* connected = new QLabel(QStringLiteral("Connected"), this);
+    connected->setObjectName(QStringLiteral("Label28"));
+    strip->addWidget(dot);
+    strip->addWidget(connected);
+    subs_.push_back(bindVisible(v.Shape1, dot));
+    subs_.push_back(bindVisible(v.Shape1, connected));
     left->addLayout(strip);
 
     // Volume, and the limit applied at the next song load.
@@ -180,6 +221,17 @@ MainWindow::MainWindow(Session& s, MediaPlayer& player, QWidget* parent) : QWidg
     addCheck("NoPDFAdj", QStringLiteral("No 2nd PDF Adjustment"), v.NoPDFAdj);
     addCheck("Scrn0", QStringLiteral("Scrn1"), v.Scrn0);
     addCheck("Scrn1", QStringLiteral("Scrn 2"), v.Scrn1);
+    addField("IPAddress", QStringLiteral("IP Address:"), v.IPAddress);
+    addField("PortNr", QStringLiteral("Port:"), v.PortNr);
+    auto* server = new MouseUpCheckBox(QStringLiteral("I Am A Server"), this);
+    server->setObjectName(QStringLiteral("IamaServer"));
+    subs_.push_back(bindCheckBox(v.IamaServer, server));
+    server->mouseUp = [&s] {
+        if (s.IamaServer_MouseUp) s.IamaServer_MouseUp();
+    };
+    setup_->addRow(QString(), server);
+    addCheck("SendAS", QStringLiteral("Send AutoScroll"), v.SendAS)
+        ->setToolTip(QStringLiteral("As a server send AutoScroll info to clients"));
     auto* scroll = new QScrollArea(this);
     scroll->setWidget(panel);
     scroll->setWidgetResizable(true);
@@ -247,11 +299,12 @@ void MainWindow::addField(const char* name, const QString& caption, Field& f) {
     setup_->addRow(caption, e);
 }
 
-void MainWindow::addCheck(const char* name, const QString& caption, Prop<int>& c) {
+QCheckBox* MainWindow::addCheck(const char* name, const QString& caption, Prop<int>& c) {
     auto* b = new QCheckBox(caption, this);
     b->setObjectName(QString::fromLatin1(name));
     subs_.push_back(bindCheckBox(c, b));
     setup_->addRow(QString(), b);
+    return b;
 }
 
 } // namespace mv

@@ -10,6 +10,7 @@
 #include <functional>
 #include <vector>
 
+class QCheckBox;
 class QListWidget;
 class QFormLayout;
 class QPushButton;
@@ -35,7 +36,7 @@ class MainWindow : public QWidget {
 
   private:
     void addField(const char* name, const QString& caption, Field& f);
-    void addCheck(const char* name, const QString& caption, Prop<int>& c);
+    QCheckBox* addCheck(const char* name, const QString& caption, Prop<int>& c);
     QPushButton* button(const char* name, const QString& caption, void (*handler)(Session&));
     void fillList();
 
