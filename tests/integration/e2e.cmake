@@ -8,3 +8,6 @@ set_tests_properties(e2e_demo_road PROPERTIES LABELS integration TIMEOUT 90 RUN_
 add_test(NAME e2e_driver_verbs
          COMMAND ${CMAKE_CURRENT_LIST_DIR}/e2e/driver_verbs.sh $<TARGET_FILE:mellivane>)
 set_tests_properties(e2e_driver_verbs PROPERTIES LABELS integration TIMEOUT 60 RUN_SERIAL TRUE)
+add_test(NAME e2e_sync_two_programs
+         COMMAND ${CMAKE_CURRENT_LIST_DIR}/e2e/sync_two_programs.sh $<TARGET_FILE:mellivane>)
+set_tests_properties(e2e_sync_two_programs PROPERTIES LABELS integration TIMEOUT 150 RUN_SERIAL TRUE)
