@@ -206,6 +206,7 @@ std::unique_ptr<Socket> QtSocketLayer::create() { return std::make_unique<QtSock
 
 long QtSocketLayer::addRequest(QTcpSocket* connection) {
     connection->setParent(nullptr);
+    connection->setReadBufferSize(kReadLimitBytes); // also before it is accepted
     const long id = nextId_++;
     requests_[id].reset(connection);
     return id;

