@@ -179,7 +179,7 @@ int main(int argc, char** argv) {
     s.velmor.IamaServer.set(1);
     s.velmor.PortNr.setText(QStringLiteral("0"));
     net->startListening();
-    const int port = net->element(0).LocalPort();
+    const int port = net->Winsock1(0).LocalPort();
 
     Arrivals arrivals;
     Readers readers(port, arrivals);

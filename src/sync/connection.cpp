@@ -40,7 +40,7 @@ bool Network::exists(int i) const {
     return i >= 0 && i < elements() && elements_[size_t(i)] != nullptr;
 }
 
-Socket& Network::element(int i) {
+Socket& Network::Winsock1(int i) {
     if (!exists(i))
         throw Failure(340, QStringLiteral("Control array element '%1' doesn't exist").arg(i));
     return *elements_[size_t(i)];
@@ -50,9 +50,9 @@ void Network::load(int i) {
     if (exists(i)) throw Failure(360, QStringLiteral("Object already loaded"));
     if (i >= elements()) elements_.resize(size_t(i) + 1);
     auto sock = layer_.create();
-    sock->onConnectionRequest = [this, i](long id) { ConnectionRequest(i, id); };
-    sock->onDataArrival = [this, i](qint64 n) { DataArrival(i, n); };
-    sock->onClose = [this, i] { CloseEvent(i); };
+    sock->onConnectionRequest = [this, i](long id) { Winsock1_ConnectionRequest(i, id); };
+    sock->onDataArrival = [this, i](qint64 n) { Winsock1_DataArrival(i, n); };
+    sock->onClose = [this, i] { Winsock1_Close(i); };
     elements_[size_t(i)] = std::move(sock);
 }
 
@@ -65,7 +65,7 @@ void Network::unload(int i) {
 void Network::showDot(bool shown) { s_.velmor.Shape1.set(shown); }
 
 void Network::startListening() {
-    Socket& e = element(0);
+    Socket& e = Winsock1(0);
     e.Close();
     e.setLocalPort(portNumber(s_.velmor.PortNr.text()));
     e.Listen();
@@ -77,7 +77,7 @@ void Network::IamaServer_MouseUp() {
             QStringLiteral("Please make sure this is the only PC that is designated 'SERVER'"));
 }
 
-void Network::ConnectionRequest(int index, long requestId) {
+void Network::Winsock1_ConnectionRequest(int index, long requestId) {
     // A failure (ClientCount past 32767) ends the handler; the request that
     // wasn't accepted is refused by the socket layer.
     try {
@@ -86,8 +86,8 @@ void Network::ConnectionRequest(int index, long requestId) {
             const int n = ++s_.g.ClientCount;
             s_.velmor.Label29.setText(QString::number(n));
             load(n);
-            element(n).setLocalPort(0);
-            element(n).Accept(requestId);
+            Winsock1(n).setLocalPort(0);
+            Winsock1(n).Accept(requestId);
         }
         showDot(true);
         s_.velmor.ConnectIt.setText(kDisconnect);
@@ -95,10 +95,10 @@ void Network::ConnectionRequest(int index, long requestId) {
     }
 }
 
-void Network::CloseEvent(int index) {
+void Network::Winsock1_Close(int index) {
     // The element stays, and so do ClientCount and the number in the dot.
-    while (exists(index) && element(index).State() > sockstate::kClosed) {
-        element(index).Close();
+    while (exists(index) && Winsock1(index).State() > sockstate::kClosed) {
+        Winsock1(index).Close();
         s_.pump.letEventsRun();
     }
 }
@@ -134,13 +134,13 @@ void Network::connect() {
     VelmorState& v = s_.velmor;
     s_.pump.guardedWait(2);
     if (!v.Shape1.get()) {
-        Socket& e = element(0);
+        Socket& e = Winsock1(0);
         e.Close();
         e.setRemoteHost(v.IPAddress.text());
         e.setRemotePort(portNumber(v.PortNr.text()));
         e.Connect();
     }
-    auto connected = [this] { return element(0).State() == sockstate::kConnected; };
+    auto connected = [this] { return Winsock1(0).State() == sockstate::kConnected; };
     if (s_.clock.dayClock() > 20.0f) {
         // Each round sleeps until an event comes (the connection made is
         // one) or the 10 s are over.
@@ -162,7 +162,7 @@ void Network::connectFailed(const Failure* f) {
     else
         s_.messages.msgBox((f ? f->description() : QString()) +
                            QStringLiteral(" Wait a few seconds and try again"));
-    if (exists(0)) element(0).Close();
+    if (exists(0)) Winsock1(0).Close();
 }
 
 void Network::disconnect() {
@@ -172,7 +172,7 @@ void Network::disconnect() {
         // Still connected, so not a server: a client's element 0 listens.
         for (int i = elements() - 1; i >= 1; --i)
             unload(i);
-        Socket& e = element(0);
+        Socket& e = Winsock1(0);
         e.Close();
         e.setLocalPort(portNumber(v.PortNr.text()));
         e.Listen();
@@ -183,7 +183,7 @@ void Network::disconnect() {
 }
 
 void Network::clientEndOfSession() {
-    Socket& e = element(0);
+    Socket& e = Winsock1(0);
     e.Close();
     e.setRemoteHost(s_.velmor.IPAddress.text());
     e.Listen();

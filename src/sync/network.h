@@ -50,7 +50,7 @@ class Network {
     Network& operator=(const Network&) = delete;
 
     // Element i of Winsock1; failure 340 when it doesn't exist.
-    Socket& element(int i);
+    Socket& Winsock1(int i);
     bool exists(int i) const;
     int elements() const { return static_cast<int>(elements_.size()); }
 
@@ -72,9 +72,9 @@ class Network {
     void sendSheetToClients(const QString& token);
 
     // The socket events, by element.
-    void ConnectionRequest(int index, long requestId);
-    void CloseEvent(int index);
-    void DataArrival(int index, qint64 bytes);
+    void Winsock1_ConnectionRequest(int index, long requestId);
+    void Winsock1_Close(int index);
+    void Winsock1_DataArrival(int index, qint64 bytes);
 
   private:
     void load(int i);

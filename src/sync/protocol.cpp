@@ -58,29 +58,29 @@ void Network::sendToClients(const QString& token) {
     if (!s_.velmor.Shape1.get()) return;
     const QByteArray bytes = token.toLatin1();
     for (int i = 1; i <= s_.g.ClientCount; ++i)
-        if (exists(i)) element(i).SendData(bytes); // a failed send is passed over
+        if (exists(i)) Winsock1(i).SendData(bytes); // a failed send is passed over
 }
 
 void Network::sendSheetToClients(const QString& token) {
     const QByteArray bytes = token.toLatin1();
     for (int i = 1; i <= s_.g.ClientCount; ++i) {
         if (!exists(i)) continue;
-        const SendResult r = element(i).SendData(bytes);
+        const SendResult r = Winsock1(i).SendData(bytes);
         if (r.error != 0 && r.error != sockerr::kBadState) throw Failure(r.error, r.text);
     }
 }
 
-void Network::DataArrival(int index, qint64) {
+void Network::Winsock1_DataArrival(int index, qint64) {
     if (index != 0) {
         // What a client sends to its server is read and dropped: the
         // protocol goes one way.
-        if (exists(index)) element(index).GetData();
+        if (exists(index)) Winsock1(index).GetData();
         return;
     }
     showDot(true);
     s_.pump.letEventsRun();
     if (!exists(0)) return;
-    const QString text = QString::fromLatin1(element(0).GetData());
+    const QString text = QString::fromLatin1(Winsock1(0).GetData());
     if (receiving_ >= kMaxNestedReads) return;
     ++receiving_;
     try {

@@ -84,7 +84,7 @@ TEST(SyncLoopback, RawClientsSeeExactlyTheBytesOfEachServerAction) {
     s.velmor.PDFDLY.setText("1");
     s.velmor.AutoScroll.setText("600"); // a smooth scroll of five steps
     server.net->startListening();
-    const int port = server.net->element(0).LocalPort();
+    const int port = server.net->Winsock1(0).LocalPort();
     Peer a(port), b(port);
     ASSERT_TRUE(runUntil([&] { return s.g.ClientCount == 2; }, 3000));
     EXPECT_TRUE(s.velmor.Shape1.get());
@@ -124,7 +124,7 @@ TEST(SyncLoopback, RawClientsSeeExactlyTheBytesOfEachServerAction) {
              junk.write(QByteArray(1 << 20, '&'));
              runUntil([&] { return junk.bytesToWrite() == 0; }, 5000);
              junk.abort();
-             runUntil([&] { return s.g.ClientCount == 3 && server.net->element(3).State() == 0; },
+             runUntil([&] { return s.g.ClientCount == 3 && server.net->Winsock1(3).State() == 0; },
                       5000);
          },
          ""},
@@ -144,7 +144,7 @@ TEST(SyncLoopback, RawClientsSeeExactlyTheBytesOfEachServerAction) {
         EXPECT_EQ(b.got, step.bytes);
     }
     EXPECT_EQ(s.g.ClientCount, 3);
-    EXPECT_EQ(server.net->element(0).State(), sockstate::kListening);
+    EXPECT_EQ(server.net->Winsock1(0).State(), sockstate::kListening);
 }
 
 TEST(SyncLoopback, ARawServerDrivesARealClientThroughASong) {
@@ -237,7 +237,7 @@ TEST(SyncLoopback, ARawServerDrivesARealClientThroughASong) {
     EXPECT_EQ(client.player.settingsRate(), 1.5);
     EXPECT_EQ(plays, 1);
     EXPECT_EQ(client.player.URL(), "");
-    EXPECT_EQ(client.net->element(0).State(), sockstate::kClosed);
+    EXPECT_EQ(client.net->Winsock1(0).State(), sockstate::kClosed);
     EXPECT_TRUE(s.velmor.Shape1.get()); // no "&END/": the dot stays
 }
 

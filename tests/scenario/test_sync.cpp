@@ -148,7 +148,7 @@ TEST_F(SyncClientTest, EndHidesTheRestAndTurnsTheClientIntoAListener) {
     EXPECT_EQ(client.s.velmor.Speed.text(), "1");
     EXPECT_FALSE(client.s.velmor.Shape1.get());
     EXPECT_EQ(client.s.velmor.ConnectIt.text(), "Connect");
-    EXPECT_EQ(client.sync->element(0).State(), sockstate::kListening);
+    EXPECT_EQ(client.sync->Winsock1(0).State(), sockstate::kListening);
     clock.advanceBy(5);
     EXPECT_EQ(link->State(), sockstate::kClosing); // the server's element sees the close
 }
@@ -158,15 +158,15 @@ TEST_F(SyncClientTest, AServerThatVanishesLeavesTheDot) {
     link->Close();
     clock.advanceBy(5);
     EXPECT_TRUE(client.log.isEmpty());
-    EXPECT_EQ(client.sync->element(0).State(), sockstate::kClosed);
+    EXPECT_EQ(client.sync->Winsock1(0).State(), sockstate::kClosed);
     EXPECT_TRUE(client.s.velmor.Shape1.get());
     // Disconnect: the client's element 0 listens on the port.
     server->Close();
     client.s.ConnectIt_Click();
     EXPECT_EQ(client.s.velmor.ConnectIt.text(), "Connect");
     EXPECT_FALSE(client.s.velmor.Shape1.get());
-    EXPECT_EQ(client.sync->element(0).State(), sockstate::kListening);
-    EXPECT_EQ(client.sync->element(0).LocalPort(), kPort);
+    EXPECT_EQ(client.sync->Winsock1(0).State(), sockstate::kListening);
+    EXPECT_EQ(client.sync->Winsock1(0).LocalPort(), kPort);
     EXPECT_TRUE(client.messages.shown.isEmpty());
 }
 
@@ -201,7 +201,7 @@ TEST(SyncConnect, AConnectThatFailsSaysSoAndHidesTheDot) {
         EXPECT_EQ(clock.tickMs() - 1000, c.tookMs);
         EXPECT_FALSE(client.s.velmor.Shape1.get());
         EXPECT_EQ(client.s.velmor.ConnectIt.text(), "Connect");
-        EXPECT_EQ(client.sync->element(0).State(), sockstate::kClosed);
+        EXPECT_EQ(client.sync->Winsock1(0).State(), sockstate::kClosed);
     }
 }
 
@@ -245,7 +245,7 @@ TEST_F(SyncServerTest, ADisconnectedServerKeepsCountingAndPassesClosedClientsOve
     EXPECT_EQ(server.s.velmor.ConnectIt.text(), "Connect");
     a.Close(); // as a client does on "&END/"
     clock.advanceBy(5);
-    EXPECT_EQ(server.sync->element(1).State(), sockstate::kClosed);
+    EXPECT_EQ(server.sync->Winsock1(1).State(), sockstate::kClosed);
     client(); // a newcomer, and one that comes back
     client();
     EXPECT_EQ(server.s.g.ClientCount, 4);
@@ -265,8 +265,8 @@ TEST_F(SyncServerTest, ADisconnectedServerKeepsCountingAndPassesClosedClientsOve
 TEST_F(SyncServerTest, APageTokenThatFailsOtherwiseIsSaidAndEndsTheSending) {
     FakeSocket& a = client();
     client();
-    server.sync->element(1).Close(); // not connected: skipped
-    static_cast<FakeSocket&>(server.sync->element(2)).failSends = {10053, "Connection is aborted"};
+    server.sync->Winsock1(1).Close(); // not connected: skipped
+    static_cast<FakeSocket&>(server.sync->Winsock1(2)).failSends = {10053, "Connection is aborted"};
     client();
     Command3_Click(server.s);
     clock.advanceBy(5);
@@ -287,7 +287,7 @@ TEST_F(SyncServerTest, TheCheckBoxAndConnectOnAServerOnlySpeak) {
               (QStringList{"Please make sure this is the only PC that is designated 'SERVER'",
                            "You have checked 'I AM A SERVER' so clients should connect to you. "
                            "You do not need to connect."}));
-    EXPECT_EQ(server.sync->element(0).State(), sockstate::kListening);
+    EXPECT_EQ(server.sync->Winsock1(0).State(), sockstate::kListening);
 }
 
 } // namespace
