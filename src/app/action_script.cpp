@@ -243,8 +243,11 @@ void ActionScript::waitFor(const QString& line) {
     const int ms = line.section(u' ', 1, 1).toInt(&ok);
     const QString inner = line.section(u' ', 2);
     const QStringList a = words(inner);
-    if (!ok || a.isEmpty() || (a[0] != u"check" && a[0] != u"checkvisible"))
-        return fail("waitfor needs ms and a check: " + line);
+    if (!ok || a.isEmpty() || (a[0] != u"check" && a[0] != u"checkvisible")) {
+        fail("waitfor needs ms and a check: " + line);
+        QTimer::singleShot(0, this, &ActionScript::step);
+        return;
+    }
     const QString rest = inner.section(u' ', 2);
     // The check is tried every 25 ms; the script goes on once it holds, or
     // with a failure when the time is over.
@@ -255,6 +258,7 @@ void ActionScript::waitFor(const QString& line) {
     connect(retry, &QTimer::timeout, this, [this, retry, a, rest, ms, since] {
         const QString why = probe(a, rest);
         if (!why.isEmpty() && since.elapsed() < ms) return;
+        retry->stop(); // a deleteLater waits while a handler waits: the timer must not fire again
         retry->deleteLater();
         if (!why.isEmpty()) fail(why + QStringLiteral(" after %1 ms").arg(ms));
         step();
