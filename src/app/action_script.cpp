@@ -65,6 +65,7 @@ void ActionScript::step() {
             QTimer::singleShot(line.section(u' ', 1, 1).toInt(), this, &ActionScript::step);
             return;
         }
+        if (line.startsWith(QLatin1String("waitfor "))) return waitFor(line);
         if (line.startsWith(QLatin1String("waituntil "))) {
             bool ok = false;
             const qint64 due = line.section(u' ', 1, 1).toLongLong(&ok);
@@ -143,6 +144,8 @@ QString textOf(QWidget* w) {
     if (auto* b = qobject_cast<QAbstractButton*>(w)) return b->text();
     if (auto* l = qobject_cast<QListWidget*>(w))
         return l->currentItem() ? l->currentItem()->text() : QString();
+    // A sheet viewer: the page on show.
+    if (const QVariant page = w->property("currentPage"); page.isValid()) return page.toString();
     return w->windowTitle();
 }
 
@@ -213,6 +216,56 @@ void ActionScript::checkFile(const QString& path, const QString& expected) {
              .arg(w.size()));
 }
 
+QString ActionScript::probe(const QStringList& a, const QString& rest) {
+    const QString& verb = a[0];
+    QWidget* w = control(a.value(1));
+    if (!w && verb == u"check") {
+        // A menu entry's caption.
+        QWidget* win = windows_.get(a.value(1).section(u'.', 0, 0));
+        const QString name = a.value(1).section(u'.', 1);
+        if (auto* act = win && !name.isEmpty() ? win->findChild<QAction*>(name) : nullptr) {
+            if (act->text() == rest) return {};
+            return a[1] + " is \"" + act->text() + "\", not \"" + rest + "\"";
+        }
+    }
+    if (!w) return "no control " + a.value(1);
+    if (verb == u"check") {
+        if (textOf(w) == rest) return {};
+        return a[1] + " is \"" + textOf(w) + "\", not \"" + rest + "\"";
+    }
+    const bool want = a.value(2) == u"yes";
+    if (w->isVisible() == want) return {};
+    return a[1] + (want ? " is hidden" : " is visible");
+}
+
+void ActionScript::waitFor(const QString& line) {
+    bool ok = false;
+    const int ms = line.section(u' ', 1, 1).toInt(&ok);
+    const QString inner = line.section(u' ', 2);
+    const QStringList a = words(inner);
+    if (!ok || a.isEmpty() || (a[0] != u"check" && a[0] != u"checkvisible")) {
+        fail("waitfor needs ms and a check: " + line);
+        QTimer::singleShot(0, this, &ActionScript::step);
+        return;
+    }
+    const QString rest = inner.section(u' ', 2);
+    // The check is tried every 25 ms; the script goes on once it holds, or
+    // with a failure when the time is over.
+    QElapsedTimer since;
+    since.start();
+    auto* retry = new QTimer(this);
+    retry->setInterval(25);
+    connect(retry, &QTimer::timeout, this, [this, retry, a, rest, ms, since] {
+        const QString why = probe(a, rest);
+        if (!why.isEmpty() && since.elapsed() < ms) return;
+        retry->stop(); // a deleteLater waits while a handler waits: the timer must not fire again
+        retry->deleteLater();
+        if (!why.isEmpty()) fail(why + QStringLiteral(" after %1 ms").arg(ms));
+        step();
+    });
+    retry->start();
+}
+
 void ActionScript::runLine(const QString& line) {
     const QStringList a = words(line);
     const QString verb = a[0];
@@ -243,6 +296,11 @@ void ActionScript::runLine(const QString& line) {
         if (want != u"yes" && want != u"no") return fail("checkexists needs yes or no");
         const bool there = QFileInfo::exists(a.value(1));
         if (there != (want == u"yes")) fail(a.value(1) + (there ? " exists" : " does not exist"));
+        return;
+    }
+    if (verb == u"check" || verb == u"checkvisible") {
+        const QString why = probe(a, rest);
+        if (!why.isEmpty()) fail(why);
         return;
     }
     QWidget* w = control(a.value(1));
@@ -281,11 +339,6 @@ void ActionScript::runLine(const QString& line) {
         QApplication::sendEvent(w, &press);
         QKeyEvent release(QEvent::KeyRelease, key, Qt::NoModifier);
         QApplication::sendEvent(w, &release);
-    } else if (verb == u"check") {
-        if (textOf(w) != rest) fail(a[1] + " is \"" + textOf(w) + "\", not \"" + rest + "\"");
-    } else if (verb == u"checkvisible") {
-        const bool want = a.value(2) == u"yes";
-        if (w->isVisible() != want) fail(a[1] + (want ? " is hidden" : " is visible"));
     } else if (verb == u"checkgeom") {
         const QPoint p = w->pos();
         if (p.x() != a.value(2).toInt() || p.y() != a.value(3).toInt())

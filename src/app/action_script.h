@@ -30,8 +30,12 @@
 //   mark                           the origin of waituntil is now
 //   waituntil ms                   let the program run until ms after the last
 //                                  mark (or the script's start)
-//   check W.C text...              the control's text (field, label, button) equals
+//   check W.C text...              the control's text (field, label, button, the
+//                                  page of a sheet viewer, a menu entry's caption)
+//                                  equals
 //   checkvisible W.C yes|no        the control (a light, the cursor) is visible
+//   waitfor ms check...            holds the script until the check (check or
+//                                  checkvisible) passes, a failure after ms
 //   checkgeom W.C x y              the control's position in the window, pixels
 //   checkexists path yes|no        the file exists
 //   checkfile path expected        the two files hold the same bytes
@@ -71,6 +75,9 @@ class ActionScript : public QObject {
     void mouse(const QString& verb, const QStringList& a, QWidget* w);
     void menu(const QString& address);
     void checkFile(const QString& path, const QString& expected);
+    // Why the check `a` ("check" or "checkvisible") fails; empty when it holds.
+    QString probe(const QStringList& a, const QString& rest);
+    void waitFor(const QString& line);
 
     WindowRegistry& windows_;
     QStringList lines_;

@@ -19,6 +19,9 @@
 #include "sheet/qtpdf_viewer.h"
 #include "sheet/sheet_geometry.h"
 #include "sheet/sheet_window.h"
+#include "sync/network.h"
+#include "sync/qt_socket.h"
+#include "sync/sync_install.h"
 #include "transport/mpv_player.h"
 #include "transport/play_start.h"
 #include "transport/song_loading.h"
@@ -146,6 +149,8 @@ int main(int argc, char** argv) {
 
     s.SaveVelmor = [&s] { SaveVelmor(s); };
     StartupHooks hooks;
+    QtSocketLayer sockets;
+    const std::unique_ptr<Network> network = installSync(s, sockets, &hooks);
     hooks.showSheet1 = [&] {
         windows.get(QStringLiteral("AdobeF"));
         s.adobeF.Visible.set(true);

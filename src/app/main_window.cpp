@@ -115,7 +115,11 @@ void MainWindow::buildMenu(QLayout* outer) {
     entry(ff, "LA2", QStringLiteral("Load Adobe 2"), hook(s.LA2_Click));
     // "Save": the song's map through the Edit button, then the settings.
     entry(ff, "SAV", QStringLiteral("Save"), [&s] { adobeF::SAV_Click(s); });
-    entry(bar, "ConnectIt", QStringLiteral("Connect"), hook(s.ConnectIt_Click));
+    // "Connect" / "Disconnect": a client connects, either side ends the session.
+    QAction* connectIt =
+        entry(bar, "ConnectIt", s.velmor.ConnectIt.text(), hook(s.ConnectIt_Click));
+    subs_.push_back(s.velmor.ConnectIt.subscribe(
+        [connectIt, &s] { connectIt->setText(s.velmor.ConnectIt.text()); }));
     entry(bar, "SS", QStringLiteral("Setup"), [&s] { SS_Click(s); });
     entry(bar, "ABT", QStringLiteral("About"), [&s] { ABT_Click(s); });
     entry(bar, "HH", QStringLiteral("Help"), hook(s.HH_Click));
@@ -156,6 +160,23 @@ QWidget* MainWindow::buildHead(MediaPlayer& player) {
     };
     strip->addWidget(area, 1);
     strip->addWidget(new FastForwardLabel(player, head));
+    // The network dot: a red dot with the number of clients, and "Connected".
+    auto* dot = new QLabel(head);
+    dot->setObjectName(QStringLiteral("Shape1"));
+    dot->setFixedSize(22, 22);
+    dot->setStyleSheet(QStringLiteral("background: red; border-radius: 11px;"));
+    auto* number = new QLabel(v.Label29.text(), dot);
+    number->setObjectName(QStringLiteral("Label29"));
+    number->setGeometry(0, 0, 22, 22);
+    number->setAlignment(Qt::AlignCenter);
+    number->setStyleSheet(QStringLiteral("color: white; font-weight: bold;"));
+    subs_.push_back(v.Label29.subscribe([number, &v] { number->setText(v.Label29.text()); }));
+    auto* connected = new QLabel(QStringLiteral("Connected"), head);
+    connected->setObjectName(QStringLiteral("Label28"));
+    strip->addWidget(dot);
+    strip->addWidget(connected);
+    subs_.push_back(bindVisible(v.Shape1, dot));
+    subs_.push_back(bindVisible(v.Shape1, connected));
     rows->addLayout(strip);
     auto* vol = new QSlider(Qt::Horizontal, head);
     vol->setObjectName(QStringLiteral("HScroll1"));

@@ -146,7 +146,12 @@ struct VelmorState {
     }
     ScrollValue HScroll1{1, 100, 50};  // volume
     ScrollValue VScroll1{1, 100, 100}; // "%": volume limit applied at load
-    Light Shape1{false};               // network dot
+    // The network dot: Shape1, the red dot, stands for Label29 (the number in
+    // it) and Label28 ("Connected") too; the three are shown and hidden
+    // together, and Shape1 visible is the only record of being connected.
+    Light Shape1{false};
+    Field Label29{QStringLiteral("1")};
+    Field ConnectIt{QStringLiteral("Connect")}; // the menu entry: "Connect" / "Disconnect"
 };
 
 // One cursor picture (Picture1 of a sheet window).  Lengths in twips.
@@ -303,8 +308,13 @@ struct Session {
     // Manual Scroll, Auto Scroll.
     std::function<void()> adobeF_Command3_Click, adobeF_Command4_Click, adobeF_Command6_Click,
         adobeF_Command14_Click;
-    // Sends a token to every connected client; nothing without clients.
+    // Sends a token to every connected client; nothing without clients.  A
+    // failed send is passed over and the next client gets the token.
     std::function<void(const QString& token)> sendToClients;
+    // The same for the page and scroll tokens of sheet window 1: a client
+    // that isn't connected is skipped, any other failed send is a Failure
+    // that ends the sending (the sheet handler reports it).
+    std::function<void(const QString& token)> sendSheetToClients;
     // Writes "Mellivane.ini" from the setup fields.
     std::function<void()> SaveVelmor;
     // Menu entries and check boxes of the main window whose features are

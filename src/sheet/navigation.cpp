@@ -16,8 +16,8 @@ bool editMode(const Session& s) { return s.adobeF.Shape2.get(); }
 // Sending to clients: only a connected server with Send AutoScroll on.
 void send(Session& s, const char* token) {
     const VelmorState& v = s.velmor;
-    if (v.IamaServer.get() == 1 && v.Shape1.get() && v.SendAS.get() == 1 && s.sendToClients)
-        s.sendToClients(QString::fromLatin1(token));
+    if (v.IamaServer.get() == 1 && v.Shape1.get() && v.SendAS.get() == 1 && s.sendSheetToClients)
+        s.sendSheetToClients(QString::fromLatin1(token));
 }
 
 // Top of page: ScrollOffset + Text8, rounded.

@@ -21,6 +21,7 @@ class PdfRenderWorker;
 
 class QtPdfViewer : public QWidget, public PdfViewer {
     Q_OBJECT
+    Q_PROPERTY(int currentPage READ currentPage) // what a test script reads
   public:
     explicit QtPdfViewer(QWidget* parent = nullptr);
     ~QtPdfViewer() override;

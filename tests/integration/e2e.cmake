@@ -11,3 +11,6 @@ set_tests_properties(e2e_driver_verbs PROPERTIES LABELS integration TIMEOUT 60 R
 add_test(NAME e2e_first_start
          COMMAND ${CMAKE_CURRENT_LIST_DIR}/e2e/first_start.sh $<TARGET_FILE:mellivane>)
 set_tests_properties(e2e_first_start PROPERTIES LABELS integration TIMEOUT 90 RUN_SERIAL TRUE)
+add_test(NAME e2e_sync_two_programs
+         COMMAND ${CMAKE_CURRENT_LIST_DIR}/e2e/sync_two_programs.sh $<TARGET_FILE:mellivane>)
+set_tests_properties(e2e_sync_two_programs PROPERTIES LABELS integration TIMEOUT 150 RUN_SERIAL TRUE)

@@ -27,6 +27,7 @@ class NavigationTest : public ::testing::Test {
         s.adobeF.Visible.set(true);
         s.adobeF.focusCommand14 = [this] { ++focusGiven; };
         s.sendToClients = [this](const QString& t) { sent << t; };
+        s.sendSheetToClients = s.sendToClients;
         s.velmor.IamaServer.set(1); // a connected server sends its page tokens
         s.velmor.Shape1.set(true);
         installReadoutFields(s);

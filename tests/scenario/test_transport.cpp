@@ -27,6 +27,7 @@ class TransportTest : public ::testing::Test {
         installNavigation(s);
         installPlayStart(s);
         s.sendToClients = [this](const QString& t) { sent << t; };
+        s.sendSheetToClients = s.sendToClients;
         s.g.SongBase = dir.filePath("Song.pdf");
         s.g.SongFile = dir.filePath("Song.pdf");
         s.adobeF.Text11.always([this] { counts << at() + " " + s.adobeF.Text11.text(); });

@@ -1,0 +1,125 @@
+// The tokens: the send loops of the server and the client's reading of what
+// arrives.  On the wire a token is its text alone, one byte a character
+// (Latin-1), no length, no line end; what one read returns is taken as a
+// whole, so tokens read together follow the fixed order below and a token
+// split over two reads is lost.
+
+#include "core/session_state.h"
+#include "sync/network.h"
+#include "transport/stop_pause.h"
+
+namespace mv {
+
+namespace {
+
+const QString kSelect = QStringLiteral("&SELECT/");
+const QString kSpeed = QStringLiteral("@SPEED/");
+
+// Handlers nested deeper than this (a server that starts a new play inside
+// every play, read by read) have their text read and dropped, so that no
+// stream of bytes can exhaust the stack.
+constexpr int kMaxNestedReads = 64;
+
+} // namespace
+
+Message readMessage(const QString& received) {
+    const QString d = received + received; // every test runs on the doubled text
+    Message m;
+    if (d.contains(QLatin1String("&END/"))) {
+        m.end = true;
+        return m;
+    }
+    m.autoScroll = d.contains(QLatin1String("&AUTOSCROLL/"));
+    m.command3 = d.contains(QLatin1String("&COMMAND3/"));
+    m.command4 = d.contains(QLatin1String("&COMMAND4/"));
+    m.command6 = d.contains(QLatin1String("&COMMAND6/"));
+    if (const qsizetype p = d.indexOf(kSelect); p >= 0) {
+        m.select = true;
+        m.name = d.mid(p + kSelect.size(), 255).toUpper();
+        if (const qsizetype cut = m.name.indexOf(kSelect); cut >= 0) m.name.truncate(cut);
+        return m;
+    }
+    if (d.contains(QLatin1String("&START/"))) {
+        m.then = Message::Then::Start;
+    } else if (d.contains(QLatin1String("&STOP/"))) {
+        m.then = Message::Then::Stop;
+    } else if (d.contains(QLatin1String("&TIME/"))) {
+        // The server's time of day.  No server action sends it, and a client
+        // never sets the computer's clock: the token is read and ignored.
+        m.then = Message::Then::Time;
+    } else if (const qsizetype p = d.indexOf(kSpeed); p >= 0) {
+        m.then = Message::Then::Speed;
+        m.speed = numberText(val(QStringView(d).mid(p + kSpeed.size(), 10)));
+    }
+    return m;
+}
+
+void Network::sendToClients(const QString& token) {
+    if (!s_.velmor.Shape1.get()) return;
+    const QByteArray bytes = token.toLatin1();
+    for (int i = 1; i <= s_.g.ClientCount; ++i)
+        if (exists(i)) Winsock1(i).SendData(bytes); // a failed send is passed over
+}
+
+void Network::sendSheetToClients(const QString& token) {
+    const QByteArray bytes = token.toLatin1();
+    for (int i = 1; i <= s_.g.ClientCount; ++i) {
+        if (!exists(i)) continue;
+        const SendResult r = Winsock1(i).SendData(bytes);
+        if (r.error != 0 && r.error != sockerr::kBadState) throw Failure(r.error, r.text);
+    }
+}
+
+void Network::Winsock1_DataArrival(int index, qint64) {
+    if (index != 0) {
+        // What a client sends to its server is read and dropped: the
+        // protocol goes one way.
+        if (exists(index)) Winsock1(index).GetData();
+        return;
+    }
+    showDot(true);
+    s_.pump.letEventsRun();
+    if (!exists(0)) return;
+    const QString text = QString::fromLatin1(Winsock1(0).GetData());
+    if (receiving_ >= kMaxNestedReads) return;
+    ++receiving_;
+    try {
+        receive(text);
+    } catch (const Failure&) {
+        // Ends the handler without a message; the rest of the text is lost.
+    }
+    --receiving_;
+}
+
+void Network::receive(const QString& text) {
+    const Message m = readMessage(text);
+    if (m.end) return clientEndOfSession();
+    if (m.autoScroll && s_.adobeF_Command14_Click) s_.adobeF_Command14_Click();
+    if (m.command3 && s_.adobeF_Command3_Click) s_.adobeF_Command3_Click();
+    if (m.command4 && s_.adobeF_Command4_Click) s_.adobeF_Command4_Click();
+    if (m.command6 && s_.adobeF_Command6_Click) s_.adobeF_Command6_Click();
+    if (m.select) {
+        // A client that follows a server plays almost silently.
+        s_.velmor.VScroll1.set(1);
+        const QStringList list = s_.velmor.File1List.get();
+        for (int i = 0; i < list.size(); ++i) {
+            if (!list[i].trimmed().toUpper().contains(m.name)) continue;
+            // Only an entry of the client's own list is ever selected.
+            s_.velmor.File1ListIndex.set(i);
+            if (s_.File1_MouseDown) s_.File1_MouseDown(1, 0, 1, 1);
+            return;
+        }
+        return;
+    }
+    switch (m.then) {
+    case Message::Then::Start:
+        if (s_.WindowsMediaPlayer1_MouseDown) s_.WindowsMediaPlayer1_MouseDown(1, 0, 1, 1);
+        break;
+    case Message::Then::Stop: stopOnClient(s_); break;
+    case Message::Then::Speed: s_.velmor.Speed.setText(m.speed); break;
+    case Message::Then::Time:
+    case Message::Then::None: break;
+    }
+}
+
+} // namespace mv

@@ -1,0 +1,19 @@
+#include "sync/sync_install.h"
+
+#include "core/session_state.h"
+#include "core/startup.h"
+#include "sync/network.h"
+
+namespace mv {
+
+std::unique_ptr<Network> installSync(Session& s, SocketLayer& layer, StartupHooks* startup) {
+    auto net = std::make_unique<Network>(s, layer);
+    Network* n = net.get();
+    s.sendToClients = [n](const QString& token) { n->sendToClients(token); };
+    s.sendSheetToClients = [n](const QString& token) { n->sendSheetToClients(token); };
+    s.ConnectIt_Click = [n] { n->ConnectIt_Click(); };
+    if (startup) startup->listen = [n] { n->startListening(); };
+    return net;
+}
+
+} // namespace mv

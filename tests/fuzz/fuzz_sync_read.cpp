@@ -1,0 +1,44 @@
+// Any bytes from a server, cut into reads where the input holds 0x1F: a
+// connected client reads each piece in virtual time, with a play's waits in
+// which later reads nest, and must never crash or hang.
+#include "fake_net.h"
+#include "fuzz_session.h"
+#include "sheet/navigation.h"
+#include "sync/network.h"
+#include "sync/sync_install.h"
+
+#include <algorithm>
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+    mv::fuzz::FuzzSession f;
+    mv::test::FakeNet net(f.clock);
+    const auto sync = mv::installSync(f.s, net);
+    mv::installNavigation(f.s);
+    f.s.File1_MouseDown = [](int, int, double, double) {};
+    f.s.WindowsMediaPlayer1_MouseDown = [&f](int, int, double, double) {
+        f.s.pump.waitUntil(f.clock.tickMs() + 3000);
+    };
+    f.s.velmor.File1List.set({QStringLiteral("Song.mp3"), QStringLiteral("12 SONG B.MP3"), {}});
+    f.s.velmor.IPAddress.setText(QStringLiteral("127.0.0.1"));
+    f.s.velmor.PortNr.setText(QStringLiteral("7000"));
+    const auto server = net.endpoint();
+    server->setLocalPort(7000);
+    server->Listen();
+    std::unique_ptr<mv::test::FakeSocket> link;
+    server->onConnectionRequest = [&](long id) {
+        link = net.endpoint();
+        link->Accept(id);
+    };
+    f.s.ConnectIt_Click();
+    if (!link) __builtin_trap();
+    const char* p = reinterpret_cast<const char*>(data);
+    const char* end = p + size;
+    while (p < end) {
+        const char* cut = std::find(p, end, '\x1f');
+        link->SendData(QByteArray(p, cut - p));
+        f.clock.advanceBy(10);
+        p = cut == end ? end : cut + 1;
+    }
+    f.clock.advanceBy(60000);
+    return 0;
+}

@@ -1,0 +1,294 @@
+// The network sync over the fake loopback in virtual time: what a client
+// makes of each read (tokens read together, cuts, containment, split tokens,
+// the end of a session), and the server's side of clients that come, go and
+// come back, connects that fail, and sends that fail.
+
+#include "core/session_state.h"
+#include "core/setup_screen.h"
+#include "cursormap/cursor_fields.h"
+#include "fake_net.h"
+#include "fakes.h"
+#include "sheet/navigation.h"
+#include "sync/network.h"
+#include "sync/sync_install.h"
+#include "transport/volume_speed.h"
+
+#include <algorithm>
+#include <gtest/gtest.h>
+#include <list>
+
+using namespace mv;
+using namespace mv::test;
+
+namespace {
+
+constexpr int kPort = 7000;
+
+// One session on the fake network, with the handlers the tokens reach
+// replaced by a log.
+struct Computer {
+    explicit Computer(VirtualClock& clock, FakeNet& net) : s(clock, messages), player(clock) {
+        attachSheetOne(s, player, viewer);
+        sync = installSync(s, net);
+        s.velmor.IPAddress.setText("127.0.0.1");
+        s.velmor.PortNr.setText(QString::number(kPort));
+    }
+    void logTokens() {
+        s.File1_MouseDown = [this](int b, int, double x, double y) {
+            log << QStringLiteral("select %1 (%2 %3,%4)")
+                       .arg(s.velmor.File1FileName())
+                       .arg(b)
+                       .arg(x)
+                       .arg(y);
+        };
+        s.WindowsMediaPlayer1_MouseDown = [this](int b, int, double x, double y) {
+            log << QStringLiteral("start (%1 %2,%3)").arg(b).arg(x).arg(y);
+        };
+        auto sheet = [this](const char* what) {
+            return [this, what] {
+                log << QString::fromLatin1(what) + (s.g.StopRequested ? " after the stop" : "");
+            };
+        };
+        s.adobeF_Command14_Click = sheet("autoscroll");
+        s.adobeF_Command3_Click = sheet("next");
+        s.adobeF_Command4_Click = sheet("prev");
+        s.adobeF_Command6_Click = sheet("manual");
+    }
+    FakeMessages messages;
+    Session s;
+    FakePlayer player;
+    FakeViewer viewer;
+    std::unique_ptr<Network> sync;
+    QStringList log;
+};
+
+class SyncClientTest : public ::testing::Test {
+  protected:
+    SyncClientTest() {
+        client.logTokens();
+        server->setLocalPort(kPort);
+        server->Listen();
+        server->onConnectionRequest = [this](long id) {
+            link = net.endpoint();
+            link->Accept(id);
+        };
+        client.s.ConnectIt_Click();
+    }
+    // Each text is sent by itself and read by itself.
+    void reads(const QList<QByteArray>& texts) {
+        for (const QByteArray& t : texts) {
+            link->SendData(t);
+            clock.advanceBy(5);
+        }
+    }
+
+    VirtualClock clock{1000, 43200};
+    FakeNet net{clock};
+    Computer client{clock, net};
+    std::unique_ptr<FakeSocket> server = net.endpoint(), link;
+};
+
+struct ReadCase {
+    const char* what;
+    QList<QByteArray> reads;
+    QStringList log;
+    QString speed = "1";
+    bool stopped = false;
+};
+
+TEST_F(SyncClientTest, EachReadIsActedOnAsAWhole) {
+    const QString longName = QString(255, u'x');
+    const QStringList list = {"12 Song B.mp3", "Song.mp3", "Song B.mp3",
+                              QString(254, u'x') + "y.mp3", longName + ".mp3"};
+    const ReadCase cases[] = {
+        {"the page token acts before the stop", {"&STOP/&COMMAND4/"}, {"prev"}, "1", true},
+        {"the sheet tokens in their order, once each",
+         {"&COMMAND6/&COMMAND4/&COMMAND3/&AUTOSCROLL/&COMMAND3/"},
+         {"autoscroll", "next", "prev", "manual"}},
+        {"a start read with a select is part of the name", {"&SELECT/Song.mp3&START/"}, {}},
+        {"the first entry that contains the name",
+         {"&SELECT/song b.MP3"},
+         {"select 12 Song B.mp3 (1 1,1)"}},
+        {"a token before a select spoils the name", {"&COMMAND3/&SELECT/Song.mp3"}, {"next"}},
+        {"a long name matches by its first 255 characters",
+         {"&SELECT/" + longName.toLatin1() + "-tail"},
+         {"select " + longName + ".mp3 (1 1,1)"}},
+        {"a speed", {"@SPEED/1.1"}, {}, "1.1"},
+        {"a speed cut to ten characters", {"@SPEED/1.234567891234"}, {}, "1.23456789"},
+        {"a time is read and ignored, and hides the speed", {"&TIME/12:00:00@SPEED/2"}, {}},
+        {"a token split over two reads is lost", {"&COMMAN", "D3/", "&ST", "OP/"}, {}},
+    };
+    for (const ReadCase& c : cases) {
+        SCOPED_TRACE(c.what);
+        client.log.clear();
+        client.s.g.StopRequested = 0;
+        client.s.velmor.Speed.setText("1");
+        client.s.velmor.VScroll1.set(100);
+        client.s.velmor.File1List.set(list);
+        reads(c.reads);
+        EXPECT_EQ(client.log, c.log);
+        EXPECT_EQ(client.s.velmor.Speed.text(), c.speed);
+        EXPECT_EQ(client.s.g.StopRequested != 0, c.stopped);
+        // Every read with a select turns the volume limit down, found or not.
+        const bool selects = std::any_of(c.reads.begin(), c.reads.end(), [](const QByteArray& r) {
+            return r.contains("&SELECT/");
+        });
+        EXPECT_EQ(client.s.velmor.VScroll1.get(), selects ? 1 : 100);
+    }
+    EXPECT_TRUE(client.s.velmor.Shape1.get());
+    EXPECT_TRUE(client.messages.shown.isEmpty());
+}
+
+TEST_F(SyncClientTest, EndHidesTheRestAndTurnsTheClientIntoAListener) {
+    EXPECT_EQ(clock.tickMs(), 1000 + 2000 + 1); // the 2 s wait, then connected at once
+    EXPECT_EQ(client.s.velmor.ConnectIt.text(), "Disconnect");
+    EXPECT_TRUE(client.s.velmor.Shape1.get());
+    EXPECT_EQ(client.s.velmor.Label29.text(), "1");
+    reads({"&COMMAND3/&START/&END/@SPEED/2"});
+    EXPECT_TRUE(client.log.isEmpty());
+    EXPECT_EQ(client.s.velmor.Speed.text(), "1");
+    EXPECT_FALSE(client.s.velmor.Shape1.get());
+    EXPECT_EQ(client.s.velmor.ConnectIt.text(), "Connect");
+    EXPECT_EQ(client.sync->Winsock1(0).State(), sockstate::kListening);
+    clock.advanceBy(5);
+    EXPECT_EQ(link->State(), sockstate::kClosing); // the server's element sees the close
+}
+
+TEST_F(SyncClientTest, AServerThatVanishesLeavesTheDot) {
+    link->SendData("&COMM");
+    link->Close();
+    clock.advanceBy(5);
+    EXPECT_TRUE(client.log.isEmpty());
+    EXPECT_EQ(client.sync->Winsock1(0).State(), sockstate::kClosed);
+    EXPECT_TRUE(client.s.velmor.Shape1.get());
+    // Disconnect: the client's element 0 listens on the port.
+    server->Close();
+    client.s.ConnectIt_Click();
+    EXPECT_EQ(client.s.velmor.ConnectIt.text(), "Connect");
+    EXPECT_FALSE(client.s.velmor.Shape1.get());
+    EXPECT_EQ(client.sync->Winsock1(0).State(), sockstate::kListening);
+    EXPECT_EQ(client.sync->Winsock1(0).LocalPort(), kPort);
+    EXPECT_TRUE(client.messages.shown.isEmpty());
+}
+
+struct ConnectCase {
+    const char* what;
+    QString host, port;
+    double dayStart;
+    QString message;
+    int64_t tookMs;
+};
+
+TEST(SyncConnect, AConnectThatFailsSaysSoAndHidesTheDot) {
+    const QString retry = " Wait a few seconds and try again";
+    const ConnectCase cases[] = {
+        {"no answer in 10 s", "stage-pc", "7000", 43200, retry, 12000},
+        {"refused: nothing listens", "127.0.0.1", "7001", 43200, retry, 12000},
+        {"a port that is no number", "127.0.0.1", "70a", 43200, "Type mismatch" + retry, 2000},
+        {"in the first 20 s of a day nothing waits", "127.0.0.1", "7000", 5, retry, 0},
+    };
+    for (const ConnectCase& c : cases) {
+        SCOPED_TRACE(c.what);
+        VirtualClock clock{1000, c.dayStart};
+        FakeNet net{clock};
+        auto server = net.endpoint();
+        server->setLocalPort(kPort);
+        server->Listen();
+        Computer client(clock, net);
+        client.s.velmor.IPAddress.setText(c.host);
+        client.s.velmor.PortNr.setText(c.port);
+        client.s.ConnectIt_Click();
+        EXPECT_EQ(client.messages.shown, QStringList{c.message});
+        EXPECT_EQ(clock.tickMs() - 1000, c.tookMs);
+        EXPECT_FALSE(client.s.velmor.Shape1.get());
+        EXPECT_EQ(client.s.velmor.ConnectIt.text(), "Connect");
+        EXPECT_EQ(client.sync->Winsock1(0).State(), sockstate::kClosed);
+    }
+}
+
+class SyncServerTest : public ::testing::Test {
+  protected:
+    SyncServerTest() {
+        installNavigation(server.s);
+        installVolume(server.s);
+        server.s.velmor.IamaServer.set(1);
+        server.sync->startListening();
+    }
+    // A client of the test's own, connected, that keeps what it reads.
+    FakeSocket& client() {
+        clients.push_back(net.endpoint());
+        FakeSocket& c = *clients.back();
+        received.emplace_back();
+        c.onDataArrival = [&c, got = &received.back()](qint64) { *got += c.GetData(); };
+        c.setRemoteHost("127.0.0.1");
+        c.setRemotePort(kPort);
+        c.Connect();
+        clock.advanceBy(5);
+        return c;
+    }
+    VirtualClock clock{1000, 43200};
+    FakeNet net{clock};
+    Computer server{clock, net};
+    std::vector<std::unique_ptr<FakeSocket>> clients;
+    std::list<QByteArray> received;
+};
+
+TEST_F(SyncServerTest, ADisconnectedServerKeepsCountingAndPassesClosedClientsOver) {
+    FakeSocket& a = client();
+    client();
+    EXPECT_EQ(server.s.g.ClientCount, 2);
+    EXPECT_EQ(server.s.velmor.Label29.text(), "2");
+    EXPECT_EQ(server.s.velmor.ConnectIt.text(), "Disconnect");
+    server.s.ConnectIt_Click(); // Disconnect: every client is told, the dot goes
+    clock.advanceBy(5);
+    EXPECT_EQ(received, (std::list<QByteArray>{"&END/", "&END/"}));
+    EXPECT_FALSE(server.s.velmor.Shape1.get());
+    EXPECT_EQ(server.s.velmor.ConnectIt.text(), "Connect");
+    a.Close(); // as a client does on "&END/"
+    clock.advanceBy(5);
+    EXPECT_EQ(server.sync->Winsock1(1).State(), sockstate::kClosed);
+    client(); // a newcomer, and one that comes back
+    client();
+    EXPECT_EQ(server.s.g.ClientCount, 4);
+    EXPECT_EQ(server.sync->elements(), 5);
+    EXPECT_EQ(server.s.velmor.Label29.text(), "4");
+    EXPECT_TRUE(server.s.velmor.Shape1.get());
+    Command3_Click(server.s);
+    server.s.velmor.SendAS.set(0); // only the page and scroll tokens stay home
+    Command3_Click(server.s);
+    server.s.velmor.Speed.setText("1.2");
+    clock.advanceBy(5);
+    EXPECT_EQ(received, (std::list<QByteArray>{"&END/", "&END/&COMMAND3/@SPEED/1.2",
+                                               "&COMMAND3/@SPEED/1.2", "&COMMAND3/@SPEED/1.2"}));
+    EXPECT_TRUE(server.messages.shown.isEmpty());
+}
+
+TEST_F(SyncServerTest, APageTokenThatFailsOtherwiseIsSaidAndEndsTheSending) {
+    FakeSocket& a = client();
+    client();
+    server.sync->Winsock1(1).Close(); // not connected: skipped
+    static_cast<FakeSocket&>(server.sync->Winsock1(2)).failSends = {10053, "Connection is aborted"};
+    client();
+    Command3_Click(server.s);
+    clock.advanceBy(5);
+    EXPECT_EQ(server.messages.shown, QStringList{"Connection is aborted"});
+    EXPECT_EQ(received.back(), ""); // the loop ended before client 3
+    EXPECT_EQ(a.State(), sockstate::kClosing);
+    server.s.velmor.Speed.setText("2"); // the other senders pass every failure over
+    clock.advanceBy(5);
+    EXPECT_EQ(received.back(), "@SPEED/2");
+}
+
+TEST_F(SyncServerTest, TheCheckBoxAndConnectOnAServerOnlySpeak) {
+    IamaServer_MouseUp(server.s);
+    server.s.ConnectIt_Click();
+    server.s.velmor.IamaServer.set(0);
+    IamaServer_MouseUp(server.s);
+    EXPECT_EQ(server.messages.shown,
+              (QStringList{"Please make sure this is the only PC that is designated 'SERVER'",
+                           "You have checked 'I AM A SERVER' so clients should connect to you. "
+                           "You do not need to connect."}));
+    EXPECT_EQ(server.sync->Winsock1(0).State(), sockstate::kListening);
+}
+
+} // namespace
