@@ -5,6 +5,7 @@
 #include "core/event_pump.h"
 #include "core/field.h"
 #include "core/file_numbers.h"
+#include "failure_number.h"
 #include "qt_print.h"
 
 #include <QDir>
@@ -19,14 +20,6 @@ namespace {
 QByteArray readAll(const QString& p) {
     QFile f(p);
     return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray("<missing>");
-}
-int failureNumber(const std::function<void()>& fn) {
-    try {
-        fn();
-    } catch (const Failure& f) {
-        return f.number();
-    }
-    return 0;
 }
 } // namespace
 

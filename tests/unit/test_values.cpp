@@ -2,6 +2,7 @@
 // cases are the ones that matter for files made by the program it replaces.
 
 #include "core/values.h"
+#include "failure_number.h"
 #include "qt_print.h"
 
 #include <cmath>
@@ -22,14 +23,6 @@ QStringList each(QString (*fn)(double), std::initializer_list<double> in) {
     return out;
 }
 
-int failureNumber(const std::function<void()>& fn) {
-    try {
-        fn();
-    } catch (const Failure& f) {
-        return f.number();
-    }
-    return 0;
-}
 } // namespace
 
 // The leading number, blanks skipped anywhere; an exponent only with digits
