@@ -143,6 +143,13 @@ int main(int argc, char** argv) {
     s.giveFocus = [&windows](const QString& name) {
         if (QWidget* w = windows.find(name)) w->activateWindow();
     };
+    // The player's devices are known once its instance has started, which
+    // may be after start-up's Audio Out step: fill the menu again then, and
+    // send the sound where the settings say.
+    QObject::connect(&player, &MpvPlayer::started, main, [&s] {
+        audioMenu(s);
+        setsound(s);
+    });
     QObject::connect(&player, &MpvPlayer::audioOutputMissing, main, [main] {
         main->setWindowTitle(QStringLiteral("Media Player - no audio output, playing silently"));
     });

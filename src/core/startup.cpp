@@ -16,14 +16,6 @@ namespace {
 
 const QString kPlayed = QStringLiteral("PlayedList.txt");
 
-void audioMenu(Session& s) {
-    QStringList names = s.player ? s.player->audioDevices() : QStringList();
-    names = names.mid(0, 7); // devices beyond the seventh are not shown
-    while (names.size() < 7)
-        names << QString();
-    s.velmor.AudioOutNames = names;
-}
-
 void readPlayedList(Session& s) {
     const QString path = configFile(s, kPlayed);
     if (!QFileInfo(path).isFile()) return;
@@ -37,6 +29,14 @@ void readPlayedList(Session& s) {
 }
 
 } // namespace
+
+void audioMenu(Session& s) {
+    QStringList names = s.player ? s.player->audioDevices() : QStringList();
+    names = names.mid(0, 7); // devices beyond the seventh are not shown
+    while (names.size() < 7)
+        names << QString();
+    s.velmor.AudioOutNames = names;
+}
 
 void startUp(Session& s, const StartupHooks& h, const QString& demoRoot) {
     VelmorState& v = s.velmor;

@@ -29,6 +29,10 @@ struct StartupHooks {
 // ends start-up with "Error " + number + " " + description.
 void startUp(Session& s, const StartupHooks& hooks, const QString& demoRoot);
 
+// The Audio Out menu's names: the player's first seven devices, blanks after.
+// Runs at start-up and again when the player knows its devices.
+void audioMenu(Session& s);
+
 // Shut-down: unload the windows, SaveVelmor, write "PlayedList.txt", close a
 // notation viewer the program started.  Errors end it quietly.
 void shutDown(Session& s, const StartupHooks& hooks);

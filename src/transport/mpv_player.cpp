@@ -1,5 +1,7 @@
 #include "transport/mpv_player.h"
 
+#include "transport/mpv_library.h"
+
 #include <QFileInfo>
 #include <QMetaObject>
 #include <algorithm>
@@ -25,60 +27,80 @@ MpvPlayer::MpvPlayer(const QString& audioOutput, QObject* parent)
     : QObject(parent), requestedAo_(audioOutput) {
     // libmpv refuses to start unless numbers are formatted the C way.
     std::setlocale(LC_NUMERIC, "C");
-    mpv_ = mpv_create();
-    if (!mpv_) return;
-    mpv_set_option_string(mpv_, "ao", aoList(audioOutput).constData());
+    MpvOptions options = {{"ao", aoList(audioOutput)}};
     writesFile_ = aoList(audioOutput) == "pcm";
     if (writesFile_) {
-        mpv_set_option_string(mpv_, "ao-pcm-file",
-                              QFileInfo(audioOutput).absoluteFilePath().toUtf8().constData());
-        mpv_set_option_string(mpv_, "ao-pcm-waveheader", "yes");
-        mpv_set_option_string(mpv_, "audio-format",
-                              "s16"); // one sample format whatever the filters
+        options.push_back({"ao-pcm-file", QFileInfo(audioOutput).absoluteFilePath().toUtf8()});
+        options.push_back({"ao-pcm-waveheader", "yes"});
+        options.push_back({"audio-format", "s16"}); // one sample format whatever the filters
     }
-    mpv_set_option_string(mpv_, "vid", "no");
-    mpv_set_option_string(mpv_, "video", "no");
-    mpv_set_option_string(mpv_, "audio-display", "no");
-    mpv_set_option_string(mpv_, "idle", "yes");
-    mpv_set_option_string(mpv_, "terminal", "no");
-    mpv_set_option_string(mpv_, "input-default-bindings", "no");
-    mpv_set_option_string(mpv_, "audio-pitch-correction", "yes");
-    mpv_set_option_string(mpv_, "volume", "50");
-    mpv_set_option_string(mpv_, "volume-max", "100");
-    // Start fast: a small output buffer and no cache, so that the music's
-    // clock starts within a few milliseconds of the load.
-    mpv_set_option_string(mpv_, "audio-buffer", "0.05");
-    mpv_set_option_string(mpv_, "cache", "no");
-    if (mpv_initialize(mpv_) < 0) {
-        mpv_terminate_destroy(mpv_);
-        mpv_ = nullptr;
-        return;
-    }
-    mpv_observe_property(mpv_, 1, "time-pos", MPV_FORMAT_DOUBLE);
-    mpv_observe_property(mpv_, 2, "current-ao", MPV_FORMAT_STRING);
-    mpv_set_wakeup_callback(
+    options.insert(options.end(), {{"vid", "no"},
+                                   {"video", "no"},
+                                   {"audio-display", "no"},
+                                   {"idle", "yes"},
+                                   {"terminal", "no"},
+                                   {"input-default-bindings", "no"},
+                                   {"audio-pitch-correction", "yes"},
+                                   {"volume", "50"},
+                                   {"volume-max", "100"},
+                                   // Start fast: a small output buffer and no cache, so that
+                                   // the music's clock starts within a few milliseconds of
+                                   // the load.
+                                   {"audio-buffer", "0.05"},
+                                   {"cache", "no"}});
+    // Takes the instance over as soon as it's ready, unless a call needed
+    // it earlier.
+    starting_ = startMpv(std::move(options), [this] {
+        QMetaObject::invokeMethod(
+            this, [this] { attach(); }, Qt::QueuedConnection);
+    });
+    baseClock_.start();
+}
+
+MpvPlayer::~MpvPlayer() {
+    handle();
+    if (!mpv_) return;
+    api_->set_wakeup_callback(mpv_, nullptr, nullptr);
+    api_->terminate_destroy(mpv_);
+}
+
+mpv_handle* MpvPlayer::handle() const {
+    if (!attached_) attach();
+    return mpv_;
+}
+
+void MpvPlayer::attach() const {
+    if (attached_) return;
+    attached_ = true;
+    mpv_ = starting_.get();
+    if (!mpv_) return;
+    api_ = mpvApi();
+    api_->observe_property(mpv_, 1, "time-pos", MPV_FORMAT_DOUBLE);
+    api_->observe_property(mpv_, 2, "current-ao", MPV_FORMAT_STRING);
+    api_->set_wakeup_callback(
         mpv_,
         [](void* self) {
             // From mpv's thread: only queue the drain on the GUI thread.
             QMetaObject::invokeMethod(static_cast<MpvPlayer*>(self), &MpvPlayer::drainEvents,
                                       Qt::QueuedConnection);
         },
-        this);
-    baseClock_.start();
+        const_cast<MpvPlayer*>(this));
+    double volume = volume_;
+    api_->set_property(mpv_, "volume", MPV_FORMAT_DOUBLE, &volume);
+    api_->set_property_string(mpv_, "audio-device", device_.constData());
+    // Queued: whoever listens may call back into the player.
+    QMetaObject::invokeMethod(const_cast<MpvPlayer*>(this), &MpvPlayer::started,
+                              Qt::QueuedConnection);
 }
 
-MpvPlayer::~MpvPlayer() {
-    if (!mpv_) return;
-    mpv_set_wakeup_callback(mpv_, nullptr, nullptr);
-    mpv_terminate_destroy(mpv_);
-}
-
+// Property writes never wait for the instance: what they set is applied
+// when it is ready (the volume and device) or at the load (speed and pause).
 void MpvPlayer::setFlag(const char* name, bool on) {
-    if (mpv_) mpv_set_property_string(mpv_, name, on ? "yes" : "no");
+    if (mpv_) api_->set_property_string(mpv_, name, on ? "yes" : "no");
 }
 
 void MpvPlayer::setDouble(const char* name, double v) {
-    if (mpv_) mpv_set_property(mpv_, name, MPV_FORMAT_DOUBLE, &v);
+    if (mpv_) api_->set_property(mpv_, name, MPV_FORMAT_DOUBLE, &v);
 }
 
 void MpvPlayer::markPosition(double pos) {
@@ -94,7 +116,7 @@ void MpvPlayer::setURL(const QString& path) {
         loaded_ = false;
         if (mpv_) {
             const char* cmd[] = {"stop", nullptr};
-            mpv_command(mpv_, cmd);
+            api_->command(mpv_, cmd);
         }
         state_ = 1;
         markPosition(0);
@@ -123,7 +145,7 @@ void MpvPlayer::setURL(const QString& path) {
 
 void MpvPlayer::startLoad() {
     loadPending_ = false;
-    if (!mpv_) return;
+    if (!handle()) return;
     runAtRate();
     const QByteArray url = url_.toUtf8();
     const QByteArray options = QStringLiteral("start=%1").arg(startAt_, 0, 'f', 3).toUtf8();
@@ -140,14 +162,14 @@ void MpvPlayer::startLoad() {
     mpv_node cmd;
     cmd.format = MPV_FORMAT_NODE_MAP;
     cmd.u.list = &list;
-    mpv_command_node(mpv_, &cmd, nullptr);
+    api_->command_node(mpv_, &cmd, nullptr);
     markPosition(startAt_);
     state_ = 3;
 }
 
 void MpvPlayer::drainEvents() {
     while (mpv_) {
-        mpv_event* e = mpv_wait_event(mpv_, 0);
+        mpv_event* e = api_->wait_event(mpv_, 0);
         if (!e || e->event_id == MPV_EVENT_NONE) break;
         switch (e->event_id) {
         case MPV_EVENT_FILE_LOADED: loaded_ = true; break;
@@ -163,7 +185,7 @@ void MpvPlayer::drainEvents() {
                     const double target = startAt_ + lag * musicSpeed(rate_);
                     const QByteArray pos = QByteArray::number(target, 'f', 3);
                     const char* cmd[] = {"seek", pos.constData(), "absolute+exact", nullptr};
-                    mpv_command(mpv_, cmd);
+                    api_->command(mpv_, cmd);
                     markPosition(target);
                 }
             }
@@ -278,7 +300,7 @@ void MpvPlayer::setControlsCurrentPosition(double seconds) {
     else if (mpv_ && loaded_) {
         const QByteArray pos = QByteArray::number(seconds, 'f', 3);
         const char* cmd[] = {"seek", pos.constData(), "absolute+exact", nullptr};
-        mpv_command(mpv_, cmd);
+        api_->command(mpv_, cmd);
     }
     markPosition(seconds);
     lastReported_ = seconds;
@@ -286,9 +308,9 @@ void MpvPlayer::setControlsCurrentPosition(double seconds) {
 
 QStringList MpvPlayer::audioDevices() const {
     QStringList server, alsa;
-    if (!mpv_) return {};
+    if (!mpv_) return {}; // not ready yet: started() tells when it is
     mpv_node list;
-    if (mpv_get_property(mpv_, "audio-device-list", MPV_FORMAT_NODE, &list) < 0) return {};
+    if (api_->get_property(mpv_, "audio-device-list", MPV_FORMAT_NODE, &list) < 0) return {};
     if (list.format == MPV_FORMAT_NODE_ARRAY) {
         for (int i = 0; i < list.u.list->num; ++i) {
             const mpv_node& dev = list.u.list->values[i];
@@ -303,16 +325,15 @@ QStringList MpvPlayer::audioDevices() const {
             }
         }
     }
-    mpv_free_node_contents(&list);
+    api_->free_node_contents(&list);
     // With a sound server its sinks are the real outputs; ALSA's list then
     // only repeats plugins, many of which lead nowhere.
     return server.isEmpty() ? alsa : server;
 }
 
 void MpvPlayer::setAudioDevice(const QString& name) {
-    if (!mpv_) return;
-    const QByteArray dev = name.isEmpty() ? QByteArrayLiteral("auto") : name.toUtf8();
-    mpv_set_property_string(mpv_, "audio-device", dev.constData());
+    device_ = name.isEmpty() ? QByteArrayLiteral("auto") : name.toUtf8();
+    if (mpv_) api_->set_property_string(mpv_, "audio-device", device_.constData());
 }
 
 } // namespace mv

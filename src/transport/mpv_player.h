@@ -5,16 +5,24 @@
 // media_player.h); the volume is this player's own, and with no sound device the music still
 // "plays" silently in real time on the null output, so a cursor play works on any machine.
 //
-// Threads: libmpv's wakeup callback comes from mpv's threads and only queues
-// a call; the events are drained on the GUI thread.
+// Threads: the mpv instance starts on a thread of its own (mpv_library.h);
+// until it's ready, volume, speed and device are only kept and are applied
+// when it is, and a call that needs the instance waits for it.  libmpv's
+// wakeup callback comes from mpv's threads and only queues a call; the events
+// are drained on the GUI thread.
 
 #include "transport/media_player.h"
 
 #include <QElapsedTimer>
 #include <QObject>
 #include <QString>
+#include <future>
 
 struct mpv_handle;
+
+namespace mv {
+struct MpvApi;
+}
 
 namespace mv {
 
@@ -49,15 +57,24 @@ class MpvPlayer : public QObject, public MediaPlayer {
     // True once the automatic output fell through to the null output: the
     // music plays silently.
     bool noAudioOutput() const { return noAudio_; }
-    bool isValid() const { return mpv_ != nullptr; }
+    // Waits for the mpv instance: false when libmpv is missing or failed.
+    bool isValid() const { return handle() != nullptr; }
 
   signals:
     // Said once, when the automatic output fell through to the null output.
     void audioOutputMissing();
     // The file ended by itself (or could not be played).
     void endOfFile();
+    // The mpv instance is ready: audioDevices() lists the real devices from
+    // now on (before, it lists none).
+    void started();
 
   private:
+    // The instance, once ready; waits for it if it's still starting.
+    mpv_handle* handle() const;
+    // Takes the ready instance over: its events, and the volume and device
+    // asked for meanwhile.
+    void attach() const;
     void drainEvents();
     void startLoad();
     void setFlag(const char* name, bool on);
@@ -66,7 +83,11 @@ class MpvPlayer : public QObject, public MediaPlayer {
     void runAtRate();
     void markPosition(double pos);
 
-    mpv_handle* mpv_ = nullptr;
+    mutable std::future<mpv_handle*> starting_;
+    mutable bool attached_ = false;
+    mutable mpv_handle* mpv_ = nullptr; // set once attached
+    mutable const MpvApi* api_ = nullptr;
+    QByteArray device_ = QByteArrayLiteral("auto");
     QString url_;
     QString requestedAo_;
     int state_ = 10; // 10 ready, 3 playing, 2 paused, 1 stopped, 4 fast forward

@@ -8,6 +8,7 @@
 #include "core/beeper.h"
 
 #include <QString>
+#include <future>
 
 struct mpv_handle;
 
@@ -26,6 +27,9 @@ class ToneBeeper final : public Beeper {
 
   private:
     Clock& clock_;
+    // The instance starts in the background; the first beep waits for it.
+    std::future<mpv_handle*> starting_;
+    bool attached_ = false;
     mpv_handle* mpv_ = nullptr;
 };
 
