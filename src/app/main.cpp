@@ -163,6 +163,10 @@ int main(int argc, char** argv) {
         s.adobeF.Visible.set(true);
     };
     s.showSheet1 = hooks.showSheet1;
+    s.placeSheet1Top = [&] {
+        auto* w = windows.get<SheetWindow>(QStringLiteral("AdobeF"));
+        w->move(w->x(), int(s.adobeF.Top / 15));
+    };
     s.unloadSheet1 = [&] { windows.unload(QStringLiteral("AdobeF")); };
     hooks.adjustAll = [&] { windows.get<SheetWindow>(QStringLiteral("AdobeF"))->AdjustAll(); };
     hooks.focusMainWindow = s.focusMainWindow;

@@ -160,6 +160,17 @@ QWidget* MainWindow::buildHead(MediaPlayer& player) {
     };
     strip->addWidget(area, 1);
     strip->addWidget(new FastForwardLabel(player, head));
+    // VScroll1, the volume limit in percent: upright, 100 at the top, beside
+    // the "%" of Label25.
+    auto* limit = new QSlider(Qt::Vertical, head);
+    limit->setObjectName(QStringLiteral("VScroll1"));
+    limit->setRange(v.VScroll1.min(), v.VScroll1.max());
+    limit->setValue(v.VScroll1.get());
+    limit->setFixedHeight(48);
+    connect(limit, &QSlider::valueChanged, this,
+            [this, &v](int x) { guarded([&] { v.VScroll1.set(x); }); });
+    subs_.push_back(v.VScroll1.subscribe([limit, &v] { limit->setValue(v.VScroll1.get()); }));
+    strip->addWidget(limit);
     // The network dot: a red dot with the number of clients, and "Connected".
     auto* dot = new QLabel(head);
     dot->setObjectName(QStringLiteral("Shape1"));
@@ -185,19 +196,7 @@ QWidget* MainWindow::buildHead(MediaPlayer& player) {
     connect(vol, &QSlider::valueChanged, this,
             [this, &v](int x) { guarded([&] { v.HScroll1.set(x); }); });
     subs_.push_back(v.HScroll1.subscribe([vol, &v] { vol->setValue(v.HScroll1.get()); }));
-    auto* limit = new QSlider(Qt::Horizontal, head);
-    limit->setObjectName(QStringLiteral("VScroll1"));
-    limit->setRange(v.VScroll1.min(), v.VScroll1.max());
-    limit->setValue(v.VScroll1.get());
-    limit->setMaximumWidth(70);
-    connect(limit, &QSlider::valueChanged, this,
-            [this, &v](int x) { guarded([&] { v.VScroll1.set(x); }); });
-    subs_.push_back(v.VScroll1.subscribe([limit, &v] { limit->setValue(v.VScroll1.get()); }));
-    auto* volRow = new QHBoxLayout;
-    volRow->addWidget(vol, 1);
-    volRow->addWidget(limit);
-    volRow->addWidget(new QLabel(QStringLiteral("%"), head));
-    rows->addLayout(volRow);
+    rows->addWidget(vol);
     return head;
 }
 

@@ -324,6 +324,9 @@ struct Session {
     std::function<void()> ShowB_Click, ShowVB_Click, FootControl_Click;
     // Loads and shows sheet window 1, and unloads it.
     std::function<void()> showSheet1, unloadSheet1;
+    // Loads sheet window 1 (hidden, if it wasn't there) and moves its top to
+    // `adobeF.Top`: the settings' line for the window's top.
+    std::function<void()> placeSheet1Top;
     std::function<void()> focusMainWindow;
     // Gives the input focus to the named window ("AdobeF", "AdobeF2").
     std::function<void(const QString& window)> giveFocus;

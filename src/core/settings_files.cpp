@@ -183,7 +183,10 @@ bool readLines1to37(Session& s, const std::function<void()>& onShowSheet1) {
                 s.adobeF.VScroll1Left.set(s.g.ButtonStripLeft);
                 break;
             case 28: break; // the sheet window's left: only ever written
-            case 29: s.adobeF.Top = 1; break;
+            case 29:
+                s.adobeF.Top = 1;
+                if (s.placeSheet1Top) s.placeSheet1Top();
+                break;
             default:                 // 30..37: the Audio Out menu, TXDF then TXS0..TXS6
                 if (l != u"False") { // each such line keeps its mark
                     v.AudioOutChecks.set(v.AudioOutChecks.get() | 1 << (line - 30));

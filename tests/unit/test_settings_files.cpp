@@ -66,8 +66,12 @@ TEST_F(SettingsTest, SaveWritesSixtyLinesInTheirKindsAndReadsBackTheSame) {
 
     Session back(clock, messages);
     back.configDir = dir.path();
+    back.adobeF.Top = 9000;
+    double placedTop = -1; // where the window's top went when its line was read
+    back.placeSheet1Top = [&] { placedTop = back.adobeF.Top; };
     ASSERT_TRUE(openSettings(back));
     ASSERT_TRUE(readLines1to37(back, {}));
+    EXPECT_EQ(placedTop, 1); // the sheet window's line puts it at the top
     readLines38to60(back);
     EXPECT_EQ(back.velmor.Text1.text(), "/home/me/songs");
     EXPECT_EQ(back.velmor.IGNNR.get(), 1);
