@@ -168,9 +168,20 @@ void Network::disconnect() {
             unload(i);
         Socket& e = Winsock1(0);
         e.Close();
-        e.setLocalPort(portNumber(v.PortNr.text()));
-        e.Listen();
         s_.g.ClientCount = 0;
+        // The connection is gone either way; a port that is no number only
+        // keeps this computer from listening, which the user is told.
+        try {
+            e.setLocalPort(portNumber(v.PortNr.text()));
+            e.Listen();
+        } catch (const Failure&) {
+            v.ConnectIt.setText(kConnect);
+            showDot(false);
+            s_.messages.msgBox(QStringLiteral("Disconnected. The port \"") + v.PortNr.text() +
+                               QStringLiteral("\" is not a number, so this computer does not "
+                                              "listen for a server."));
+            return;
+        }
     }
     v.ConnectIt.setText(kConnect);
     showDot(false);

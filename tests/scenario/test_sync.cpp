@@ -171,6 +171,16 @@ TEST_F(SyncClientTest, AServerThatVanishesLeavesTheDot) {
     EXPECT_TRUE(client.messages.shown.isEmpty());
 }
 
+TEST_F(SyncClientTest, ADisconnectWithAPortThatIsNoNumberStillDisconnects) {
+    client.s.velmor.PortNr.setText(QStringLiteral("x"));
+    client.s.ConnectIt_Click();
+    EXPECT_EQ(client.s.velmor.ConnectIt.text(), "Connect");
+    EXPECT_FALSE(client.s.velmor.Shape1.get());
+    EXPECT_EQ(client.sync->Winsock1(0).State(), sockstate::kClosed);
+    ASSERT_EQ(client.messages.shown.size(), 1);
+    EXPECT_TRUE(client.messages.shown[0].contains(u"\"x\" is not a number"));
+}
+
 struct ConnectCase {
     const char* what;
     QString host, port;
