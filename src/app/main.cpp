@@ -127,7 +127,8 @@ int main(int argc, char** argv) {
     QtIndexPrinting printDialogs;
     AskedIndexPrinting askedPrinting(messages);
     library.random = random.get();
-    library.printing = cl.isSet(script) ? static_cast<IndexPrinting*>(&askedPrinting) : &printDialogs;
+    library.printing =
+        cl.isSet(script) ? static_cast<IndexPrinting*>(&askedPrinting) : &printDialogs;
     installLibrary(s, library);
 
     windows.define(QStringLiteral("Velmor"), [&] { return new MainWindow(s, player); });

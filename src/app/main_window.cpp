@@ -242,8 +242,7 @@ QWidget* MainWindow::buildFoot() {
     });
     grid->addWidget(quit, 3, 2, 1, 2);
     // The song library's buttons, installed by the library.
-    auto library = [this](const char* name, const QString& caption,
-                          std::function<void()>& hook) {
+    auto library = [this](const char* name, const QString& caption, std::function<void()>& hook) {
         auto* b = new QPushButton(caption, this);
         b->setObjectName(QString::fromLatin1(name));
         connect(b, &QPushButton::clicked, this, [this, &hook] {

@@ -164,8 +164,12 @@ namespace {
 void refreshSets(Library& lib) {
     DirxState& d = lib.dirx;
     const QString pattern = d.Filetype.get().trimmed();
+    const QStringList files =
+        validPattern(pattern) ? listSongs(d.Folder.get(), pattern) : QStringList();
+    // The selection stands while the list shows the same files.
+    if (files == d.File1.get()) return;
     d.File1Index.set(-1);
-    d.File1.set(validPattern(pattern) ? listSongs(d.Folder.get(), pattern) : QStringList());
+    d.File1.set(files);
 }
 
 } // namespace
