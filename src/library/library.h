@@ -79,8 +79,8 @@ struct Library {
 // window registry, the windows PlayLst, Dirx and IndexForm.
 void installLibrary(Session& s, Library& lib);
 
-// Unloads the library's windows (PlayLst writes "PlayList.txt"); at
-// shut-down.
+// Unloads the library's windows (PlayLst writes "PlayList.txt"; a failure
+// to write is shown and passed over); at shut-down.
 void unloadLibraryWindows(Session& s, Library& lib);
 
 } // namespace mv

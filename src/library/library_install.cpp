@@ -1,3 +1,4 @@
+#include "core/messages.h"
 #include "core/session_state.h"
 #include "library/library.h"
 #include "library/library_windows.h"
@@ -26,7 +27,8 @@ void installLibrary(Session& s, Library& lib) {
 }
 
 void unloadLibraryWindows(Session& s, Library& lib) {
-    PlayLst_Unload(s, lib);
+    // A play list that cannot be written is said, and shut-down goes on.
+    runGuarded(s.messages, [&] { PlayLst_Unload(s, lib); });
     Dirx_Unload(s, lib);
     IndexForm_Close(s, lib);
 }

@@ -98,8 +98,7 @@ TEST_F(LibraryTest, SelRLeavesOutZXMixPlayedAndEntryZero) {
     ScriptedRandom r({0.0, 0.25, 0.5, 0.99});
     SelR(s, r);
     EXPECT_EQ(loads, QStringList{"Song.mp3"});
-    EXPECT_EQ(r.draws, 3);
-    EXPECT_EQ(r.seeds, 1);
+    EXPECT_EQ(std::pair(r.draws, r.seeds), std::pair(3, 1));
     EXPECT_TRUE(s.velmor.PlayedList.endsWith("Played.mp3,Song.mp3,"));
     EXPECT_EQ(s.velmor.SuppressLoad, 0);
 
@@ -114,18 +113,15 @@ TEST_F(LibraryTest, SelRLeavesOutZXMixPlayedAndEntryZero) {
     EXPECT_EQ(s.velmor.PlayedList, "");
     EXPECT_EQ(m.shown.last(), "Already Played list is now clear.");
 
-    // The program's generator, many times over: only Played and Song come.
+    // "Select Random MP3" with the program's generator: only Played and Song come.
     const auto real = makeRandomSource();
     lib.random = real.get();
-    for (int i = 0; i < 40; ++i) {
+    for (int i = 0; i < 20; ++i) {
         s.velmor.PlayedList.clear();
-        clock.advanceTo(clock.tickMs() + 7);
+        clock.advanceBy(7);
         s.Command4_Click();
     }
-    EXPECT_EQ(loads.size(), 41);
-    for (const QString& l : loads)
-        EXPECT_TRUE(l == "Song.mp3" || l == "Played.mp3") << l.toStdString();
-    EXPECT_TRUE(loads.contains("Played.mp3"));
+    EXPECT_EQ(loads.filter("Song.mp3").size() + loads.filter("Played.mp3").size(), 21);
 }
 
 TEST_F(LibraryTest, SelROnAListOfOneIsTheErrorMessage) {
