@@ -7,6 +7,7 @@
 #include "fakes.h"
 #include "library/library.h"
 #include "library/play_list.h"
+#include "library/print_index.h"
 #include "library/random_choice.h"
 #include "library/song_list.h"
 #include "library/z_marking.h"
@@ -273,4 +274,20 @@ TEST_F(LibraryTest, ASetSavedAndLoadedWithItsCheckBoxes) {
               std::tuple(1, 0, 1));
     EXPECT_FALSE(s.files.isOpen(3));
     EXPECT_FALSE(lib.dirx.Visible.get());
+}
+
+TEST_F(LibraryTest, PrintIndexAppendsACopyUntilClosedAndACancelledPrintIsSaid) {
+    songs({"A.mp3", "B.mp3", "C MIX.mp3"});
+    s.Command9_Click();
+    s.Command9_Click();
+    const QString once = indexText(s.velmor.File1List.get());
+    EXPECT_EQ(lib.indexForm.Text1.get(), once + once);
+    EXPECT_TRUE(lib.indexForm.Visible.get());
+    EXPECT_EQ(s.velmor.SuppressLoad, 0);
+    EXPECT_TRUE(loads.isEmpty());
+    IndexForm_Print(s, lib); // no printing platform: as a cancelled dialog
+    EXPECT_EQ(m.shown.last(), "Cancel was selected.");
+    IndexForm_Close(s, lib);
+    s.Command9_Click();
+    EXPECT_EQ(lib.indexForm.Text1.get(), once);
 }
