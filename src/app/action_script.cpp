@@ -322,15 +322,16 @@ void ActionScript::runLine(const QString& line) {
             QKeyEvent press(QEvent::KeyPress, 0, Qt::NoModifier, QString(ch));
             QApplication::sendEvent(w, &press);
         }
-    } else if (verb == u"select") {
+    } else if (verb == u"select" || verb == u"selectright") {
         auto* list = qobject_cast<QListWidget*>(w);
         const auto items =
             list ? list->findItems(rest, Qt::MatchExactly) : QList<QListWidgetItem*>{};
         if (items.isEmpty()) return fail("no entry " + rest + " in " + a[1]);
         list->scrollToItem(items[0]);
         const QPoint p = list->visualItemRect(items[0]).center();
-        sendMouse(list->viewport(), QEvent::MouseButtonPress, Qt::LeftButton, p);
-        sendMouse(list->viewport(), QEvent::MouseButtonRelease, Qt::LeftButton, p);
+        const Qt::MouseButton b = verb == u"select" ? Qt::LeftButton : Qt::RightButton;
+        sendMouse(list->viewport(), QEvent::MouseButtonPress, b, p);
+        sendMouse(list->viewport(), QEvent::MouseButtonRelease, b, p);
     } else if (verb == u"key") {
         const QKeySequence seq(a.value(2));
         const int key = seq.isEmpty() ? 0 : seq[0].key();

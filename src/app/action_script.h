@@ -24,6 +24,9 @@
 //   menu W.NAME                    choose the menu entry with that object name
 //   type W.C text...               focus, select all, type the text
 //   select W.C entry text          press on the list entry with that text
+//   selectright W.C entry text     the same with the right button
+//   answer yes|no                  the next question's answer (else Yes)
+//   input text... / cancel         the next input box's answer (else cancelled)
 //   key W.C KeyName                a key press on the control (Space, N, Slash, ...)
 //   show W / hide W                show or hide a window
 //   wait ms                        let the program run for ms

@@ -13,6 +13,8 @@
 #include "core/window_registry.h"
 #include "cursormap/cursor_fields.h"
 #include "cursormap/play_loop.h"
+#include "library/library.h"
+#include "library/library_windows.h"
 #include "library/song_list.h"
 #include "recording/recording_install.h"
 #include "sheet/navigation.h"
@@ -120,6 +122,14 @@ int main(int argc, char** argv) {
     installPlayStart(s);
     installRecording(s);
     installSetupScreen(s);
+    Library library;
+    const std::unique_ptr<RandomSource> random = makeRandomSource();
+    QtIndexPrinting printDialogs;
+    AskedIndexPrinting askedPrinting(messages);
+    library.random = random.get();
+    library.printing =
+        cl.isSet(script) ? static_cast<IndexPrinting*>(&askedPrinting) : &printDialogs;
+    installLibrary(s, library);
 
     windows.define(QStringLiteral("Velmor"), [&] { return new MainWindow(s, player); });
     windows.define(QStringLiteral("AdobeF"), [&] {
@@ -180,6 +190,7 @@ int main(int argc, char** argv) {
         s.velmor.WindowTop = main->y() * 15.0;
     };
     hooks.unloadWindows = [&] {
+        unloadLibraryWindows(s, library);
         if (windows.find(QStringLiteral("AdobeF"))) writeAdobeFx(s);
         windows.unload(QStringLiteral("AdobeF"));
     };
@@ -233,6 +244,7 @@ int main(int argc, char** argv) {
             s.g.PlayStartTick = s.clock.tickMs();
             playLoop(s);
         };
+        console.addScriptAnswers(*runner);
         runner->start();
     }
     const int rc = app.exec();

@@ -240,6 +240,25 @@ QWidget* MainWindow::buildFoot() {
         close();
     });
     grid->addWidget(quit, 3, 2, 1, 2);
+    // The song library's buttons, installed by the library.
+    auto library = [this](const char* name, const QString& caption, std::function<void()>& hook) {
+        auto* b = new QPushButton(caption, this);
+        b->setObjectName(QString::fromLatin1(name));
+        connect(b, &QPushButton::clicked, this, [this, &hook] {
+            guarded([&hook] {
+                if (hook) hook();
+            });
+        });
+        return b;
+    };
+    grid->addWidget(library("Command4", QStringLiteral("Select Random MP3"), s_.Command4_Click), 4,
+                    0, 1, 2);
+    grid->addWidget(library("Command3", QStringLiteral("Clear played list"), s_.Command3_Click), 4,
+                    2, 1, 2);
+    grid->addWidget(library("Command5", QStringLiteral("Set Z"), s_.Command5_Click), 5, 0);
+    grid->addWidget(library("Command6", QStringLiteral("Remove Z"), s_.Command6_Click), 5, 1);
+    grid->addWidget(library("Command9", QStringLiteral("Print Index"), s_.Command9_Click), 5, 2);
+    grid->addWidget(library("Command15", QStringLiteral("Play List"), s_.Command15_Click), 5, 3);
     return foot;
 }
 

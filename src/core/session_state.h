@@ -262,6 +262,11 @@ struct BControlState {
 struct PlayLstState {
     Prop<bool> Visible{false};
     Prop<QStringList> List1;
+    Prop<int> ListIndex{-1};  // the selected item, -1 none
+    CheckBox CloseSelect{0};  // "Close list after selection is made"
+    CheckBox CloseDelete{0};  // "Close list after Deletion"
+    CheckBox DelItem{0};      // "Delete item after selection"
+    Prop<double> Width{4050}; // twips; "Setup" widens it to show the check boxes
 };
 
 // The touch overlay (Form1): only what the play loop places.
@@ -343,6 +348,12 @@ struct Session {
     std::function<void()> focusSheetWindow;
     // The overlay's share of each Timer1 tick; installed by the overlay.
     std::function<void()> overlayTimerWork;
+    // The song library's buttons on the main window, installed by the
+    // library: Command3 "Clear played list", Command4 "Select Random MP3",
+    // Command5 "Set Z", Command6 "Remove Z", Command9 "Print Index",
+    // Command15 "Play List".
+    std::function<void()> Command3_Click, Command4_Click, Command5_Click, Command6_Click,
+        Command9_Click, Command15_Click;
 };
 
 } // namespace mv

@@ -1,0 +1,293 @@
+// The song library over a folder of real files, with a stand-in for the song
+// load: random choice with a scripted generator, Z marking (missing sibling,
+// existing target, failures half way), the play list's clicks and its sets.
+
+#include "core/session_state.h"
+#include "core/values.h"
+#include "fakes.h"
+#include "library/library.h"
+#include "library/play_list.h"
+#include "library/print_index.h"
+#include "library/random_choice.h"
+#include "library/song_list.h"
+#include "library/z_marking.h"
+
+#include <QDir>
+#include <QFile>
+#include <QTemporaryDir>
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+using namespace mv;
+using namespace mv::test;
+
+namespace {
+
+// Returns its numbers in turn, over and over.
+class ScriptedRandom : public RandomSource {
+  public:
+    explicit ScriptedRandom(std::vector<double> v) : v_(std::move(v)) {}
+    void randomize(int64_t) override { ++seeds; }
+    double next() override {
+        ++draws;
+        return v_[(draws - 1) % v_.size()];
+    }
+    int seeds = 0, draws = 0;
+
+  private:
+    std::vector<double> v_;
+};
+
+class LibraryTest : public ::testing::Test {
+  protected:
+    LibraryTest() {
+        s.configDir = config.path();
+        s.velmor.Text1.setText(dir.path());
+        s.velmor.Text2.setText("*.mp3");
+        s.File1_MouseDown = [this](int button, int, double, double) {
+            if (button == 1 && !s.velmor.SuppressLoad) loads << s.velmor.File1FileName();
+        };
+        installLibrary(s, lib);
+    }
+    void songs(std::initializer_list<const char*> names) {
+        for (const char* n : names)
+            write(n, n);
+        SetPath(s);
+    }
+    void write(const QString& name, const QByteArray& bytes) {
+        QFile f(dir.filePath(name));
+        ASSERT_TRUE(f.open(QIODevice::WriteOnly));
+        f.write(bytes);
+    }
+    QByteArray read(const QString& name) {
+        QFile f(dir.filePath(name));
+        return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray("(missing)");
+    }
+    void select(const QString& name) {
+        s.velmor.File1ListIndex.set(s.velmor.File1List.get().indexOf(name));
+    }
+
+    VirtualClock clock{1000, 43200};
+    FakeMessages m;
+    Session s{clock, m};
+    Library lib;
+    QTemporaryDir dir, config;
+    QStringList loads;
+};
+
+// Runs `fn` as an unprivileged user when the test runs as root, so that
+// file permissions hold.
+void asNobody(const std::function<void()>& fn) {
+    const bool root = geteuid() == 0;
+    if (root) {
+        ASSERT_EQ(seteuid(65534), 0);
+    }
+    fn();
+    if (root) {
+        ASSERT_EQ(seteuid(0), 0);
+    }
+}
+
+} // namespace
+
+TEST_F(LibraryTest, SelRLeavesOutZXMixPlayedAndEntryZero) {
+    songs({"A first.mp3", "Mix tape MIX.mp3", "Played.mp3", "Song.mp3", "Xmas.mp3", "Zebra.mp3"});
+    SetZ(s);
+    ASSERT_EQ(s.velmor.ZCount, 1);
+    s.velmor.PlayedList = "/songs/Other.mp3,Played.mp3,";
+    // Range 4 (Zebra not drawn): the numbers give picks 1, 2, 3, 4, 1 ...
+    ScriptedRandom r({0.0, 0.25, 0.5, 0.99});
+    SelR(s, r);
+    EXPECT_EQ(loads, QStringList{"Song.mp3"});
+    EXPECT_EQ(std::pair(r.draws, r.seeds), std::pair(3, 1));
+    EXPECT_TRUE(s.velmor.PlayedList.endsWith("Played.mp3,Song.mp3,"));
+    EXPECT_EQ(s.velmor.SuppressLoad, 0);
+
+    // Everything left is played: 1000 rounds, then the message; nothing loads.
+    SelR(s, r);
+    EXPECT_EQ(r.draws, 1003);
+    EXPECT_EQ(m.shown.last(), "Please clear the played list. ");
+    EXPECT_EQ(loads.size(), 1);
+    EXPECT_EQ(s.velmor.SuppressLoad, 0);
+
+    s.Command3_Click();
+    EXPECT_EQ(s.velmor.PlayedList, "");
+    EXPECT_EQ(m.shown.last(), "Already Played list is now clear.");
+
+    // "Select Random MP3" with the program's generator: only Played and Song come.
+    const auto real = makeRandomSource();
+    lib.random = real.get();
+    for (int i = 0; i < 20; ++i) {
+        s.velmor.PlayedList.clear();
+        clock.advanceBy(7);
+        s.Command4_Click();
+    }
+    EXPECT_EQ(loads.filter("Song.mp3").size() + loads.filter("Played.mp3").size(), 21);
+}
+
+TEST_F(LibraryTest, SelROnAListOfOneIsTheErrorMessage) {
+    songs({"Only.mp3"});
+    ScriptedRandom r({0.5});
+    SelR(s, r);
+    EXPECT_EQ(m.shown.last(), "Error 380 Invalid property value");
+    EXPECT_TRUE(loads.isEmpty());
+    EXPECT_EQ(s.velmor.SuppressLoad, 0);
+}
+
+TEST_F(LibraryTest, SetZAndRemoveZWithAMissingSiblingAndAnExistingTarget) {
+    songs({"Blue.mp3", "Other.mp3", "Song.mp3"});
+    write("Blue.MAP", "map");
+    write("Blue.pdf", "sheet");
+    write("Z Blue.pdf", "older sheet");
+    s.files.open(1, dir.filePath("Blue.MAP"), FileMode::Input);
+    select("Blue.mp3");
+    m.yesNoAnswers = {true};
+    s.Command5_Click();
+    EXPECT_EQ(m.shown,
+              QStringList{"Are you sure you want to put a Z at the beginning of 'Blue.mp3'."});
+    EXPECT_FALSE(s.files.isOpen(1));
+    EXPECT_EQ(read("Z Blue.mp3"), "Blue.mp3");
+    EXPECT_EQ(read("Z Blue.MAP"), "map");
+    EXPECT_EQ(read("Blue.pdf"), "sheet"); // the target was there: both stay
+    EXPECT_EQ(read("Z Blue.pdf"), "older sheet");
+    EXPECT_FALSE(QFile::exists(dir.filePath("Blue.mp3")));
+    EXPECT_EQ(s.velmor.File1List.get(), (QStringList{"Other.mp3", "Song.mp3", "Z Blue.mp3"}));
+    EXPECT_EQ(s.velmor.File1ListIndex.get(), 1);
+    EXPECT_TRUE(loads.isEmpty());
+
+    select("Z Blue.mp3");
+    m.yesNoAnswers = {false};
+    s.Command6_Click();
+    EXPECT_EQ(m.shown.last(),
+              "Are you sure you want to remove the Z at the beginning of 'Z Blue.mp3'.");
+    EXPECT_EQ(read("Z Blue.mp3"), "Blue.mp3"); // No: nothing changed
+    m.yesNoAnswers = {true};
+    s.Command6_Click();
+    EXPECT_EQ(read("Blue.mp3"), "Blue.mp3");
+    EXPECT_EQ(read("Blue.MAP"), "map");
+    EXPECT_EQ(read("Z Blue.pdf"), "older sheet"); // "Blue.pdf" stands in the way
+    EXPECT_EQ(m.shown.size(), 3);
+}
+
+TEST_F(LibraryTest, ARenameThatFailsLosesNoFile) {
+    songs({"Blue.mp3", "Other.mp3"});
+    write("Blue.pdf", "sheet");
+    write("Blue.map", "map");
+    QFile(dir.path()).setPermissions(QFileDevice::Permissions(0x7777));
+    QFile(dir.filePath("Blue.pdf")).setPermissions(QFileDevice::Permissions()); // unreadable
+    select("Blue.mp3");
+    asNobody([&] { s.Command5_Click(); });
+    // Renamed up to the sheet, which could not be copied: the description alone.
+    EXPECT_EQ(m.shown.last(), "Path/File access error");
+    EXPECT_EQ(read("Z Blue.mp3"), "Blue.mp3");
+    EXPECT_TRUE(QFile::exists(dir.filePath("Blue.pdf")));
+    EXPECT_EQ(read("Blue.map"), "map");
+    EXPECT_FALSE(QFile::exists(dir.filePath("Z Blue.pdf")));
+
+    // A folder that cannot be written: nothing moves.
+    QFile(dir.filePath("Blue.pdf")).setPermissions(QFileDevice::Permissions(0x6644));
+    QFile(dir.path()).setPermissions(QFileDevice::Permissions(0x5555));
+    select("Other.mp3");
+    asNobody([&] { s.Command5_Click(); });
+    EXPECT_EQ(m.shown.last(), "Path/File access error");
+    EXPECT_EQ(read("Other.mp3"), "Other.mp3");
+    EXPECT_FALSE(QFile::exists(dir.filePath("Z Other.mp3")));
+    QFile(dir.path()).setPermissions(QFileDevice::Permissions(0x7777));
+}
+
+TEST_F(LibraryTest, PlayListClicksFindByContainmentFromEntryOne) {
+    songs({"A first.mp3", "Blue Moon.mp3", "Blue Moon MIX.mp3", "Moon.mp3", "Z Song.mp3"});
+    writeListFile(s, config.filePath("PlayList.txt"), {0, 0, 0, {"Moon", "", "Song.mp3"}});
+    // A right press on the song list shows the play list, loaded first.
+    select("A first.mp3");
+    s.playLst.Visible.set(true);
+    QStringList l = s.playLst.List1.get();
+    s.playLst.List1.set(l << "A first.mp3");
+    ASSERT_EQ(s.playLst.List1.get(), (QStringList{"Moon", "Song.mp3", "A first.mp3"}));
+
+    const struct {
+        int item;
+        const char* loaded;                // nullptr: nothing loads
+    } cases[] = {{0, "Blue Moon MIX.mp3"}, // the first that holds it: " " sorts before "."
+                 {1, "Z Song.mp3"},
+                 {2, nullptr}, // entry 0 is never looked at
+                 {-1, "Blue Moon MIX.mp3"}};
+    for (const auto& c : cases) {
+        loads.clear();
+        List1_LeftPress(s, lib, c.item);
+        EXPECT_EQ(loads, c.loaded ? QStringList{c.loaded} : QStringList{}) << c.item;
+    }
+    // DelItem removes what was loaded; CloseSelect unloads and writes the list.
+    s.playLst.DelItem.set(1);
+    s.playLst.CloseSelect.set(1);
+    List1_LeftPress(s, lib, 1);
+    EXPECT_FALSE(s.playLst.Visible.get());
+    EXPECT_FALSE(lib.playLstLoaded);
+    QFile f(config.filePath("PlayList.txt"));
+    ASSERT_TRUE(f.open(QIODevice::ReadOnly));
+    EXPECT_EQ(f.readAll(), QByteArray(" 1 \r\n 0 \r\n 1 \r\nMoon\r\nA first.mp3\r\n"));
+
+    // A right press removes the selected item; CloseDelete unloads.
+    s.Command15_Click();
+    s.playLst.ListIndex.set(0);
+    s.playLst.CloseDelete.set(1);
+    List1_RightPress(s, lib);
+    EXPECT_FALSE(s.playLst.Visible.get());
+    s.Command15_Click();
+    EXPECT_EQ(s.playLst.List1.get(), QStringList{"A first.mp3"});
+}
+
+TEST_F(LibraryTest, ASetSavedAndLoadedWithItsCheckBoxes) {
+    songs({"A.mp3", "B.mp3"});
+    s.Command15_Click();
+    s.playLst.List1.set({"A.mp3", "B.mp3"});
+    s.playLst.CloseSelect.set(1);
+    s.playLst.DelItem.set(1);
+    m.inputAnswers = {"Gig"};
+    SV_Click(s, lib);
+    EXPECT_EQ(read("Gig.SSS"), " 1 \r\n 0 \r\n 1 \r\nA.mp3\r\nB.mp3\r\n");
+    // The same name again, not overwritten; then a cancelled name: ".SSS".
+    s.playLst.List1.set({"B.mp3"});
+    m.inputAnswers = {"Gig.SSS"};
+    m.yesNoAnswers = {false};
+    SV_Click(s, lib);
+    EXPECT_EQ(m.shown.last(), "Gig.SSS exists. Overwrite?");
+    EXPECT_EQ(read("Gig.SSS"), " 1 \r\n 0 \r\n 1 \r\nA.mp3\r\nB.mp3\r\n");
+    m.inputAnswers = {QString()};
+    SV_Click(s, lib);
+    EXPECT_TRUE(QFile::exists(dir.filePath(".SSS")));
+
+    s.playLst.CloseSelect.set(0);
+    s.playLst.DelItem.set(0);
+    s.playLst.CloseDelete.set(1);
+    s.files.open(3, dir.filePath("A.mp3"), FileMode::Input); // a map a play holds
+    Dirx_Load(s, lib);
+    EXPECT_TRUE(lib.dirx.Visible.get());
+    Dirx_Activate(s, lib);
+    // ".SSS" is a hidden file here: the chooser leaves it out.
+    EXPECT_EQ(lib.dirx.File1.get(), (QStringList{"Gig.SSS"}));
+    lib.dirx.File1Index.set(0);
+    Dirx_Go(s, lib);
+    EXPECT_EQ(s.playLst.List1.get(), (QStringList{"A.mp3", "B.mp3"}));
+    EXPECT_EQ(std::tuple(s.playLst.CloseSelect.get(), s.playLst.CloseDelete.get(),
+                         s.playLst.DelItem.get()),
+              std::tuple(1, 0, 1));
+    EXPECT_FALSE(s.files.isOpen(3));
+    EXPECT_FALSE(lib.dirx.Visible.get());
+}
+
+TEST_F(LibraryTest, PrintIndexAppendsACopyUntilClosedAndACancelledPrintIsSaid) {
+    songs({"A.mp3", "B.mp3", "C MIX.mp3"});
+    s.Command9_Click();
+    s.Command9_Click();
+    const QString once = indexText(s.velmor.File1List.get());
+    EXPECT_EQ(lib.indexForm.Text1.get(), once + once);
+    EXPECT_TRUE(lib.indexForm.Visible.get());
+    EXPECT_EQ(s.velmor.SuppressLoad, 0);
+    EXPECT_TRUE(loads.isEmpty());
+    IndexForm_Print(s, lib); // no printing platform: as a cancelled dialog
+    EXPECT_EQ(m.shown.last(), "Cancel was selected.");
+    IndexForm_Close(s, lib);
+    s.Command9_Click();
+    EXPECT_EQ(lib.indexForm.Text1.get(), once);
+}
