@@ -116,6 +116,7 @@ struct VelmorState {
     CheckBox IamaServer{0};                        // "I Am A Server"
     CheckBox SendAS{1};                            // "Send AutoScroll"
     Field Command10{QStringLiteral("Pause")};      // "Pause" / "Continue"
+    Prop<bool> Command10Visible{true};             // "Pause" is hidden in notation mode
     Field ZM{QStringLiteral("Zoom")}; // caption of the "Zoom" menu: "-Zoom" with the large list
     // The song list File1: its entries as shown, and the selected one (-1: none).
     Prop<QStringList> File1List;
@@ -324,6 +325,10 @@ struct Session {
     std::function<void()> ShowB_Click, ShowVB_Click, FootControl_Click;
     // Loads and shows sheet window 1, and unloads it.
     std::function<void()> showSheet1, unloadSheet1;
+    // Loads and shows sheet window 2.
+    std::function<void()> showSheet2;
+    // "Help" (Command11) of sheet window 1: shows the PDF help; installed by help.
+    std::function<void()> adobeF_Command11_Click;
     std::function<void()> focusMainWindow;
     // Gives the input focus to the named window ("AdobeF", "AdobeF2").
     std::function<void(const QString& window)> giveFocus;
