@@ -96,8 +96,24 @@ int32_t XdotoolDriver::start(const QString& program) {
     return id;
 }
 
-bool XdotoolDriver::activateWindow(const QString& window) {
-    return xdo({QStringLiteral("windowactivate"), QStringLiteral("--sync"), window}).ok;
+bool XdotoolDriver::activateWindow(const QString& window, int timeoutMs) {
+    return xdo({QStringLiteral("windowactivate"), QStringLiteral("--sync"), window}, timeoutMs).ok;
+}
+
+QString XdotoolDriver::activateFound(const QStringList& what) {
+    // A window on the screen first.  A minimised one is not on the screen:
+    // then each window that matches is tried, briefly (windows that the
+    // window manager doesn't manage never become active).
+    const QStringList visible = {QStringLiteral("search"), QStringLiteral("--onlyvisible")};
+    const Result shown = xdo(visible + what);
+    const QString first = shown.out.section(u'\n', 0, 0);
+    if (shown.ok && !first.isEmpty()) return activateWindow(first) ? first : QString();
+    const Result all = xdo(QStringList{QStringLiteral("search")} + what);
+    if (!all.ok) return {};
+    const QStringList candidates = all.out.split(u'\n', Qt::SkipEmptyParts);
+    for (qsizetype i = 0; i < std::min<qsizetype>(candidates.size(), 4); ++i)
+        if (activateWindow(candidates[i], 1000)) return candidates[i];
+    return {};
 }
 
 void XdotoolDriver::activateTask(int32_t id) {
@@ -107,10 +123,8 @@ void XdotoolDriver::activateTask(int32_t id) {
     QString window = windows_[id];
     if (window.isEmpty() || !activateWindow(window)) {
         // The window it had is gone or never showed: look for its window now.
-        const Result found = xdo({QStringLiteral("search"), QStringLiteral("--onlyvisible"),
-                                  QStringLiteral("--pid"), QString::number(id)});
-        window = found.out.section(u'\n', 0, 0);
-        if (!found.ok || window.isEmpty() || !activateWindow(window)) fail();
+        window = activateFound({QStringLiteral("--pid"), QString::number(id)});
+        if (window.isEmpty()) fail();
         windows_[id] = window;
     }
     frontWindow_ = window;
@@ -120,16 +134,14 @@ void XdotoolDriver::activateTask(int32_t id) {
 void XdotoolDriver::activateTitle(const QString& title) {
     frontWindow_.clear();
     frontPid_ = 0;
-    // xdotool matches a regular expression, without regard to case.
+    // xdotool matches a regular expression.
     QString pattern;
     for (QChar c : title) {
         if (QStringLiteral("\\.^$|?*+()[]{}").contains(c)) pattern += u'\\';
         pattern += c;
     }
-    const Result found = xdo({QStringLiteral("search"), QStringLiteral("--onlyvisible"),
-                              QStringLiteral("--name"), pattern});
-    const QString window = found.out.section(u'\n', 0, 0);
-    if (!found.ok || window.isEmpty() || !activateWindow(window)) fail();
+    const QString window = activateFound({QStringLiteral("--name"), pattern});
+    if (window.isEmpty()) fail();
     frontWindow_ = window;
     frontPid_ = xdo({QStringLiteral("getwindowpid"), window}).out.toLongLong();
 }

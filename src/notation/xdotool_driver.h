@@ -40,7 +40,10 @@ class XdotoolDriver final : public NotationDriver {
         QString out;     // its standard output, trimmed
     };
     Result xdo(const QStringList& args, int timeoutMs = 3000);
-    bool activateWindow(const QString& window);
+    bool activateWindow(const QString& window, int timeoutMs = 3000);
+    // Searches with the xdotool search options `what` and activates the
+    // first window found that becomes active; its id, empty when none.
+    QString activateFound(const QStringList& what);
     [[noreturn]] static void fail();
 
     EventPump& pump_;
