@@ -9,6 +9,7 @@
 // procedure call or argument", as for a window that cannot be activated)
 // and leaves nothing half done that the next operation depends on.
 
+#include <QList>
 #include <QString>
 #include <cstdint>
 

@@ -3,7 +3,6 @@
 // viewer that has gone on each path; and the two help windows.
 
 #include "app/main_window.h"
-#include "core/session_state.h"
 #include "core/settings_files.h"
 #include "core/setup_screen.h"
 #include "core/startup.h"
@@ -12,8 +11,6 @@
 #include "fakes.h"
 #include "help/help_install.h"
 #include "notation/notation_install.h"
-#include "notation/notation_mode.h"
-#include "sheet/sheet_geometry.h"
 #include "transport/play_start.h"
 #include "transport/song_loading.h"
 #include "transport/stop_pause.h"
@@ -29,25 +26,12 @@
 using namespace mv;
 using namespace mv::test;
 
-TEST(NotationKeys, EnterAltAndPlainCharactersRunTogether) {
-    using K = NotationKey;
-    EXPECT_EQ(parseNotationKeys("%F"), (QList<K>{{K::Alt, "F"}}));
-    EXPECT_EQ(parseNotationKeys("~"), (QList<K>{{K::Enter, {}}}));
-    EXPECT_EQ(parseNotationKeys("My Song~%-x"),
-              (QList<K>{{K::Text, "My Song"}, {K::Enter, {}}, {K::Alt, "-"}, {K::Text, "x"}}));
-    // Nothing escapes the marks: a name holding them is typed wrongly.
-    EXPECT_EQ(parseNotationKeys("50%~off"),
-              (QList<K>{{K::Text, "50"}, {K::Alt, "~"}, {K::Text, "off"}}));
-    EXPECT_TRUE(parseNotationKeys("%").isEmpty());
-}
-
 namespace {
 
 class NotationTest : public ::testing::Test {
   protected:
     NotationTest() {
         attachSheetOne(s, player, viewer);
-        installSheetGeometry(s);
         installSetupScreen(s);
         installSongLoading(s);
         installPlayStart(s);
@@ -55,30 +39,24 @@ class NotationTest : public ::testing::Test {
         s.showSheet1 = [this] { s.adobeF.Visible.set(true); };
         s.unloadSheet1 = [this] { s.adobeF.Visible.set(false); };
         s.showSheet2 = [this] { ++sheet2Shown; };
-        s.configDir = dir.path();
-        s.velmor.Text1.setText(dir.path());
-        touch("Song Name.mp3");
-        touch("NWCViewer.exe");
-        program = dir.filePath("NWCViewer.exe");
+        s.velmor.Text1.setText(s.configDir = dir.path());
+        for (const char* name : {"Song Name.mp3", "NWCViewer.exe"})
+            QFile(dir.filePath(name)).open(QIODevice::WriteOnly);
         driver.mark();
     }
-    void touch(const QString& name) {
-        QFile f(dir.filePath(name));
-        ASSERT_TRUE(f.open(QIODevice::WriteOnly));
-    }
-    // Turns notation mode on with the viewer's program in Text3.
-    void notationOn() {
-        s.velmor.Text3.setText(program);
+    // Notation mode on with the viewer's program in Text3: the viewer starts.
+    void notationOn(const QString& program = "NWCViewer.exe") {
+        s.velmor.Text3.setText(dir.filePath(program));
         s.velmor.CNWC.set(1);
-        ASSERT_GT(s.velmor.NWCId, 0);
     }
     void load() {
         s.velmor.File1List.set({"Song Name.mp3"});
         s.velmor.File1ListIndex.set(0);
+        driver.log.clear();
         driver.mark();
         s.File1_MouseDown(1, 0, 10, 10);
     }
-    QString id() const { return QString::number(s.velmor.NWCId); }
+    QString log() { return std::exchange(driver.log, {}).join(", "); }
 
     QTemporaryDir dir;
     VirtualClock clock{1000, 43200};
@@ -88,146 +66,112 @@ class NotationTest : public ::testing::Test {
     FakeViewer viewer;
     FakeNotationDriver driver{clock};
     StartupHooks hooks;
-    QString program;
     int sheet2Shown = 0;
 };
 
 TEST_F(NotationTest, ModeSwitchesStartAndCloseTheViewer) {
     VelmorState& v = s.velmor;
-    // A program file that isn't there: Pause hidden, sheet mode stays.
-    v.Text3.setText(dir.filePath("missing.exe"));
-    v.CNWC.set(1);
-    EXPECT_FALSE(v.Command10Visible.get());
-    EXPECT_EQ(v.LoadPDF.get(), 1);
-    EXPECT_TRUE(driver.log.isEmpty());
+    notationOn("missing.exe"); // no program: Pause hidden, sheet mode stays
+    EXPECT_EQ(std::tuple(v.Command10Visible.get(), v.LoadPDF.get(), log()),
+              std::tuple(false, 1, ""));
     v.CNWC.set(0);
-
     notationOn();
-    EXPECT_EQ(v.LoadPDF.get(), 0);
-    EXPECT_FALSE(s.adobeF.Visible.get());
-    EXPECT_EQ(driver.log, QStringList{"0 start " + program});
-    const int32_t viewerId = v.NWCId;
-    // Turning sheet mode on closes the viewer: Enter, Alt+F, X at once.
-    driver.log.clear();
-    v.LoadPDF.set(1);
-    EXPECT_EQ(driver.log, (QStringList{"0 activate " + QString::number(viewerId), "0 keys ~",
-                                       "0 keys %F", "0 keys X"}));
-    EXPECT_FALSE(driver.isRunning(viewerId));
-    EXPECT_EQ(v.NWCId, 0);
-    EXPECT_EQ(v.CNWC.get(), 0);
-    EXPECT_TRUE(v.Command10Visible.get());
-    EXPECT_TRUE(s.adobeF.Visible.get());
-
-    // "Load Adobe 2" from the File menu: same, and the overlay stays down.
+    EXPECT_EQ(log(), "0 start " + dir.filePath("NWCViewer.exe"));
+    EXPECT_EQ(std::tuple(v.LoadPDF.get(), s.adobeF.Visible.get(), v.NWCId),
+              std::tuple(0, false, 4711));
+    v.LoadPDF.set(1); // closes the viewer, keys without waits
+    EXPECT_EQ(log(), "0 activate 4711, 0 keys ~, 0 keys %F, 0 keys X");
+    EXPECT_FALSE(driver.isRunning(4711));
+    EXPECT_EQ(std::tuple(v.NWCId, v.CNWC.get(), v.Command10Visible.get(), s.adobeF.Visible.get()),
+              std::tuple(0, 0, true, true));
     notationOn();
     s.g.OverlayArmed = kTrue;
-    s.LA2_Click();
-    EXPECT_EQ(sheet2Shown, 1);
-    EXPECT_EQ(v.NWCId, 0);
-    EXPECT_EQ(v.CNWC.get(), 0);
-    EXPECT_TRUE(v.Command10Visible.get());
-    EXPECT_EQ(s.g.OverlayArmed, 0);
+    s.LA2_Click(); // File "Load Adobe 2": the same, and the overlay stays down
+    EXPECT_EQ(
+        std::tuple(sheet2Shown, v.NWCId, v.CNWC.get(), v.Command10Visible.get(), s.g.OverlayArmed),
+        std::tuple(1, 0, 0, true, Flag(0)));
     EXPECT_TRUE(messages.shown.isEmpty());
-}
-
-TEST_F(NotationTest, WithoutADesktopToDriveTheModeSaysSoAndSheetModeStays) {
+    // A desktop that cannot drive programs: said once, sheet mode stays.
+    v.LoadPDF.set(1);
     driver.unavailable = "no X11";
-    s.velmor.Text3.setText(program);
-    s.velmor.CNWC.set(1);
+    notationOn();
     EXPECT_EQ(messages.shown, QStringList{"no X11"});
-    EXPECT_EQ(s.velmor.CNWC.get(), 0);
-    EXPECT_EQ(s.velmor.LoadPDF.get(), 1);
-    EXPECT_TRUE(s.velmor.Command10Visible.get());
-    EXPECT_TRUE(driver.log.isEmpty());
+    EXPECT_EQ(std::tuple(v.CNWC.get(), v.LoadPDF.get(), v.Command10Visible.get()),
+              std::tuple(0, 1, true));
 }
 
 // The song's keys with their waits; the 50% zoom only with both boxes on.
 TEST_F(NotationTest, SongLoadTypesTheNameWithItsWaits) {
-    struct Case {
-        int zoomNwc, loadPdf;
-        bool zoomKeys;
-    };
-    for (const Case c :
-         {Case{0, 0, false}, Case{1, 0, false}, Case{0, 1, false}, Case{1, 1, true}}) {
-        SCOPED_TRACE(
-            QStringLiteral("ZoomNWC %1 LoadPDF %2").arg(c.zoomNwc).arg(c.loadPdf).toStdString());
-        // Both modes may be on: a viewer runs and the sheet is loaded too.
-        s.velmor.LoadPDF.set(c.loadPdf);
-        s.velmor.ZoomNWC.set(c.zoomNwc);
-        s.velmor.Text3.setText(dir.filePath("missing.exe"));
-        s.velmor.CNWC.set(1);
-        s.velmor.NWCId = driver.start(program);
-        driver.log.clear();
-        const QString i = id();
+    for (const auto& [zoomNwc, loadPdf] : {std::pair(0, 0), {1, 0}, {0, 1}, {1, 1}}) {
+        SCOPED_TRACE(zoomNwc * 10 + loadPdf);
+        s.velmor.LoadPDF.set(loadPdf);
+        s.velmor.ZoomNWC.set(zoomNwc);
+        notationOn("missing.exe"); // leaves LoadPDF as it is
+        s.velmor.NWCId = driver.start(dir.filePath("NWCViewer.exe"));
         load();
-        // With the sheet loaded first, its half second comes before.
-        const int at = c.loadPdf ? 500 : 0;
-        auto t = [at](int ms) { return QString::number(at + ms); };
-        QStringList want{t(0) + " activate " + i, t(500) + " keys ~",          t(1000) + " keys %F",
-                         t(1500) + " keys O",     t(2000) + " keys Song Name", t(2500) + " keys ~"};
-        if (c.zoomKeys) want << t(2600) + " keys %-" << t(2700) + " keys %-";
-        EXPECT_EQ(driver.log, want);
-        EXPECT_TRUE(messages.shown.isEmpty());
+        const int t = loadPdf ? 500 : 0; // the sheet's half second comes first
+        QString want = QStringLiteral("%1 activate %2, %3 keys ~, %4 keys %F, %5 keys O, "
+                                      "%6 keys Song Name, %7 keys ~")
+                           .arg(t)
+                           .arg(s.velmor.NWCId)
+                           .arg(t + 500)
+                           .arg(t + 1000)
+                           .arg(t + 1500)
+                           .arg(t + 2000)
+                           .arg(t + 2500);
+        if (zoomNwc && loadPdf)
+            want += QStringLiteral(", %1 keys %-, %2 keys %-").arg(t + 2600).arg(t + 2700);
+        EXPECT_EQ(log(), want);
         s.velmor.NWCId = 0;
         s.velmor.CNWC.set(0);
     }
+    EXPECT_TRUE(messages.shown.isEmpty());
 }
 
 TEST_F(NotationTest, PlayStartFadeAndShutDownKeys) {
     notationOn();
     load();
-    const QString i = id();
-    // Play start: the viewer's start key, then the NWC delay, then the music.
     driver.log.clear();
     driver.mark();
     const int64_t t0 = clock.tickMs();
-    s.WindowsMediaPlayer1_MouseDown(1, 0, 0, 0);
-    EXPECT_EQ(driver.log, (QStringList{"0 activate " + i, "100 keys  "}));
-    EXPECT_EQ(clock.tickMs() - t0, 4600);
-    EXPECT_EQ(player.URL(), s.g.SongFile);
-    // The fade: volume 50 down in 50 steps of 0.06 s, then File, Open, Enter.
-    driver.log.clear();
+    s.WindowsMediaPlayer1_MouseDown(1, 0, 0, 0); // start key, NWC delay, music
+    EXPECT_EQ(log(), "0 activate 4711, 100 keys  ");
+    EXPECT_EQ(std::pair(clock.tickMs() - t0, player.URL()), std::pair(int64_t(4600), s.g.SongFile));
     driver.mark();
-    Command7_Click(s);
-    EXPECT_EQ(driver.log,
-              (QStringList{"3000 activate " + i, "3100 keys %F", "3200 keys O", "3300 keys ~"}));
-    // Shut-down: activate, half a second, one key; three times.  File, Exit
-    // ends the viewer.
-    driver.log.clear();
+    Command7_Click(s); // 50 volume steps of 0.06 s, then File, Open, Enter
+    EXPECT_EQ(log(), "3000 activate 4711, 3100 keys %F, 3200 keys O, 3300 keys ~");
     driver.mark();
-    const int32_t viewerId = s.velmor.NWCId;
-    shutDown(s, hooks);
-    EXPECT_EQ(driver.log, (QStringList{"0 activate " + i, "500 keys ~", "500 activate " + i,
-                                       "1000 keys %F", "1000 activate " + i, "1500 keys X"}));
-    EXPECT_FALSE(driver.isRunning(viewerId));
+    shutDown(s, hooks); // File, Exit ends the viewer
+    EXPECT_EQ(log(), "0 activate 4711, 500 keys ~, 500 activate 4711, 1000 keys %F, "
+                     "1000 activate 4711, 1500 keys X");
+    EXPECT_FALSE(driver.isRunning(4711));
     EXPECT_TRUE(messages.shown.isEmpty());
 }
 
 // The viewer was closed by hand: the load ends with its message, play start
-// and fade go on without keys and without a message, shut-down ends quietly
-// after the played list is written.
+// and fade go on without keys or message, shut-down ends quietly after the
+// played list is written.
 TEST_F(NotationTest, AViewerThatHasGoneOnEachPath) {
     notationOn();
-    const QString i = id();
-    driver.end(s.velmor.NWCId);
+    driver.end(4711);
     load();
-    EXPECT_EQ(driver.log.last(), "0 activate " + i + " failed");
-    ASSERT_EQ(messages.shown.size(), 1);
-    EXPECT_TRUE(messages.shown[0].startsWith("Error 5 Invalid procedure call or argument You must "
-                                             "start this App with NWCViewer closed"));
-    messages.shown.clear();
-    driver.log.clear();
+    EXPECT_EQ(log(), "0 activate 4711 failed");
+    EXPECT_TRUE(messages.shown.value(0).startsWith(
+        "Error 5 Invalid procedure call or argument You must start this App with NWCViewer"));
     driver.mark();
     s.WindowsMediaPlayer1_MouseDown(1, 0, 0, 0);
-    EXPECT_EQ(driver.log, (QStringList{"0 activate " + i + " failed", "100 keys   failed"}));
+    EXPECT_EQ(log(), "0 activate 4711 failed, 100 keys   failed");
     EXPECT_EQ(player.URL(), s.g.SongFile); // the music starts all the same
+    driver.mark();
     Command7_Click(s);
+    EXPECT_EQ(log(), "3000 activate 4711 failed, 3100 keys %F failed, 3200 keys O failed, "
+                     "3300 keys ~ failed");
     EXPECT_EQ(player.URL(), "");
-    driver.log.clear();
+    driver.mark();
     shutDown(s, hooks);
-    EXPECT_EQ(driver.log.size(), 1);
+    EXPECT_EQ(log(), "0 activate 4711 failed");
     EXPECT_TRUE(QFile::exists(dir.filePath("PlayedList.txt")));
-    EXPECT_TRUE(messages.shown.isEmpty());
+    EXPECT_EQ(messages.shown.size(), 1);
 }
 
 // A saved "Control NWCViewer" does not come back; a running viewer is only
@@ -236,56 +180,45 @@ TEST_F(NotationTest, StartUpFindsARunningViewerByTitleWithNotationModeOff) {
     {
         Session saved{clock, messages};
         saved.configDir = dir.path();
-        saved.velmor.Text3.setText(program);
+        saved.velmor.Text3.setText(dir.filePath("NWCViewer.exe"));
         saved.velmor.CNWC.set(1);
         SaveVelmor(saved);
     }
     driver.titles = {"nwcviewer - Song Name"};
     startUp(s, hooks, {});
-    EXPECT_EQ(s.velmor.CNWC.get(), 0);
-    EXPECT_EQ(s.velmor.NWCTitle, "NWCViewer");
-    EXPECT_EQ(driver.log, QStringList{"0 title NWCViewer"});
-    EXPECT_EQ(s.velmor.NWCId, 0);
-    driver.log.clear();
+    EXPECT_EQ(std::tuple(s.velmor.CNWC.get(), s.velmor.NWCTitle, s.velmor.NWCId),
+              std::tuple(0, QString("NWCViewer"), 0));
     shutDown(s, hooks);
-    EXPECT_TRUE(driver.log.isEmpty());
+    EXPECT_EQ(log(), "0 title NWCViewer");
 }
 
 // Each help window from its entry: loading keeps the overlay down, "Close"
 // unloads the window and lets the overlay come back.
 TEST(HelpWindows, OpenFromTheirEntriesAndArmTheOverlayOnClose) {
-    VirtualClock clock{1000, 43200};
+    VirtualClock clock;
     FakeMessages messages;
     Session s{clock, messages};
     FakePlayer player{clock};
     WindowRegistry windows;
     installHelp(s, windows);
     MainWindow w{s, player};
-    struct Case {
-        const char* window;
-        std::function<void()> open;
-        const char* firstLine;
-    };
-    const Case cases[] = {
+    const std::tuple<const char*, std::function<void()>, const char*> cases[] = {
         {"HLPF", [&] { w.findChild<QAction*>("HH")->trigger(); }, "MELLIVANE HELP"},
         {"PDFHelp", [&] { s.adobeF_Command11_Click(); }, "PDF HELP"}};
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.window);
+    for (const auto& [name, open, heading] : cases) {
+        SCOPED_TRACE(name);
         s.g.OverlayArmed = kTrue;
-        c.open();
-        QWidget* help = windows.find(c.window);
-        ASSERT_NE(help, nullptr);
-        EXPECT_TRUE(help->isVisible());
+        open();
+        QWidget* help = windows.find(name);
+        ASSERT_TRUE(help && help->isVisible());
         EXPECT_EQ(s.g.OverlayArmed, 0);
         auto* text = help->findChild<QPlainTextEdit*>("Text1");
         EXPECT_TRUE(text->isReadOnly());
-        EXPECT_EQ(text->toPlainText().section('\n', 0, 0), c.firstLine);
-        auto* close = help->findChild<QPushButton*>("Command1");
-        EXPECT_EQ(close->text(), "Close");
-        QTest::mouseClick(close, Qt::LeftButton);
+        EXPECT_EQ(text->toPlainText().section('\n', 0, 0), heading);
+        QTest::mouseClick(help->findChild<QPushButton*>("Command1"), Qt::LeftButton); // "Close"
         QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-        EXPECT_EQ(windows.find(c.window), nullptr);
-        EXPECT_EQ(s.g.OverlayArmed, kTrue);
+        EXPECT_EQ(std::pair(windows.find(name), s.g.OverlayArmed),
+                  std::pair((QWidget*)nullptr, kTrue));
     }
 }
 
