@@ -67,7 +67,7 @@ XdotoolDriver::Result XdotoolDriver::xdo(const QStringList& args, int timeoutMs)
         pump_.waitRound(end);
     if (p.state() != QProcess::NotRunning) {
         p.kill();
-        p.waitForFinished(1000);
+        p.waitForFinished(1000); // a killed process ends at once
         return r;
     }
     r.ok = p.exitStatus() == QProcess::NormalExit && p.exitCode() == 0;
