@@ -15,7 +15,10 @@
 #include "cursormap/play_loop.h"
 #include "library/library.h"
 #include "library/library_windows.h"
+#include "help/help_install.h"
 #include "library/song_list.h"
+#include "notation/notation_install.h"
+#include "notation/xdotool_driver.h"
 #include "recording/recording_install.h"
 #include "sheet/navigation.h"
 #include "sheet/qtpdf_viewer.h"
@@ -140,6 +143,9 @@ int main(int argc, char** argv) {
             WindowsMediaPlayer1_MouseDown(s, 1, 0, 0, 0);
         };
         w->handlers[QStringLiteral("Command16")] = [&s] { Command8_Click(s); };
+        w->handlers[QStringLiteral("Command11")] = [&s] {
+            if (s.adobeF_Command11_Click) s.adobeF_Command11_Click();
+        };
         w->handlers[QStringLiteral("Command1")] = [w] { w->close(); };
         installRecordingControls(s, *w);
         // Its place: "AdobeFx.ini" when there is one, else beside the main
@@ -168,6 +174,8 @@ int main(int argc, char** argv) {
     StartupHooks hooks;
     QtSocketLayer sockets;
     const std::unique_ptr<Network> network = installSync(s, sockets, &hooks);
+    XdotoolDriver notationDriver(s.pump);
+    installNotation(s, notationDriver, &hooks);
     hooks.showSheet1 = [&] {
         windows.get(QStringLiteral("AdobeF"));
         s.adobeF.Visible.set(true);
@@ -194,6 +202,7 @@ int main(int argc, char** argv) {
         if (windows.find(QStringLiteral("AdobeF"))) writeAdobeFx(s);
         windows.unload(QStringLiteral("AdobeF"));
     };
+    installHelp(s, windows, &hooks);
     // Closing the main window ends a running play at its next step and
     // writes everything back.
     main->onClose = [&] {

@@ -6,6 +6,7 @@
 #include "core/settings_files.h"
 #include "core/setup_screen.h"
 #include "library/song_list.h"
+#include "notation/notation_mode.h"
 #include "recording/edit_mode.h"
 #include "transport/media_player.h"
 #include "transport/play_start.h"
@@ -210,6 +211,9 @@ QWidget* MainWindow::buildFoot() {
     grid->addWidget(button("Command8", QStringLiteral("Manual Play"), &Command8_Click), 0, 0, 1, 2);
     QPushButton* pause = button("Command10", v.Command10.text(), &Command10_Click);
     subs_.push_back(v.Command10.subscribe([pause, &v] { pause->setText(v.Command10.text()); }));
+    pause->setVisible(v.Command10Visible.get());
+    subs_.push_back(
+        v.Command10Visible.subscribe([pause, &v] { pause->setVisible(v.Command10Visible.get()); }));
     grid->addWidget(pause, 0, 2);
     grid->addWidget(button("Command7", QStringLiteral("Fade"), &Command7_Click), 0, 3);
     auto valueRow = [&](int row, const QString& caption, const char* name, Field& f,
@@ -356,6 +360,11 @@ QWidget* MainWindow::buildNwcFields() {
     text3->installEventFilter(this);
     addField(form, "Text4", QStringLiteral("NWC Delay"), v.Text4, QStringLiteral("seconds"),
              "Label5", "Label6");
+    // Back to sheet mode, with sheet window 1 or 2.
+    form->addRow(
+        button("Command16", QStringLiteral("Load Adobe 1"), &Command16_Click),
+        button(
+            "Command17", QStringLiteral("Load Adobe 2"), +[](Session& s) { Command17_Click(s); }));
     return box;
 }
 

@@ -116,6 +116,7 @@ struct VelmorState {
     CheckBox IamaServer{0};                        // "I Am A Server"
     CheckBox SendAS{1};                            // "Send AutoScroll"
     Field Command10{QStringLiteral("Pause")};      // "Pause" / "Continue"
+    Prop<bool> Command10Visible{true};             // "Pause" is hidden in notation mode
     Field ZM{QStringLiteral("Zoom")}; // caption of the "Zoom" menu: "-Zoom" with the large list
     // The song list File1: its entries as shown, and the selected one (-1: none).
     Prop<QStringList> File1List;
@@ -332,6 +333,10 @@ struct Session {
     // Loads sheet window 1 (hidden, if it wasn't there) and moves its top to
     // `adobeF.Top`: the settings' line for the window's top.
     std::function<void()> placeSheet1Top;
+    // Loads and shows sheet window 2.
+    std::function<void()> showSheet2;
+    // "Help" (Command11) of sheet window 1: shows the PDF help; installed by help.
+    std::function<void()> adobeF_Command11_Click;
     std::function<void()> focusMainWindow;
     // Gives the input focus to the named window ("AdobeF", "AdobeF2").
     std::function<void(const QString& window)> giveFocus;

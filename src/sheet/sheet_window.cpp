@@ -4,6 +4,7 @@
 #include "core/session_state.h"
 #include "core/settings_files.h"
 #include "sheet/navigation.h"
+#include "sheet/pdf_viewer.h"
 #include "sheet/sheet_geometry.h"
 
 #include <QCheckBox>
@@ -259,7 +260,12 @@ SheetWindow::SheetWindow(Session& s, QWidget* viewer, QWidget* parent) : QWidget
     picture1_->raise();
 }
 
-SheetWindow::~SheetWindow() { s_.adobeF.focusCommand14 = nullptr; }
+SheetWindow::~SheetWindow() {
+    s_.adobeF.focusCommand14 = nullptr;
+    // The viewer goes with the window ("Load pdf" turned off unloads it):
+    // song loading and play start must not reach it afterwards.
+    if (dynamic_cast<QWidget*>(s_.adobeF.AcroPDF1) == acroPDF1_) s_.adobeF.AcroPDF1 = nullptr;
+}
 
 bool SheetWindow::eventFilter(QObject* watched, QEvent* e) {
     auto* widget = qobject_cast<QWidget*>(watched);

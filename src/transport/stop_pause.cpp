@@ -58,6 +58,8 @@ void phaseout(Session& s) {
             s.pump.waitUntil(s.clock.tickMs() + 100);
             if (s.nwcSendKeys) s.nwcSendKeys(QString::fromLatin1(key));
         }
+        // The keys are typed; the user goes on in this program.
+        if (s.focusMainWindow) s.focusMainWindow();
     }
     p->setURL(QString());
     p->close();

@@ -1,0 +1,179 @@
+#include "notation/xdotool_driver.h"
+
+#include "core/event_pump.h"
+#include "core/values.h"
+
+#include <QFileInfo>
+#include <QProcess>
+#include <QStandardPaths>
+#include <csignal>
+
+namespace mv {
+
+namespace {
+
+// How long a started program may take to show its first window.
+constexpr int kFirstWindowMs = 10000;
+
+bool running(int32_t pid) { return pid > 0 && ::kill(pid, 0) == 0; }
+
+// The X keysym name of a character pressed with Alt.
+QString keysymOf(QChar c) {
+    static const std::map<char16_t, const char*> names = {
+        {u'-', "minus"},       {u'+', "plus"},        {u'=', "equal"},       {u' ', "space"},
+        {u'.', "period"},      {u',', "comma"},       {u'/', "slash"},       {u';', "semicolon"},
+        {u'\'', "apostrophe"}, {u'[', "bracketleft"}, {u']', "bracketright"}};
+    if (auto it = names.find(c.unicode()); it != names.end())
+        return QString::fromLatin1(it->second);
+    return c.toLower();
+}
+
+} // namespace
+
+XdotoolDriver::XdotoolDriver(EventPump& pump, QString xdotool)
+    : pump_(pump),
+      xdotool_(xdotool.isEmpty() ? QStandardPaths::findExecutable(QStringLiteral("xdotool"))
+                                 : std::move(xdotool)) {}
+
+QString XdotoolDriver::unavailableReason() const {
+    if (qEnvironmentVariableIsEmpty("DISPLAY"))
+        return QStringLiteral(
+            "The notation viewer can only be controlled on an X11 desktop, and this session has "
+            "no X11 display (a Wayland session without Xwayland?). Log in to an X11 session to "
+            "use it. The sheet (PDF) mode goes on working.");
+    if (xdotool_.isEmpty() || !QFileInfo(xdotool_).isExecutable())
+        return QStringLiteral(
+            "The notation viewer is controlled through the program xdotool, which is not "
+            "installed. Install the package \"xdotool\" to use it. The sheet (PDF) mode goes on "
+            "working.");
+    return {};
+}
+
+void XdotoolDriver::fail() {
+    throw Failure(5, QStringLiteral("Invalid procedure call or argument"));
+}
+
+XdotoolDriver::Result XdotoolDriver::xdo(const QStringList& args, int timeoutMs) {
+    Result r;
+    if (!unavailableReason().isEmpty()) return r;
+    QProcess p;
+    p.setProgram(xdotool_);
+    p.setArguments(args);
+    p.setProcessChannelMode(QProcess::SeparateChannels);
+    p.start();
+    // Waited for in the event pump: the process's end wakes it.
+    const int64_t end = pump_.clock().tickMs() + timeoutMs;
+    while (p.state() != QProcess::NotRunning && pump_.clock().tickMs() < end)
+        pump_.waitRound(end);
+    if (p.state() != QProcess::NotRunning) {
+        p.kill();
+        p.waitForFinished(1000); // a killed process ends at once
+        return r;
+    }
+    r.ok = p.exitStatus() == QProcess::NormalExit && p.exitCode() == 0;
+    r.out = QString::fromLocal8Bit(p.readAllStandardOutput()).trimmed();
+    return r;
+}
+
+int32_t XdotoolDriver::start(const QString& program) {
+    if (!unavailableReason().isEmpty()) fail();
+    qint64 pid = 0;
+    if (!QFileInfo(program).isExecutable() ||
+        !QProcess::startDetached(program, {}, QFileInfo(program).absolutePath(), &pid) || pid <= 0)
+        throw Failure(53, QStringLiteral("File not found"));
+    const auto id = static_cast<int32_t>(pid);
+    // Its first window, found by its process; then minimised, as a program
+    // that waits in the background until a song is opened.
+    const Result found =
+        xdo({QStringLiteral("search"), QStringLiteral("--sync"), QStringLiteral("--onlyvisible"),
+             QStringLiteral("--pid"), QString::number(pid)},
+            kFirstWindowMs);
+    if (found.ok && !found.out.isEmpty()) {
+        const QString window = found.out.section(u'\n', 0, 0);
+        windows_[id] = window;
+        xdo({QStringLiteral("windowminimize"), window});
+    }
+    return id;
+}
+
+bool XdotoolDriver::activateWindow(const QString& window, int timeoutMs) {
+    return xdo({QStringLiteral("windowactivate"), QStringLiteral("--sync"), window}, timeoutMs).ok;
+}
+
+QString XdotoolDriver::activateFound(const QStringList& what) {
+    // A window on the screen first.  A minimised one is not on the screen:
+    // then each window that matches is tried, briefly (windows that the
+    // window manager doesn't manage never become active).
+    const QStringList visible = {QStringLiteral("search"), QStringLiteral("--onlyvisible")};
+    const Result shown = xdo(visible + what);
+    const QString first = shown.out.section(u'\n', 0, 0);
+    if (shown.ok && !first.isEmpty()) return activateWindow(first) ? first : QString();
+    const Result all = xdo(QStringList{QStringLiteral("search")} + what);
+    if (!all.ok) return {};
+    const QStringList candidates = all.out.split(u'\n', Qt::SkipEmptyParts);
+    for (qsizetype i = 0; i < std::min<qsizetype>(candidates.size(), 4); ++i)
+        if (activateWindow(candidates[i], 1000)) return candidates[i];
+    return {};
+}
+
+void XdotoolDriver::activateTask(int32_t id) {
+    frontWindow_.clear();
+    frontPid_ = 0;
+    if (!running(id)) fail();
+    QString window = windows_[id];
+    if (window.isEmpty() || !activateWindow(window)) {
+        // The window it had is gone or never showed: look for its window now.
+        window = activateFound({QStringLiteral("--pid"), QString::number(id)});
+        if (window.isEmpty()) fail();
+        windows_[id] = window;
+    }
+    frontWindow_ = window;
+    frontPid_ = id;
+}
+
+void XdotoolDriver::activateTitle(const QString& title) {
+    frontWindow_.clear();
+    frontPid_ = 0;
+    // xdotool matches a regular expression.
+    QString pattern;
+    for (QChar c : title) {
+        if (QStringLiteral("\\.^$|?*+()[]{}").contains(c)) pattern += u'\\';
+        pattern += c;
+    }
+    const QString window = activateFound({QStringLiteral("--name"), pattern});
+    if (window.isEmpty()) fail();
+    frontWindow_ = window;
+    frontPid_ = xdo({QStringLiteral("getwindowpid"), window}).out.toLongLong();
+}
+
+void XdotoolDriver::sendKeys(const QString& keys) {
+    if (frontWindow_.isEmpty()) fail();
+    // Only into the program that was brought to the front: a dialog of it
+    // may hold the focus now, a window of another program may not.
+    const Result active = xdo({QStringLiteral("getactivewindow")});
+    if (!active.ok) fail();
+    if (active.out != frontWindow_) {
+        const qint64 pid = xdo({QStringLiteral("getwindowpid"), active.out}).out.toLongLong();
+        if (frontPid_ == 0 || pid != frontPid_) fail();
+    }
+    for (const NotationKey& k : parseNotationKeys(keys))
+        if (!xdo(xdotoolArgs(k)).ok) fail();
+}
+
+QStringList XdotoolDriver::xdotoolArgs(const NotationKey& key) {
+    // --clearmodifiers lifts keys the user holds for the time of the typing
+    // and puts them back after; every key xdotool presses it releases.
+    switch (key.kind) {
+    case NotationKey::Enter:
+        return {QStringLiteral("key"), QStringLiteral("--clearmodifiers"),
+                QStringLiteral("Return")};
+    case NotationKey::Alt:
+        return {QStringLiteral("key"), QStringLiteral("--clearmodifiers"),
+                QStringLiteral("alt+") + keysymOf(key.text.at(0))};
+    case NotationKey::Text: break;
+    }
+    return {QStringLiteral("type"), QStringLiteral("--clearmodifiers"), QStringLiteral("--"),
+            key.text};
+}
+
+} // namespace mv

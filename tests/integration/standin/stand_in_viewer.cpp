@@ -1,0 +1,78 @@
+// A stand-in for the notation viewer, for the driver's integration test: a
+// window with a File menu (Open..., Exit) that logs, one line each, to the
+// file named by MV_STANDIN_LOG: "activated" each time it becomes the active
+// program, "key <key>" for each key press it receives (Enter, Alt+F, a
+// letter), "open <name>" when its Open dialog is accepted, "exit" on Exit.
+
+#include <QApplication>
+#include <QDialog>
+#include <QFile>
+#include <QKeyEvent>
+#include <QLineEdit>
+#include <QMainWindow>
+#include <QMenuBar>
+#include <QVBoxLayout>
+
+namespace {
+
+void logLine(const QString& line) {
+    QFile f(qEnvironmentVariable("MV_STANDIN_LOG"));
+    if (f.open(QIODevice::Append)) f.write(line.toUtf8() + '\n');
+}
+
+// Logs each key press once, however many objects it passes through.
+class KeyLog : public QObject {
+  public:
+    bool eventFilter(QObject* o, QEvent* e) override {
+        // A key that a menu's shortcut takes never arrives as a press: its
+        // shortcut override comes first, with the same time and key.
+        if (e->type() != QEvent::KeyPress && e->type() != QEvent::ShortcutOverride)
+            return QObject::eventFilter(o, e);
+        auto* k = static_cast<QKeyEvent*>(e);
+        const int key = k->key();
+        if (k->isAutoRepeat() || (k->timestamp() == lastTime_ && key == lastKey_)) return false;
+        lastTime_ = k->timestamp();
+        lastKey_ = key;
+        if (key == Qt::Key_Alt || key == Qt::Key_Shift || key == Qt::Key_Control) return false;
+        if (key == Qt::Key_Return || key == Qt::Key_Enter)
+            logLine(QStringLiteral("key Enter"));
+        else if (k->modifiers() & Qt::AltModifier)
+            logLine(QStringLiteral("key Alt+") + QKeySequence(key).toString());
+        else
+            logLine(QStringLiteral("key ") + k->text());
+        return false;
+    }
+
+  private:
+    quint64 lastTime_ = 0;
+    int lastKey_ = 0;
+};
+
+} // namespace
+
+int main(int argc, char** argv) {
+    QApplication app(argc, argv);
+    KeyLog keys;
+    app.installEventFilter(&keys);
+    QObject::connect(&app, &QGuiApplication::applicationStateChanged, [](Qt::ApplicationState st) {
+        if (st == Qt::ApplicationActive) logLine(QStringLiteral("activated"));
+    });
+    QMainWindow w;
+    w.setWindowTitle(QStringLiteral("NWC Stand-in Viewer"));
+    QMenu* file = w.menuBar()->addMenu(QStringLiteral("&File"));
+    file->addAction(QStringLiteral("&Open..."), [&w] {
+        QDialog d(&w);
+        d.setWindowTitle(QStringLiteral("Open"));
+        auto* name = new QLineEdit(&d);
+        (new QVBoxLayout(&d))->addWidget(name);
+        QObject::connect(name, &QLineEdit::returnPressed, &d, &QDialog::accept);
+        if (d.exec() == QDialog::Accepted) logLine(QStringLiteral("open ") + name->text());
+    });
+    file->addAction(QStringLiteral("E&xit"), [] {
+        logLine(QStringLiteral("exit"));
+        QApplication::quit();
+    });
+    w.resize(500, 300);
+    w.show();
+    return app.exec();
+}

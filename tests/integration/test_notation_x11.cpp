@@ -1,0 +1,124 @@
+// The X11 notation driver over xdotool, on a real display with a window
+// manager, driving the stand-in viewer (standin/): the song-load keys reach
+// it in order, a name with blanks arrives whole, shut-down's keys close it,
+// a viewer that has gone cannot be activated; a window is found by its
+// title.  Run by with_openbox.sh; MV_STANDIN names the stand-in.
+
+#include "core/session_state.h"
+#include "core/setup_screen.h"
+#include "core/startup.h"
+#include "core/values.h"
+#include "fakes.h"
+#include "notation/notation_install.h"
+#include "notation/xdotool_driver.h"
+#include "transport/song_loading.h"
+
+#include <QElapsedTimer>
+#include <QFile>
+#include <QTemporaryDir>
+#include <csignal>
+#include <cstdio>
+#include <gtest/gtest.h>
+
+using namespace mv;
+using namespace mv::test;
+
+namespace {
+
+class NotationX11 : public ::testing::Test {
+  protected:
+    NotationX11() {
+        // The stand-in inherits these: its log, and the X11 display (this
+        // test's own windows would be offscreen).
+        qputenv("MV_STANDIN_LOG", dir.filePath("standin.log").toUtf8());
+        qputenv("QT_QPA_PLATFORM", "xcb");
+        s.player = &player;
+        installSetupScreen(s);
+        installSongLoading(s);
+        installNotation(s, driver, &hooks);
+        s.showSheet1 = [this] { s.adobeF.Visible.set(true); };
+        s.unloadSheet1 = [this] { s.adobeF.Visible.set(false); };
+        s.configDir = dir.path();
+        s.velmor.Text1.setText(dir.path());
+    }
+    QStringList log() const {
+        QFile f(dir.filePath("standin.log"));
+        if (!f.open(QIODevice::ReadOnly)) return {};
+        QStringList lines = QString::fromUtf8(f.readAll()).split('\n', Qt::SkipEmptyParts);
+        // The stand-in becomes active when it first shows, and again when
+        // it is brought to the front: one line for a run of them.
+        lines.erase(std::unique(lines.begin(), lines.end(),
+                                [](const QString& a, const QString& b) {
+                                    return a == b && a == "activated";
+                                }),
+                    lines.end());
+        return lines;
+    }
+    // Lets events run until `pred` holds or `ms` have passed.
+    template <class P> bool waitFor(P pred, int ms = 5000) {
+        const int64_t end = clock.tickMs() + ms;
+        while (!pred() && clock.tickMs() < end)
+            s.pump.waitUntil(std::min(end, clock.tickMs() + 50));
+        return pred();
+    }
+    bool logHas(const QString& line) {
+        return waitFor([&] { return log().contains(line); });
+    }
+
+    QTemporaryDir dir;
+    SystemClock clock;
+    FakeMessages messages;
+    Session s{clock, messages};
+    FakePlayer player{clock};
+    XdotoolDriver driver{s.pump};
+    StartupHooks hooks;
+    const QString standIn = qEnvironmentVariable("MV_STANDIN");
+};
+
+TEST_F(NotationX11, SongLoadReachesTheViewerInOrderAndShutDownClosesIt) {
+    ASSERT_EQ(driver.unavailableReason(), "");
+    s.velmor.Text3.setText(standIn);
+    s.velmor.CNWC.set(1);
+    const int32_t id = s.velmor.NWCId;
+    ASSERT_GT(id, 0) << "the stand-in did not start";
+    EXPECT_EQ(s.velmor.LoadPDF.get(), 0);
+    // Found by its title too, minimised as it is.
+    EXPECT_THROW(driver.activateTitle("No Such Window Title"), Failure);
+    EXPECT_NO_THROW(driver.activateTitle("Stand-in Viewer"));
+
+    const QString name = "My Song Name";
+    QFile(dir.filePath(name + ".mp3")).open(QIODevice::WriteOnly);
+    s.velmor.File1List.set({name + ".mp3"});
+    s.velmor.File1ListIndex.set(0);
+    QElapsedTimer took;
+    took.start();
+    s.File1_MouseDown(1, 0, 10, 10);
+    // Not a check: the note on how far the load goes past its waits.
+    std::printf("notation_song_load: %lld ms (designed waits 2600 ms)\n",
+                static_cast<long long>(took.elapsed()));
+    EXPECT_TRUE(messages.shown.isEmpty()) << messages.shown.join('\n').toStdString();
+    ASSERT_TRUE(logHas("open " + name)) << log().join('\n').toStdString();
+    QStringList want{"activated", "key Enter", "key Alt+F", "key O"};
+    for (QChar c : name)
+        want << "key " + QString(c);
+    want << "key Enter"
+         << "open " + name;
+    const QStringList got = log();
+    const qsizetype from = got.lastIndexOf("activated", got.indexOf("key Enter"));
+    ASSERT_GE(from, 0) << got.join('\n').toStdString();
+    EXPECT_EQ(got.mid(from), want);
+
+    // Alt with a key that is no letter.
+    driver.activateTask(id);
+    driver.sendKeys("%-");
+    EXPECT_TRUE(logHas("key Alt+-")) << log().join('\n').toStdString();
+
+    shutDown(s, hooks);
+    EXPECT_TRUE(logHas("exit")) << log().join('\n').toStdString();
+    EXPECT_TRUE(waitFor([id] { return ::kill(id, 0) != 0; })) << "the stand-in still runs";
+    EXPECT_THROW(driver.activateTask(id), Failure);
+    // With no window activated, keys are refused rather than typed anywhere.
+    EXPECT_THROW(driver.sendKeys("x"), Failure);
+}
+
+} // namespace

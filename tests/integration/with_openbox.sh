@@ -1,0 +1,17 @@
+#!/usr/bin/env bash
+# Runs a command on a fresh Xvfb display with the openbox window manager,
+# which activates windows on request as a desktop does.
+# Usage: with_openbox.sh <command> [args...]
+set -euo pipefail
+if [[ "${1:-}" != --inside ]]; then
+  exec xvfb-run -a -s "-screen 0 1280x1024x24" "$0" --inside "$@"
+fi
+shift
+openbox --sm-disable >/dev/null 2>&1 &
+wm=$!
+trap 'kill $wm 2>/dev/null || true' EXIT
+for _ in $(seq 100); do
+  xprop -root _NET_SUPPORTING_WM_CHECK 2>/dev/null | grep -q 'window id' && break
+  sleep 0.05
+done
+"$@"

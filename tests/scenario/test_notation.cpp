@@ -1,0 +1,225 @@
+// Notation mode over the fake driver in virtual time: the mode switches, the
+// keys and waits of song load, play start, fade, start-up and shut-down, a
+// viewer that has gone on each path; and the two help windows.
+
+#include "app/main_window.h"
+#include "core/settings_files.h"
+#include "core/setup_screen.h"
+#include "core/startup.h"
+#include "core/window_registry.h"
+#include "fake_notation.h"
+#include "fakes.h"
+#include "help/help_install.h"
+#include "notation/notation_install.h"
+#include "transport/play_start.h"
+#include "transport/song_loading.h"
+#include "transport/stop_pause.h"
+
+#include <QAction>
+#include <QFile>
+#include <QPlainTextEdit>
+#include <QPushButton>
+#include <QTemporaryDir>
+#include <QTest>
+#include <gtest/gtest.h>
+
+using namespace mv;
+using namespace mv::test;
+
+namespace {
+
+class NotationTest : public ::testing::Test {
+  protected:
+    NotationTest() {
+        attachSheetOne(s, player, viewer);
+        installSetupScreen(s);
+        installSongLoading(s);
+        installPlayStart(s);
+        installNotation(s, driver, &hooks);
+        s.showSheet1 = [this] { s.adobeF.Visible.set(true); };
+        s.unloadSheet1 = [this] { s.adobeF.Visible.set(false); };
+        s.showSheet2 = [this] { ++sheet2Shown; };
+        s.velmor.Text1.setText(s.configDir = dir.path());
+        for (const char* name : {"Song Name.mp3", "NWCViewer.exe"})
+            QFile(dir.filePath(name)).open(QIODevice::WriteOnly);
+        driver.mark();
+    }
+    // Notation mode on with the viewer's program in Text3: the viewer starts.
+    void notationOn(const QString& program = "NWCViewer.exe") {
+        s.velmor.Text3.setText(dir.filePath(program));
+        s.velmor.CNWC.set(1);
+    }
+    void load() {
+        s.velmor.File1List.set({"Song Name.mp3"});
+        s.velmor.File1ListIndex.set(0);
+        driver.log.clear();
+        driver.mark();
+        s.File1_MouseDown(1, 0, 10, 10);
+    }
+    QString log() { return std::exchange(driver.log, {}).join(", "); }
+
+    QTemporaryDir dir;
+    VirtualClock clock{1000, 43200};
+    FakeMessages messages;
+    Session s{clock, messages};
+    FakePlayer player{clock};
+    FakeViewer viewer;
+    FakeNotationDriver driver{clock};
+    StartupHooks hooks;
+    int sheet2Shown = 0;
+};
+
+TEST_F(NotationTest, ModeSwitchesStartAndCloseTheViewer) {
+    VelmorState& v = s.velmor;
+    notationOn("missing.exe"); // no program: Pause hidden, sheet mode stays
+    EXPECT_EQ(std::tuple(v.Command10Visible.get(), v.LoadPDF.get(), log()),
+              std::tuple(false, 1, ""));
+    v.CNWC.set(0);
+    notationOn();
+    EXPECT_EQ(log(), "0 start " + dir.filePath("NWCViewer.exe"));
+    EXPECT_EQ(std::tuple(v.LoadPDF.get(), s.adobeF.Visible.get(), v.NWCId),
+              std::tuple(0, false, 4711));
+    v.LoadPDF.set(1); // closes the viewer, keys without waits
+    EXPECT_EQ(log(), "0 activate 4711, 0 keys ~, 0 keys %F, 0 keys X");
+    EXPECT_FALSE(driver.isRunning(4711));
+    EXPECT_EQ(std::tuple(v.NWCId, v.CNWC.get(), v.Command10Visible.get(), s.adobeF.Visible.get()),
+              std::tuple(0, 0, true, true));
+    notationOn();
+    s.g.OverlayArmed = kTrue;
+    s.LA2_Click(); // File "Load Adobe 2": the same, and the overlay stays down
+    EXPECT_EQ(
+        std::tuple(sheet2Shown, v.NWCId, v.CNWC.get(), v.Command10Visible.get(), s.g.OverlayArmed),
+        std::tuple(1, 0, 0, true, Flag(0)));
+    EXPECT_TRUE(messages.shown.isEmpty());
+    // A desktop that cannot drive programs: said once, sheet mode stays.
+    v.LoadPDF.set(1);
+    driver.unavailable = "no X11";
+    notationOn();
+    EXPECT_EQ(messages.shown, QStringList{"no X11"});
+    EXPECT_EQ(std::tuple(v.CNWC.get(), v.LoadPDF.get(), v.Command10Visible.get()),
+              std::tuple(0, 1, true));
+}
+
+// The song's keys with their waits; the 50% zoom only with both boxes on.
+TEST_F(NotationTest, SongLoadTypesTheNameWithItsWaits) {
+    for (const auto& [zoomNwc, loadPdf] : {std::pair(0, 0), {1, 0}, {0, 1}, {1, 1}}) {
+        SCOPED_TRACE(zoomNwc * 10 + loadPdf);
+        s.velmor.LoadPDF.set(loadPdf);
+        s.velmor.ZoomNWC.set(zoomNwc);
+        notationOn("missing.exe"); // leaves LoadPDF as it is
+        s.velmor.NWCId = driver.start(dir.filePath("NWCViewer.exe"));
+        load();
+        const int t = loadPdf ? 500 : 0; // the sheet's half second comes first
+        QString want = QStringLiteral("%1 activate %2, %3 keys ~, %4 keys %F, %5 keys O, "
+                                      "%6 keys Song Name, %7 keys ~")
+                           .arg(t)
+                           .arg(s.velmor.NWCId)
+                           .arg(t + 500)
+                           .arg(t + 1000)
+                           .arg(t + 1500)
+                           .arg(t + 2000)
+                           .arg(t + 2500);
+        if (zoomNwc && loadPdf)
+            want += QStringLiteral(", %1 keys %-, %2 keys %-").arg(t + 2600).arg(t + 2700);
+        EXPECT_EQ(log(), want);
+        s.velmor.NWCId = 0;
+        s.velmor.CNWC.set(0);
+    }
+    EXPECT_TRUE(messages.shown.isEmpty());
+}
+
+TEST_F(NotationTest, PlayStartFadeAndShutDownKeys) {
+    notationOn();
+    load();
+    driver.log.clear();
+    driver.mark();
+    const int64_t t0 = clock.tickMs();
+    s.WindowsMediaPlayer1_MouseDown(1, 0, 0, 0); // start key, NWC delay, music
+    EXPECT_EQ(log(), "0 activate 4711, 100 keys  ");
+    EXPECT_EQ(std::pair(clock.tickMs() - t0, player.URL()), std::pair(int64_t(4600), s.g.SongFile));
+    driver.mark();
+    Command7_Click(s); // 50 volume steps of 0.06 s, then File, Open, Enter
+    EXPECT_EQ(log(), "3000 activate 4711, 3100 keys %F, 3200 keys O, 3300 keys ~");
+    driver.mark();
+    shutDown(s, hooks); // File, Exit ends the viewer
+    EXPECT_EQ(log(), "0 activate 4711, 500 keys ~, 500 activate 4711, 1000 keys %F, "
+                     "1000 activate 4711, 1500 keys X");
+    EXPECT_FALSE(driver.isRunning(4711));
+    EXPECT_TRUE(messages.shown.isEmpty());
+}
+
+// The viewer was closed by hand: the load ends with its message, play start
+// and fade go on without keys or message, shut-down ends quietly after the
+// played list is written.
+TEST_F(NotationTest, AViewerThatHasGoneOnEachPath) {
+    notationOn();
+    driver.end(4711);
+    load();
+    EXPECT_EQ(log(), "0 activate 4711 failed");
+    EXPECT_TRUE(messages.shown.value(0).startsWith(
+        "Error 5 Invalid procedure call or argument You must start this App with NWCViewer"));
+    driver.mark();
+    s.WindowsMediaPlayer1_MouseDown(1, 0, 0, 0);
+    EXPECT_EQ(log(), "0 activate 4711 failed, 100 keys   failed");
+    EXPECT_EQ(player.URL(), s.g.SongFile); // the music starts all the same
+    driver.mark();
+    Command7_Click(s);
+    EXPECT_EQ(log(), "3000 activate 4711 failed, 3100 keys %F failed, 3200 keys O failed, "
+                     "3300 keys ~ failed");
+    EXPECT_EQ(player.URL(), "");
+    driver.mark();
+    shutDown(s, hooks);
+    EXPECT_EQ(log(), "0 activate 4711 failed");
+    EXPECT_TRUE(QFile::exists(dir.filePath("PlayedList.txt")));
+    EXPECT_EQ(messages.shown.size(), 1);
+}
+
+// A saved "Control NWCViewer" does not come back; a running viewer is only
+// brought to the front by its title and stays unknown, so shut-down leaves it.
+TEST_F(NotationTest, StartUpFindsARunningViewerByTitleWithNotationModeOff) {
+    {
+        Session saved{clock, messages};
+        saved.configDir = dir.path();
+        saved.velmor.Text3.setText(dir.filePath("NWCViewer.exe"));
+        saved.velmor.CNWC.set(1);
+        SaveVelmor(saved);
+    }
+    driver.titles = {"nwcviewer - Song Name"};
+    startUp(s, hooks, {});
+    EXPECT_EQ(std::tuple(s.velmor.CNWC.get(), s.velmor.NWCTitle, s.velmor.NWCId),
+              std::tuple(0, QString("NWCViewer"), 0));
+    shutDown(s, hooks);
+    EXPECT_EQ(log(), "0 title NWCViewer");
+}
+
+// Each help window from its entry: loading keeps the overlay down, "Close"
+// unloads the window and lets the overlay come back.
+TEST(HelpWindows, OpenFromTheirEntriesAndArmTheOverlayOnClose) {
+    VirtualClock clock;
+    FakeMessages messages;
+    Session s{clock, messages};
+    FakePlayer player{clock};
+    WindowRegistry windows;
+    installHelp(s, windows);
+    MainWindow w{s, player};
+    const std::tuple<const char*, std::function<void()>, const char*> cases[] = {
+        {"HLPF", [&] { w.findChild<QAction*>("HH")->trigger(); }, "MELLIVANE HELP"},
+        {"PDFHelp", [&] { s.adobeF_Command11_Click(); }, "PDF HELP"}};
+    for (const auto& [name, open, heading] : cases) {
+        SCOPED_TRACE(name);
+        s.g.OverlayArmed = kTrue;
+        open();
+        QWidget* help = windows.find(name);
+        ASSERT_TRUE(help && help->isVisible());
+        EXPECT_EQ(s.g.OverlayArmed, 0);
+        auto* text = help->findChild<QPlainTextEdit*>("Text1");
+        EXPECT_TRUE(text->isReadOnly());
+        EXPECT_EQ(text->toPlainText().section('\n', 0, 0), heading);
+        QTest::mouseClick(help->findChild<QPushButton*>("Command1"), Qt::LeftButton); // "Close"
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+        EXPECT_EQ(std::pair(windows.find(name), s.g.OverlayArmed),
+                  std::pair((QWidget*)nullptr, kTrue));
+    }
+}
+
+} // namespace
