@@ -9,6 +9,7 @@
 #include "fakes.h"
 #include "sheet/navigation.h"
 #include "sheet/sheet_geometry.h"
+#include "stage.h"
 
 #include <QAction>
 #include <QCheckBox>
@@ -24,9 +25,9 @@ using namespace mv::test;
 
 namespace {
 
-class SetupScreenTest : public ::testing::Test {
+class SetupScreenTest : public ::testing::Test, protected Stage {
   protected:
-    SetupScreenTest() {
+    SetupScreenTest() : Stage(1000, 43200) {
         s.adobeF.AcroPDF1 = &viewer;
         installNavigation(s);
         installSheetGeometry(s);
@@ -40,11 +41,6 @@ class SetupScreenTest : public ::testing::Test {
         return {px(widthTwips), px(heightTwips)};
     }
 
-    VirtualClock clock{1000, 43200};
-    FakeMessages messages;
-    Session s{clock, messages};
-    FakePlayer player{clock};
-    FakeViewer viewer;
     MainWindow w{s, player};
 };
 
