@@ -37,9 +37,6 @@ class SetupScreenTest : public ::testing::Test, protected Stage {
         w.show();
     }
     QAction* entry(const char* name) { return w.findChild<QAction*>(QString::fromLatin1(name)); }
-    QSize sizeIn(double widthTwips, double heightTwips) {
-        return {px(widthTwips), px(heightTwips)};
-    }
 
     MainWindow w{s, player};
 };
@@ -86,7 +83,7 @@ TEST_F(SetupScreenTest, SizesOfTheWindowAndTheLargeList) {
     for (const Step& st : steps) {
         SCOPED_TRACE(st.entry);
         entry(st.entry)->trigger();
-        EXPECT_EQ(w.size(), sizeIn(st.width, st.height));
+        EXPECT_EQ(w.size(), QSize(px(st.width), px(st.height)));
         EXPECT_EQ(s.velmor.ZM.text(), st.zoomCaption);
         EXPECT_EQ(entry("ZM")->text(), st.zoomCaption);
         const bool large = st.zoomCaption[0] == '-';
