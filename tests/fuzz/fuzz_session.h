@@ -5,6 +5,7 @@
 #include "core/session_state.h"
 #include "cursormap/cursor_fields.h"
 #include "fakes.h"
+#include "stage.h"
 
 #include <QDir>
 #include <QFile>
@@ -13,12 +14,8 @@
 
 namespace mv::fuzz {
 
-struct FuzzSession {
-    VirtualClock clock;
-    test::FakeMessages messages;
-    Session s{clock, messages};
-    test::FakePlayer player{clock};
-    test::FakeViewer viewer, viewer2;
+struct FuzzSession : test::Stage {
+    test::FakeViewer viewer2;
     FuzzSession() {
         test::attachSheetOne(s, player, viewer);
         s.adobeF2.AcroPDF1 = &viewer2;

@@ -1,19 +1,12 @@
-# The real binary under Xvfb.
-add_test(NAME e2e_sheet_play
-         COMMAND ${CMAKE_CURRENT_LIST_DIR}/e2e/sheet_play.sh $<TARGET_FILE:mellivane>)
-set_tests_properties(e2e_sheet_play PROPERTIES LABELS integration TIMEOUT 60 RUN_SERIAL TRUE)
-add_test(NAME e2e_demo_road
-         COMMAND ${CMAKE_CURRENT_LIST_DIR}/e2e/demo_road.sh $<TARGET_FILE:mellivane>)
-set_tests_properties(e2e_demo_road PROPERTIES LABELS integration TIMEOUT 90 RUN_SERIAL TRUE)
-add_test(NAME e2e_driver_verbs
-         COMMAND ${CMAKE_CURRENT_LIST_DIR}/e2e/driver_verbs.sh $<TARGET_FILE:mellivane>)
-set_tests_properties(e2e_driver_verbs PROPERTIES LABELS integration TIMEOUT 60 RUN_SERIAL TRUE)
-add_test(NAME e2e_first_start
-         COMMAND ${CMAKE_CURRENT_LIST_DIR}/e2e/first_start.sh $<TARGET_FILE:mellivane>)
-set_tests_properties(e2e_first_start PROPERTIES LABELS integration TIMEOUT 90 RUN_SERIAL TRUE)
-add_test(NAME e2e_sync_two_programs
-         COMMAND ${CMAKE_CURRENT_LIST_DIR}/e2e/sync_two_programs.sh $<TARGET_FILE:mellivane>)
-set_tests_properties(e2e_sync_two_programs PROPERTIES LABELS integration TIMEOUT 150 RUN_SERIAL TRUE)
-add_test(NAME e2e_library_driver
-         COMMAND ${CMAKE_CURRENT_LIST_DIR}/e2e/library_driver.sh $<TARGET_FILE:mellivane>)
-set_tests_properties(e2e_library_driver PROPERTIES LABELS integration TIMEOUT 60 RUN_SERIAL TRUE)
+# The real binary under Xvfb: mv_e2e(<script name> <timeout in s>).
+function(mv_e2e name timeout)
+  add_test(NAME e2e_${name}
+           COMMAND ${CMAKE_CURRENT_FUNCTION_LIST_DIR}/e2e/${name}.sh $<TARGET_FILE:mellivane>)
+  set_tests_properties(e2e_${name} PROPERTIES LABELS integration TIMEOUT ${timeout} RUN_SERIAL TRUE)
+endfunction()
+mv_e2e(sheet_play 60)
+mv_e2e(demo_road 90)
+mv_e2e(driver_verbs 60)
+mv_e2e(first_start 90)
+mv_e2e(sync_two_programs 150)
+mv_e2e(library_driver 60)

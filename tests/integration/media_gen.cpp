@@ -1,51 +1,36 @@
 #include "media_gen.h"
 
+#include <QDataStream>
 #include <QFile>
+#include <QtEndian>
 #include <cmath>
 #include <cstring>
 
 namespace mv::test {
 
-namespace {
-void put16(QByteArray& b, int v) {
-    b.append(char(v & 0xff));
-    b.append(char((v >> 8) & 0xff));
-}
-void put32(QByteArray& b, quint32 v) {
-    for (int i = 0; i < 4; ++i)
-        b.append(char((v >> (8 * i)) & 0xff));
-}
-quint32 get32(const char* p) {
-    return quint32(uchar(p[0])) | quint32(uchar(p[1])) << 8 | quint32(uchar(p[2])) << 16 |
-           quint32(uchar(p[3])) << 24;
-}
-quint16 get16(const char* p) { return quint16(uchar(p[0]) | uchar(p[1]) << 8); }
-} // namespace
-
 void writeToneWav(const QString& path, const std::vector<double>& hz, double secondsEach,
                   double amp, int rate) {
-    QByteArray data;
+    QByteArray data, wav;
+    QDataStream samples(&data, QIODevice::WriteOnly), out(&wav, QIODevice::WriteOnly);
+    samples.setByteOrder(QDataStream::LittleEndian);
+    out.setByteOrder(QDataStream::LittleEndian);
     double phase = 0;
     for (double f : hz) {
         const int n = int(secondsEach * rate);
         for (int i = 0; i < n; ++i) {
             phase += 2 * M_PI * f / rate;
-            put16(data, int(std::lround(amp * 32767 * std::sin(phase))));
+            samples << qint16(std::lround(amp * 32767 * std::sin(phase)));
         }
     }
-    QByteArray wav("RIFF");
-    put32(wav, 36 + data.size());
-    wav += "WAVEfmt ";
-    put32(wav, 16);
-    put16(wav, 1);
-    put16(wav, 1);
-    put32(wav, rate);
-    put32(wav, rate * 2);
-    put16(wav, 2);
-    put16(wav, 16);
-    wav += "data";
-    put32(wav, data.size());
-    wav += data;
+    // RIFF header, a 16-byte format chunk (PCM, mono, 16 bits), the data.
+    out.writeRawData("RIFF", 4);
+    out << quint32(36 + data.size());
+    out.writeRawData("WAVEfmt ", 8);
+    out << quint32(16) << quint16(1) << quint16(1) << quint32(rate) << quint32(rate * 2)
+        << quint16(2) << quint16(16);
+    out.writeRawData("data", 4);
+    out << quint32(data.size());
+    out.writeRawData(data.constData(), int(data.size()));
     QFile f(path);
     if (f.open(QIODevice::WriteOnly)) f.write(wav);
 }
@@ -60,11 +45,11 @@ Pcm readWav(const QString& path) {
     int bits = 16;
     while (pos + 8 <= b.size()) {
         const char* h = b.constData() + pos;
-        quint32 len = get32(h + 4);
+        quint32 len = qFromLittleEndian<quint32>(h + 4);
         if (std::memcmp(h, "fmt ", 4) == 0 && pos + 24 <= b.size()) {
-            p.channels = get16(h + 10);
-            p.rate = int(get32(h + 12));
-            bits = get16(h + 22);
+            p.channels = qFromLittleEndian<quint16>(h + 10);
+            p.rate = int(qFromLittleEndian<quint32>(h + 12));
+            bits = qFromLittleEndian<quint16>(h + 22);
         } else if (std::memcmp(h, "data", 4) == 0) {
             // mpv's pcm output may leave the length at its maximum while
             // streaming: take what the file holds.
@@ -73,7 +58,7 @@ Pcm readWav(const QString& path) {
             if (bits != 16 || p.channels < 1) return p;
             const int frame = 2 * p.channels;
             for (qsizetype i = 0; i + frame <= qsizetype(len); i += frame)
-                p.samples.push_back(qint16(get16(h + 8 + i)) / 32768.0);
+                p.samples.push_back(qint16(qFromLittleEndian<quint16>(h + 8 + i)) / 32768.0);
             return p;
         }
         pos += 8 + len + (len & 1);

@@ -7,6 +7,6 @@ add_test(NAME test_recording_kill
                  $<TARGET_FILE:mellivane>)
 set_tests_properties(test_recording_kill PROPERTIES LABELS integration TIMEOUT 240 RUN_SERIAL TRUE
                      ENVIRONMENT "MELLIVANE_SOURCE_DIR=${PROJECT_SOURCE_DIR}")
-add_test(NAME e2e_record_demo
-         COMMAND ${CMAKE_CURRENT_LIST_DIR}/e2e/record_demo.sh $<TARGET_FILE:mellivane>)
-set_tests_properties(e2e_record_demo PROPERTIES LABELS integration TIMEOUT 180 RUN_SERIAL TRUE)
+mv_e2e(record_demo 180)
+target_include_directories(test_recording_kill PRIVATE ${PROJECT_SOURCE_DIR}/tests/support
+                           ${PROJECT_SOURCE_DIR}/src)

@@ -4,28 +4,20 @@
 // each card played is recorded from its monitor.
 
 #include "media_gen.h"
+#include "test_files.h"
 #include "transport/mpv_player.h"
 
 #include <QDir>
-#include <QElapsedTimer>
-#include <QEventLoop>
 #include <QFileInfo>
 #include <QProcess>
 #include <QStandardPaths>
 #include <QTemporaryDir>
-#include <QTimer>
 #include <gtest/gtest.h>
 
 using namespace mv;
 using namespace mv::test;
 
 namespace {
-
-void runFor(int ms) {
-    QEventLoop loop;
-    QTimer::singleShot(ms, &loop, &QEventLoop::quit);
-    loop.exec();
-}
 
 class AudioRoutingTest : public ::testing::Test {
   protected:
@@ -46,11 +38,8 @@ class AudioRoutingTest : public ::testing::Test {
                       "--load=module-null-sink sink_name=cardB"});
         ASSERT_TRUE(daemon.waitForStarted(5000));
         const QString socket = runtime.filePath("rt/pulse/native");
-        QElapsedTimer t;
-        t.start();
-        while (!QFileInfo::exists(socket) && t.elapsed() < 10000)
-            runFor(50);
-        ASSERT_TRUE(QFileInfo::exists(socket)) << daemon.readAllStandardError().toStdString();
+        ASSERT_TRUE(runUntil([&] { return QFileInfo::exists(socket); }, 10000))
+            << daemon.readAllStandardError().toStdString();
         // The player reaches the server through the environment.
         for (const char* k : {"XDG_RUNTIME_DIR", "PULSE_RUNTIME_PATH"})
             qputenv(k, env.value(k).toUtf8());
@@ -87,12 +76,7 @@ TEST_F(AudioRoutingTest, TheChosenCardPlaysTheMusicAndTheOtherStaysSilent) {
     MpvPlayer player(QStringLiteral("auto"));
     ASSERT_TRUE(player.isValid());
     QStringList devices;
-    QElapsedTimer t;
-    t.start();
-    while (!devices.contains("pulse/cardB") && t.elapsed() < 5000) {
-        runFor(50);
-        devices = player.audioDevices();
-    }
+    runUntil([&] { return (devices = player.audioDevices()).contains("pulse/cardB"); }, 5000);
     ASSERT_TRUE(devices.contains("pulse/cardA")) << devices.join(' ').toStdString();
     ASSERT_TRUE(devices.contains("pulse/cardB")) << devices.join(' ').toStdString();
 
@@ -105,10 +89,7 @@ TEST_F(AudioRoutingTest, TheChosenCardPlaysTheMusicAndTheOtherStaysSilent) {
     bool ended = false;
     QObject::connect(&player, &MpvPlayer::endOfFile, [&] { ended = true; });
     player.setURL(runtime.filePath("tone.wav"));
-    t.restart();
-    while (!ended && t.elapsed() < 10000)
-        runFor(50);
-    EXPECT_TRUE(ended);
+    EXPECT_TRUE(runUntil([&] { return ended; }, 10000));
     EXPECT_FALSE(player.noAudioOutput());
     runFor(300);
     EXPECT_GT(level(b), 0.05); // the tone, played by card B

@@ -8,6 +8,7 @@
 #include "fakes.h"
 #include "media_gen.h"
 #include "sheet/navigation.h"
+#include "test_files.h"
 #include "transport/mpv_player.h"
 #include "transport/play_start.h"
 
@@ -45,12 +46,12 @@ Result play(const QString& speed) {
         music = dir.filePath("Song.mp3");
     // The map: each tic is the time to its move, divided by the Tic Offset,
     // rounded on the running total.
-    QStringList map = {"100@", "0%", "#1", "#2", "#3", "#4", "#5", "#6", " 80^"};
+    QStringList map = test::kMapHeader;
     long long done = 0;
     for (int k = 0; k < kMoves; ++k) {
         const long long total = std::llround((kFirst + kStep * k) * 1000 / 0.995);
-        map << QString::number(total - done) << QString::number(k + 1) << "100"
-            << "0" << (turnsPage(k) ? "True" : "False") << "False";
+        map << test::rec(QString::number(total - done), QString::number(k + 1), "100", "0",
+                         turnsPage(k));
         done = total;
     }
     writeLinesAtomically(dir.filePath("Song.map"), map);

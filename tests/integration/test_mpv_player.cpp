@@ -4,30 +4,17 @@
 // this player's own, and with no sound device the music still runs.
 
 #include "media_gen.h"
+#include "test_files.h"
 #include "transport/mpv_player.h"
 
 #include <QElapsedTimer>
-#include <QEventLoop>
 #include <QTemporaryDir>
-#include <QTimer>
 #include <gtest/gtest.h>
 
 using namespace mv;
 using namespace mv::test;
 
 namespace {
-
-// Lets the event loop run until `done` or the timeout.
-bool runUntil(const std::function<bool()>& done, int timeoutMs) {
-    QElapsedTimer t;
-    t.start();
-    while (!done() && t.elapsed() < timeoutMs) {
-        QEventLoop loop;
-        QTimer::singleShot(10, &loop, &QEventLoop::quit);
-        loop.exec();
-    }
-    return done();
-}
 
 // Plays `input` to a WAV file and returns what came out.
 Pcm render(const QString& input, const QString& out,
@@ -104,17 +91,17 @@ TEST_F(MpvPlayerTest, NullOutputRunsInRealTimeAtRate0HoldsBelowAndEnds) {
     EXPECT_EQ(p.playState(), 3);
     QElapsedTimer t;
     t.start();
-    runUntil([] { return false; }, 700);
+    runFor(700);
     const double pos = p.controlsCurrentPosition();
     EXPECT_NEAR(pos, t.elapsed() / 1000.0, 0.25);
     double last = pos;
     for (int i = 0; i < 5; ++i) { // the smoothed position never runs back
-        runUntil([] { return false; }, 30);
+        runFor(30);
         EXPECT_GE(p.controlsCurrentPosition(), last);
         last = p.controlsCurrentPosition();
     }
     p.setSettingsRate(-1);
-    runUntil([] { return false; }, 400);
+    runFor(400);
     EXPECT_NEAR(p.controlsCurrentPosition(), last, 0.08);
     p.setSettingsRate(1);
     EXPECT_TRUE(runUntil([&] { return ended; }, 5000));
@@ -140,7 +127,7 @@ TEST_F(MpvPlayerTest, CallsWithoutAFileNeverFailAndStopKeepsTheFile) {
     EXPECT_EQ(p.controlsCurrentPosition(), 0);
     writeToneWav(path("t.wav"), {440}, 3.0);
     p.setURL(path("t.wav"));
-    runUntil([] { return false; }, 300);
+    runFor(300);
     p.controlsStop();
     EXPECT_EQ(p.playState(), 1);
     EXPECT_EQ(p.URL(), path("t.wav"));

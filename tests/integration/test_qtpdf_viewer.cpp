@@ -10,8 +10,9 @@
 #include "sheet/page_geometry.h"
 #include "sheet/qtpdf_viewer.h"
 #include "sheet/sheet_window.h"
+#include "stage.h"
+#include "test_files.h"
 
-#include <QFile>
 #include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTest>
@@ -29,6 +30,14 @@ QPoint findMark(const QImage& img, QRect area) {
         for (int x = area.left(); x <= area.right(); ++x)
             if (qGray(img.pixel(x, y)) < 60) return {x, y};
     return {-1, -1};
+}
+
+// Expects the mark's top-left pixel in `img` at `twips` (within a pixel).
+void expectMarkAt(const QImage& img, QPointF twips) {
+    const QPoint want(int(std::lround(twips.x() / 15)), int(std::lround(twips.y() / 15)));
+    const QPoint got = findMark(img, QRect(want - QPoint(20, 20), QSize(60, 60)));
+    EXPECT_LE(std::abs(got.x() - want.x()), 1);
+    EXPECT_LE(std::abs(got.y() - want.y()), 1);
 }
 
 // Waits until the viewer has painted the page on show at its exact size.
@@ -60,13 +69,10 @@ TEST_F(QtPdfViewerTest, MarkLandsByThePlacementRuleAtZoom100And80) {
     for (float zoom : {100.0f, 80.0f}) {
         v.setZoom(zoom);
         ASSERT_TRUE(painted(v, v));
-        const QImage img = v.grab().toImage();
-        // Expected from the rule itself, in twips, then pixels.
-        const QPointF tw = page::pointInViewer(kMarks[1], QSizeF(612, 792), 950 * 15.0, zoom);
-        const QPoint want(int(std::lround(tw.x() / 15)), int(std::lround(tw.y() / 15)));
-        const QPoint got = findMark(img, QRect(want - QPoint(20, 20), QSize(60, 60)));
-        EXPECT_LE(std::abs(got.x() - want.x()), 1) << "zoom " << zoom;
-        EXPECT_LE(std::abs(got.y() - want.y()), 1) << "zoom " << zoom;
+        SCOPED_TRACE(zoom);
+        // Expected from the rule itself.
+        expectMarkAt(v.grab().toImage(),
+                     page::pointInViewer(kMarks[1], QSizeF(612, 792), 950 * 15.0, zoom));
     }
 }
 
@@ -85,10 +91,7 @@ TEST_F(QtPdfViewerTest, TurnsAtTheEndsRaiseNothingAndBadFilesFailClearly) {
     v.gotoFirstPage();
     EXPECT_EQ(v.currentPage(), 1);
     v.setPageMode("none");
-    QFile bad(dir.filePath("bad.pdf"));
-    ASSERT_TRUE(bad.open(QIODevice::WriteOnly));
-    bad.write("this is no pdf");
-    bad.close();
+    ASSERT_TRUE(writeFile(dir.filePath("bad.pdf"), "this is no pdf"));
     try {
         v.LoadFile(dir.filePath("bad.pdf"));
         ADD_FAILURE() << "no failure";
@@ -105,9 +108,8 @@ TEST_F(QtPdfViewerTest, TurnsAtTheEndsRaiseNothingAndBadFilesFailClearly) {
 }
 
 TEST_F(QtPdfViewerTest, InSheetWindowTheMarkMovesUpWithV) {
-    VirtualClock clock;
-    FakeMessages messages;
-    Session s(clock, messages);
+    Stage st;
+    Session& s = st.s;
     auto* viewer = new QtPdfViewer;
     s.adobeF.AcroPDF1 = viewer;
     SheetWindow w(s, viewer);
@@ -122,12 +124,9 @@ TEST_F(QtPdfViewerTest, InSheetWindowTheMarkMovesUpWithV) {
     if (qEnvironmentVariableIsSet("MELLIVANE_SHOTS"))
         img.save(qEnvironmentVariable("MELLIVANE_SHOTS") + "/sheet.png");
     const double viewerWidth = viewer->width() * 15.0;
-    const QPointF tw = page::pointInViewer(kMarks[1], QSizeF(612, 792), viewerWidth, 100);
     // In the window: the viewer's own position in the carrier, minus V.
-    const QPoint want(int(std::lround(tw.x() / 15)), int(std::lround((tw.y() - 8500) / 15)));
-    const QPoint got = findMark(img, QRect(want - QPoint(20, 20), QSize(60, 60)));
-    EXPECT_LE(std::abs(got.x() - want.x()), 1);
-    EXPECT_LE(std::abs(got.y() - want.y()), 1);
+    expectMarkAt(img, page::pointInViewer(kMarks[1], QSizeF(612, 792), viewerWidth, 100) -
+                          QPointF(0, 8500));
 }
 
 } // namespace

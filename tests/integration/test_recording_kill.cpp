@@ -5,6 +5,8 @@
 // moments) the map is always one whole version, the old one or a new one.
 //   test_recording_kill <mellivane binary>     (under xvfb-run)
 
+#include "test_files.h"
+
 #include <QCoreApplication>
 #include <QDir>
 #include <QElapsedTimer>
@@ -18,20 +20,12 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+using mv::test::readFile;
+using mv::test::writeFile;
+
 namespace {
 
 QString gBinary;
-
-QByteArray readAll(const QString& path) {
-    QFile f(path);
-    return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
-}
-
-void writeAll(const QString& path, const QByteArray& bytes) {
-    QFile f(path);
-    ASSERT_TRUE(f.open(QIODevice::WriteOnly | QIODevice::Truncate));
-    f.write(bytes);
-}
 
 // Whole CR LF lines; `tail` gets what follows the last CR LF.
 QList<QByteArray> lines(const QByteArray& b, QByteArray* tail = nullptr) {
@@ -63,7 +57,7 @@ class ProgramTest : public ::testing::Test {
     // each time.
     void start(const QString& script) {
         const QString path = dir.filePath(QStringLiteral("script%1.txt").arg(++runs));
-        writeAll(path, script.toUtf8());
+        ASSERT_TRUE(writeFile(path, script.toUtf8()));
         QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
         env.insert("QT_QPA_PLATFORM", "xcb");
         program.setProcessEnvironment(env);
@@ -142,16 +136,16 @@ TEST_F(ProgramTest, AKilledRecordingKeepsEveryTicTakenBeforeTheKill) {
     }
     script += "wait 60000\n";
     const int k = 1 + int(QRandomGenerator::global()->bounded(10));
-    const QByteArray demoMap = readAll(map);
+    const QByteArray demoMap = readFile(map);
     start(script);
     // Record empties the map at once; from then on it grows record by record.
-    ASSERT_TRUE(until([&] { return readAll(map) != demoMap; }, 30000));
-    auto records = [&] { return std::max<qsizetype>(0, lines(readAll(map)).size() - 9) / 6; };
+    ASSERT_TRUE(until([&] { return readFile(map) != demoMap; }, 30000));
+    auto records = [&] { return std::max<qsizetype>(0, lines(readFile(map)).size() - 9) / 6; };
     ASSERT_TRUE(until([&] { return records() >= k; }, 30000)) << "the map never held " << k;
     EXPECT_EQ(kill(), QByteArray());
 
     QByteArray tail;
-    const QList<QByteArray> got = lines(readAll(map), &tail);
+    const QList<QByteArray> got = lines(readFile(map), &tail);
     EXPECT_EQ(tail, QByteArray()) << "a line cut short";
     ASSERT_GE(got.size(), 9 + 6 * k) << "killed after " << k << " records were seen";
     const QList<QByteArray> header = {"100@", "0%", "#1", "#2", "#3", "#4", "#5", "#6"};
@@ -190,11 +184,11 @@ TEST_F(ProgramTest, AKilledTableWriteLeavesTheOldMapOrTheNewOne) {
                           "click AdobeF.Command5\nwait 20\nclick AdobeF.Command7\n";
 
     // One save, to the end: the bytes of the first new version.
-    writeAll(map, old);
+    ASSERT_TRUE(writeFile(map, old));
     start(select() + cycle + "quit\n");
     ASSERT_TRUE(program.waitForFinished(30000));
     EXPECT_EQ(failures(), QByteArray());
-    const QList<QByteArray> first = lines(readAll(map));
+    const QList<QByteArray> first = lines(readFile(map));
     ASSERT_EQ(first.size(), 7 + 5000 * 6);
     constexpr int kRow1X = 7 + 6 + 1; // header of 7 lines, row 0, Tic of row 1
     ASSERT_EQ(first[kRow1X], "3515");
@@ -216,9 +210,9 @@ TEST_F(ProgramTest, AKilledTableWriteLeavesTheOldMapOrTheNewOne) {
     budget.start();
     int killed = 0, killedWriting = 0, versions = 0;
     for (; killed < 20 && budget.elapsed() < 100000; ++killed) {
-        writeAll(map, old);
+        ASSERT_TRUE(writeFile(map, old));
         start(many);
-        ASSERT_TRUE(until([&] { return readAll(map) != old; }, 30000));
+        ASSERT_TRUE(until([&] { return readFile(map) != old; }, 30000));
         // From the first save on: every other run a kill at a random moment,
         // the others a kill 0-3 ms after a write is seen under way.
         auto rng = QRandomGenerator::global();
@@ -228,7 +222,7 @@ TEST_F(ProgramTest, AKilledTableWriteLeavesTheOldMapOrTheNewOne) {
             QThread::usleep(rng->bounded(3000));
         killedWriting += writing();
         EXPECT_EQ(kill(), QByteArray());
-        const QByteArray now = readAll(map);
+        const QByteArray now = readFile(map);
         EXPECT_TRUE(now == old || isVersion(now)) << "run " << killed + 1 << ": " << now.size()
                                                   << " bytes, neither the old map nor a new one";
         versions = std::max(versions, (lines(now).value(kRow1X).toInt() - 3500) / 15);

@@ -10,37 +10,23 @@
 #include "sync/network.h"
 #include "sync/qt_socket.h"
 #include "sync/sync_install.h"
+#include "test_files.h"
 #include "transport/play_start.h"
 #include "transport/song_loading.h"
 #include "transport/volume_speed.h"
 
-#include <QCoreApplication>
 #include <QElapsedTimer>
-#include <QFile>
 #include <QTcpServer>
 #include <QTcpSocket>
 #include <QTemporaryDir>
 #include <QTimer>
 #include <algorithm>
-#include <functional>
 #include <gtest/gtest.h>
 
 using namespace mv;
 using namespace mv::test;
 
 namespace {
-
-bool runUntil(const std::function<bool()>& done, int ms) {
-    QElapsedTimer t;
-    t.start();
-    while (!done() && t.elapsed() < ms)
-        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 10);
-    return done();
-}
-
-void settle(int ms) {
-    runUntil([] { return false; }, ms);
-}
 
 // A computer of its own: real sockets on loopback, fakes for sound and sheet.
 struct Host {
@@ -53,7 +39,7 @@ struct Host {
         installPlayStart(s);
         net = installSync(s, sockets);
         s.velmor.Text1.setText(dir.path());
-        QFile(dir.filePath("Song.mp3")).open(QIODevice::WriteOnly);
+        writeFile(dir.filePath("Song.mp3"));
     }
     SystemClock clock;
     FakeMessages messages;
@@ -139,7 +125,7 @@ TEST(SyncLoopback, RawClientsSeeExactlyTheBytesOfEachServerAction) {
         runUntil(
             [&] { return a.got.size() >= step.bytes.size() && b.got.size() >= step.bytes.size(); },
             5000);
-        settle(60);
+        runFor(60);
         EXPECT_EQ(a.got, step.bytes);
         EXPECT_EQ(b.got, step.bytes);
     }
@@ -159,12 +145,9 @@ TEST(SyncLoopback, ARawServerDrivesARealClientThroughASong) {
     s.velmor.ClientDelay.setText("0.5");
     s.velmor.FirstNote.setText("0");
     s.velmor.File1List.set({"Intro.mp3", "Song.mp3"});
-    QStringList map = {"100@", "0%", "#1", "#2", "#3", "#4", "#5", "#6", " 80^"};
+    QStringList map = kMapHeader;
     for (int i = 1; i <= 12; ++i)
-        map << "500" << QString::number(100 * i) << "100"
-            << "0"
-            << "False"
-            << "False";
+        map << rec("500", QString::number(100 * i), "100", "0");
     writeLinesAtomically(client.dir.filePath("Song.map"), map);
     int plays = 0;
     const auto start = s.WindowsMediaPlayer1_MouseDown;

@@ -9,6 +9,7 @@
 #include "sheet/navigation.h"
 #include "sheet/sheet_geometry.h"
 #include "sheet/sheet_window.h"
+#include "stage.h"
 
 #include <QApplication>
 #include <QPushButton>
@@ -20,9 +21,9 @@ using namespace mv::test;
 
 namespace {
 
-class NavigationTest : public ::testing::Test {
+class NavigationTest : public ::testing::Test, protected Stage {
   protected:
-    NavigationTest() {
+    NavigationTest() : Stage(1000, 43200) {
         s.adobeF.AcroPDF1 = &viewer;
         s.adobeF.Visible.set(true);
         s.adobeF.focusCommand14 = [this] { ++focusGiven; };
@@ -38,10 +39,6 @@ class NavigationTest : public ::testing::Test {
     int V() const { return s.adobeF.VScroll1.get(); }
     void editMode() { s.adobeF.Shape2.set(true); }
 
-    VirtualClock clock{1000, 43200};
-    FakeMessages messages;
-    Session s{clock, messages};
-    FakeViewer viewer;
     QStringList sent;
     int focusGiven = 0;
 };
@@ -255,9 +252,8 @@ TEST_F(NavigationTest, RightDragOnTheFreeSurfaceMovesTheStripAndWidensTheWindow)
 // Where sheet window 1 opens: beside the main window without a place file,
 // where the file says with one; inside the screen either way.
 TEST(SheetPlace, BesideTheMainWindowOrFromThePlaceFileAndInsideTheScreen) {
-    VirtualClock clock;
-    FakeMessages messages;
-    Session s(clock, messages);
+    Stage st;
+    Session& s = st.s;
     const TwipRect hd{0, 0, 28800, 16200}, narrow{0, 0, 19200, 15360}, tall{0, 0, 24000, 21000};
     struct Case {
         const char* what;

@@ -6,8 +6,9 @@
 #include "cursormap/cursor_fields.h"
 #include "cursormap/play_loop.h"
 #include "fakes.h"
+#include "stage.h"
+#include "test_files.h"
 
-#include <QFile>
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
 
@@ -16,18 +17,9 @@ using namespace mv::test;
 
 namespace {
 
-QString rec(const QString& tic, const QString& x, const QString& y, const QString& scr,
-            bool nxt = false, bool prv = false) {
-    return QStringList{tic, x, y, scr, boolText(nxt), boolText(prv), {}}.join(
-        QStringLiteral("\r\n"));
-}
-
-const QString kHeader =
-    QStringLiteral("100@\r\n0%\r\n#1\r\n#2\r\n#3\r\n#4\r\n#5\r\n#6\r\n 80^\r\n");
-
-class PlayLoopTest : public ::testing::Test {
+class PlayLoopTest : public ::testing::Test, protected Stage {
   protected:
-    PlayLoopTest() : player(clock), viewer(&viewerCalls) {
+    PlayLoopTest() {
         s.player = &player;
         s.beeper = &beeper;
         s.adobeF.AcroPDF1 = &viewer;
@@ -56,12 +48,9 @@ class PlayLoopTest : public ::testing::Test {
     QString at() const { return QString::number(clock.tickMs() - t0); }
 
     // Writes the map, opens it as file 1 and plays it from now.
-    void play(const QString& map) {
+    void play(const QStringList& map) {
         const QString path = dir.filePath(QStringLiteral("song.map"));
-        QFile f(path);
-        ASSERT_TRUE(f.open(QIODevice::WriteOnly));
-        f.write(map.toLatin1());
-        f.close();
+        ASSERT_TRUE(writeFile(path, crlf(map)));
         s.files.close(1);
         s.files.open(1, path, FileMode::Input);
         s.g.PlayStartTick = clock.tickMs();
@@ -72,12 +61,7 @@ class PlayLoopTest : public ::testing::Test {
     // The trace lines that contain `what`.
     QStringList only(const QString& what) const { return trace.filter(what); }
 
-    VirtualClock clock;
-    FakeMessages messages;
-    Session s{clock, messages};
-    FakePlayer player;
-    QStringList viewerCalls;
-    FakeViewer viewer;
+    QStringList& viewerCalls = viewer.calls;
     FakeBeeper beeper{clock};
     QTemporaryDir dir;
     QStringList trace;
@@ -85,8 +69,8 @@ class PlayLoopTest : public ::testing::Test {
 };
 
 TEST_F(PlayLoopTest, RecordedMapPlaysInOrderAtItsTimes) {
-    play(kHeader + rec("2000", " 1650 ", " 2280 ", "0") + rec("1000", " 4110 ", " 2280 ", "8000") +
-         rec("1500", " 300 ", " 900 ", "0", true));
+    play(kMapHeader + rec("2000", " 1650 ", " 2280 ", "0") +
+         rec("1000", " 4110 ", " 2280 ", "8000") + rec("1500", " 300 ", " 900 ", "0", true));
     const QStringList expected = {
         "0 CNT=0", "0 TIC=2000",
         // tick > 2000 * .995 first at 1991
@@ -115,7 +99,7 @@ TEST_F(PlayLoopTest, RecordedMapPlaysInOrderAtItsTimes) {
 
 TEST_F(PlayLoopTest, EmptyMapRunsOnlyTheStepsAfterTheLoop) {
     s.velmor.ShowB.set(1);
-    play(QString());
+    play({});
     // Writing "0" to SCR is a change from "", so the red cursor flashes before
     // the cursor is hidden.
     EXPECT_EQ(trace, (QStringList{"3000 X=0", "3000 left=0", "3000 Y=0", "3000 CNT=0", "3000 TIC=0",
@@ -126,7 +110,7 @@ TEST_F(PlayLoopTest, EmptyMapRunsOnlyTheStepsAfterTheLoop) {
 }
 
 TEST_F(PlayLoopTest, MapCutShortEndsAfterWhatWasReadWithoutFailure) {
-    play(rec("100", "10", "20", "0") + "200\r\n 77 \r\n");
+    play(rec("100", "10", "20", "0") + QStringList{"200", " 77 "});
     EXPECT_TRUE(trace.contains("300 X= 77 "));
     EXPECT_FALSE(trace.contains("300 Y=1"));
     // The steps after the loop ran, and their "0" went into the table: X and
@@ -141,16 +125,16 @@ TEST_F(PlayLoopTest, MapCutShortEndsAfterWhatWasReadWithoutFailure) {
 // A failure ends the play at once and silently: file 3 closed, the map left
 // open, none of the steps after the loop, what was done stands.
 TEST_F(PlayLoopTest, FailuresEndThePlaySilentlyWithoutTheStepsAfterTheLoop) {
-    const std::tuple<const char*, QString, QStringList> cases[] = {
+    const std::tuple<const char*, QStringList, QStringList> cases[] = {
         // A map that ends right after a "@" line: the loop reads on without a test.
-        {"1", "90@", {}},
+        {"1", {"90@"}, {}},
         {"fast", rec("100", "1", "1", "0"), {}}, // Speed is converted strictly
         {"1", rec("10", "1", "1", "40000") + rec("10", "2", "1", "0"), {"10 X=1"}}};
     for (const auto& [speed, map, moves] : cases) {
         s.velmor.Speed.setText(speed);
         s.files.open(3, dir.filePath("x"), FileMode::Output);
         play(map);
-        EXPECT_EQ(only(" X="), moves) << qPrintable(map);
+        EXPECT_EQ(only(" X="), moves) << qPrintable(map.join(','));
         EXPECT_TRUE(only("Command4_Click").isEmpty());
         EXPECT_FALSE(s.files.isOpen(3));
         EXPECT_TRUE(s.files.isOpen(1));
@@ -218,14 +202,14 @@ TEST_F(PlayLoopTest, NoCursorShowsTheCursorOnlyAroundAScrollChange) {
 
 TEST_F(PlayLoopTest, PageFlagsOnlyExactTrueAndZoomThisScalesScroll) {
     s.adobeF.ZoomThis.setText("80");
-    play(rec("10", "1", "1", "1000", false, false).replace("False\r\nFalse", "TRUE\r\ntrue") +
+    play(QStringList{"10", "1", "1", "1000", "TRUE", "true"} +
          rec("10", "1", "1", "1000", false, true));
     EXPECT_EQ(viewerCalls, (QStringList{"gotoPreviousPage"}));
     EXPECT_TRUE(trace.contains("10 V=1200"));
 }
 
 TEST_F(PlayLoopTest, TildeLinesAndHeaderBetweenRecordsTakeNoTime) {
-    play(rec("100", "1", "1", "0") + "~\r\n120@\r\n" + rec("100", "2", "1", "0"));
+    play(rec("100", "1", "1", "0") + QStringList{"~", "120@"} + rec("100", "2", "1", "0"));
     EXPECT_EQ(only(" X="), (QStringList{"100 X=1", "200 X=2", "3200 X=0"}));
     EXPECT_EQ(s.velmor.ZoomIt.text(), "120");
 }
@@ -240,7 +224,8 @@ TEST_F(PlayLoopTest, SecondWindowFollowsWithItsOwnCorrectionsAndPageAdjustment) 
     s.adobeF2.Picture1.Left.always(
         [&] { w2 << "left=" + numberText(s.adobeF2.Picture1.Left.get()); });
     s.adobeF2.Picture1.Top.always([&] { w2 << "top=" + numberText(s.adobeF2.Picture1.Top.get()); });
-    play(QString(kHeader).replace("#2", "250#2") + rec("10", "1000", "2000", "300", true));
+    play(QStringList(kMapHeader).replaceInStrings("#2", "250#2") +
+         rec("10", "1000", "2000", "300", true));
     // X + XOffset + AdjLeft; Y through the field with the zoom, then without.
     EXPECT_EQ(w2.mid(0, 2), (QStringList{"left=1030", "top=2100"}));
     EXPECT_EQ(s.adobeF2.PageNR.text(), "2");

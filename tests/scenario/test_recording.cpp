@@ -12,6 +12,8 @@
 #include "sheet/navigation.h"
 #include "sheet/sheet_geometry.h"
 #include "sheet/sheet_window.h"
+#include "stage.h"
+#include "test_files.h"
 
 #include <QApplication>
 #include <QDir>
@@ -27,23 +29,15 @@ using namespace mv::test;
 namespace {
 
 // A map in the recorded form, with a second sheet's line read from a file.
-const QStringList kFixture = {"100@",   "0%",     "350#1",  "#2",     "#3",     "#4",    "#5",
-                              "#6",     " 80^",   "2000",   " 1000 ", " 2000 ", "0",     "False",
-                              "False",  "2000",   " 2000 ", " 2000 ", "0",      "False", "False",
-                              "3001",   " 3000 ", " 2000 ", "8000",   "False",  "False", "2000",
-                              " 1000 ", " 4000 ", "0",      "True",   "False",  "2000",  " 2000 ",
-                              " 4000 ", "0",      "False",  "False"};
+const QStringList kFixture =
+    QStringList{"100@", "0%", "350#1", "#2", "#3", "#4", "#5", "#6", " 80^"} +
+    rec("2000", " 1000 ", " 2000 ", "0") + rec("2000", " 2000 ", " 2000 ", "0") +
+    rec("3001", " 3000 ", " 2000 ", "8000") + rec("2000", " 1000 ", " 4000 ", "0", true) +
+    rec("2000", " 2000 ", " 4000 ", "0");
 
-QByteArray crlf(const QStringList& lines) {
-    QByteArray b;
-    for (const QString& l : lines)
-        b += l.toLatin1() + "\r\n";
-    return b;
-}
-
-class RecordingTest : public ::testing::Test {
+class RecordingTest : public ::testing::Test, protected Stage {
   protected:
-    RecordingTest() : player(clock), window(s, nullptr) {
+    RecordingTest() : Stage(100'000, 43200), window(s, nullptr) {
         attachSheetOne(s, player, viewer);
         installNavigation(s);
         installSheetGeometry(s);
@@ -77,20 +71,12 @@ class RecordingTest : public ::testing::Test {
     }
     void button(const char* name) { qobject_cast<QPushButton*>(control(name))->click(); }
     void at(int64_t ms, std::function<void()> fn) { clock.at(t0 + ms, std::move(fn)); }
-    QByteArray map() {
-        QFile f(dir.filePath("Song.map"));
-        return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray("(none)");
-    }
+    QByteArray map() { return readFile(dir.filePath("Song.map")); }
     void writeMap(const QStringList& lines) {
         writeLinesAtomically(dir.filePath("Song.map"), lines);
     }
 
     QTemporaryDir dir;
-    VirtualClock clock{100'000, 43200};
-    FakeMessages messages;
-    Session s{clock, messages};
-    FakePlayer player;
-    FakeViewer viewer;
     SheetWindow window;
     int64_t t0 = 0;
 };
@@ -114,16 +100,14 @@ TEST_F(RecordingTest, ClicksOnTheSheetBecomeTheMapAsTheyCome) {
     at(6100, [&] { click(sheet, {250, 300}); });
     clock.advanceTo(t0 + 2400);
     // The first record is on the disk while the recording goes on.
-    EXPECT_EQ(map(), crlf({"100@", "0%", "#1", "#2", "#3", "#4", "#5", "#6", " 80^", "2340",
-                           " 1700 ", " 1900 ", "0", "False", "False"}));
+    EXPECT_EQ(map(), crlf(kMapHeader + rec("2340", " 1700 ", " 1900 ", "0")));
     clock.advanceTo(t0 + 6500);
     button("Command2");
     EXPECT_FALSE(s.adobeF.Shape1.get() || s.adobeF.Picture1.Visible.get());
     EXPECT_EQ(s.adobeF.Text4.text(), "1885");
-    EXPECT_EQ(map(), crlf({"100@",  "0%",     "#1",     "#2",     "#3",     "#4",   "#5",
-                           "#6",    " 80^",   "2340",   " 1700 ", " 1900 ", "0",    "False",
-                           "False", "1875",   " 3650 ", " 1900 ", "0",      "True", "False",
-                           "1885",  " 3650 ", " 4000 ", "8000",   "False",  "False"}));
+    EXPECT_EQ(map(), crlf(kMapHeader + rec("2340", " 1700 ", " 1900 ", "0") +
+                          rec("1875", " 3650 ", " 1900 ", "0", true) +
+                          rec("1885", " 3650 ", " 4000 ", "8000")));
 }
 
 TEST_F(RecordingTest, RecordRefusesAndTakesNothingWithTheSecondWindow) {
@@ -173,11 +157,10 @@ TEST_F(RecordingTest, AnEditSessionRewritesTheMap) {
                            "TIC Deleted"}));
     EXPECT_FALSE(s.adobeF.Shape2.get());
     EXPECT_EQ(map(),
-              crlf({"350#1#1", "#2",   "#3",    "#4",    "#5",   "#6",    " 80^",  "2000", " 1000 ",
-                    " 2000 ",  "0",    "False", "False", "2000", "2000",  "2000",  "0",    "False",
-                    "False",   "1500", "3000",  "2000",  "8000", "False", "False", "1500", "2910",
-                    "1000",    "8000", "False", "False", "1000", "2010",  "4000",  "0",    "False",
-                    "False",   "1000", "0",     "0",     "0",    "",      ""}));
+              crlf(QStringList{"350#1#1", "#2", "#3", "#4", "#5", "#6", " 80^"} +
+                   rec("2000", " 1000 ", " 2000 ", "0") + rec("2000", "2000", "2000", "0") +
+                   rec("1500", "3000", "2000", "8000") + rec("1500", "2910", "1000", "8000") +
+                   rec("1000", "2010", "4000", "0") + QStringList{"1000", "0", "0", "0", "", ""}));
     // A right press leaves edit mode and the file as they were.
     const QByteArray saved = map();
     press("Command7");
@@ -206,9 +189,8 @@ TEST_F(RecordingTest, AppendWritesAfterTheRowOnShowAndKeepsTheLaterRows) {
     QStringList want = kFixture.mid(2);
     want[0] = "#1";
     want[14] = want[15] = "2000";
-    const QStringList row2 = {"1500", "4400", "2500", "0", "False", "False"};
-    for (int i = 0; i < 6; ++i)
-        want[19 + i] = row2[i];
+    const QStringList row2 = rec("1500", "4400", "2500", "0");
+    std::copy(row2.begin(), row2.end(), want.begin() + 19);
     EXPECT_EQ(splitLines(map()), want);
 }
 

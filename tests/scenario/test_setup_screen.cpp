@@ -9,6 +9,7 @@
 #include "fakes.h"
 #include "sheet/navigation.h"
 #include "sheet/sheet_geometry.h"
+#include "stage.h"
 
 #include <QAction>
 #include <QCheckBox>
@@ -24,9 +25,9 @@ using namespace mv::test;
 
 namespace {
 
-class SetupScreenTest : public ::testing::Test {
+class SetupScreenTest : public ::testing::Test, protected Stage {
   protected:
-    SetupScreenTest() {
+    SetupScreenTest() : Stage(1000, 43200) {
         s.adobeF.AcroPDF1 = &viewer;
         installNavigation(s);
         installSheetGeometry(s);
@@ -36,15 +37,7 @@ class SetupScreenTest : public ::testing::Test {
         w.show();
     }
     QAction* entry(const char* name) { return w.findChild<QAction*>(QString::fromLatin1(name)); }
-    QSize sizeIn(double widthTwips, double heightTwips) {
-        return {px(widthTwips), px(heightTwips)};
-    }
 
-    VirtualClock clock{1000, 43200};
-    FakeMessages messages;
-    Session s{clock, messages};
-    FakePlayer player{clock};
-    FakeViewer viewer;
     MainWindow w{s, player};
 };
 
@@ -90,7 +83,7 @@ TEST_F(SetupScreenTest, SizesOfTheWindowAndTheLargeList) {
     for (const Step& st : steps) {
         SCOPED_TRACE(st.entry);
         entry(st.entry)->trigger();
-        EXPECT_EQ(w.size(), sizeIn(st.width, st.height));
+        EXPECT_EQ(w.size(), QSize(px(st.width), px(st.height)));
         EXPECT_EQ(s.velmor.ZM.text(), st.zoomCaption);
         EXPECT_EQ(entry("ZM")->text(), st.zoomCaption);
         const bool large = st.zoomCaption[0] == '-';

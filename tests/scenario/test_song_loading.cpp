@@ -7,11 +7,12 @@
 #include "cursormap/cursor_fields.h"
 #include "fakes.h"
 #include "sheet/sheet_geometry.h"
+#include "stage.h"
+#include "test_files.h"
 #include "transport/play_start.h"
 #include "transport/song_loading.h"
 
 #include <QDir>
-#include <QFile>
 #include <QListWidget>
 #include <QTemporaryDir>
 #include <QTest>
@@ -32,9 +33,9 @@ TEST(CleanSongName, MixWordAndNumberPrefix) {
 
 namespace {
 
-class SongLoadingTest : public ::testing::Test {
+class SongLoadingTest : public ::testing::Test, protected Stage {
   protected:
-    SongLoadingTest() : player(clock), viewer(&calls) {
+    SongLoadingTest() : Stage(1000, 43200) {
         attachSheetOne(s, player, viewer);
         installSheetGeometry(s);
         installSongLoading(s);
@@ -43,9 +44,7 @@ class SongLoadingTest : public ::testing::Test {
         QDir(dir.path()).mkdir("second");
     }
     void file(const QString& name, const QByteArray& bytes = {}) {
-        QFile f(dir.filePath(name));
-        ASSERT_TRUE(f.open(QIODevice::WriteOnly));
-        f.write(bytes);
+        ASSERT_TRUE(writeFile(dir.filePath(name), bytes));
     }
     void select(const QString& entry, int button = 1) {
         s.velmor.File1List.set({entry});
@@ -53,12 +52,7 @@ class SongLoadingTest : public ::testing::Test {
         s.File1_MouseDown(button, 0, 10, 10);
     }
 
-    VirtualClock clock{1000, 43200};
-    FakeMessages messages;
-    Session s{clock, messages};
-    FakePlayer player;
-    QStringList calls;
-    FakeViewer viewer;
+    QStringList& calls = viewer.calls;
     QTemporaryDir dir;
 };
 
@@ -70,8 +64,8 @@ TEST_F(SongLoadingTest, LeftPressResetsFindsSiblingsAndAppliesTheHeader) {
     s.velmor.Text1.setText(folder);
     file("Vol. 2/Song MIX.mp3");
     file("Vol. 2/SONG.PDF");
-    file("Vol. 2/Song.MAP", "90@\r\n150%\r\n#1\r\n#2\r\n#3\r\n#4\r\n#5\r\n#6\r\n 80^\r\n"
-                            "100\r\n1\r\n1\r\n0\r\nFalse\r\nFalse\r\n");
+    file("Vol. 2/Song.MAP",
+         crlf(QStringList{"90@", "150%"} + kMapHeader.mid(2) + rec("100", "1", "1", "0")));
     s.velmor.VScroll1.set(50); // the volume limit, in percent
     s.g.CursorPlaySwitch = kTrue;
     s.bControl.Command6.setText("Stop Play");

@@ -7,6 +7,7 @@
 #include "cursormap/cursor_fields.h"
 #include "fakes.h"
 #include "sheet/navigation.h"
+#include "stage.h"
 #include "transport/play_start.h"
 #include "transport/stop_pause.h"
 
@@ -19,9 +20,9 @@ using namespace mv::test;
 
 namespace {
 
-class TransportTest : public ::testing::Test {
+class TransportTest : public ::testing::Test, protected Stage {
   protected:
-    explicit TransportTest(double dayStart = 43200.3) : clock(1000, dayStart), player(clock) {}
+    explicit TransportTest(double dayStart = 43200.3) : Stage(1000, dayStart) {}
     void SetUp() override {
         attachSheetOne(s, player, viewer);
         installNavigation(s);
@@ -39,11 +40,6 @@ class TransportTest : public ::testing::Test {
     void press(double x) { s.WindowsMediaPlayer1_MouseDown(1, 0, x, 5); }
 
     QTemporaryDir dir;
-    VirtualClock clock;
-    FakeMessages messages;
-    Session s{clock, messages};
-    FakePlayer player;
-    FakeViewer viewer;
     QStringList sent, counts, moves;
     int64_t t0 = 0;
 };

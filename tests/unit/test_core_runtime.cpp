@@ -7,29 +7,20 @@
 #include "core/file_numbers.h"
 #include "failure_number.h"
 #include "qt_print.h"
+#include "test_files.h"
 
 #include <QDir>
-#include <QFile>
 #include <QTemporaryDir>
 #include <QTimer>
 #include <gtest/gtest.h>
 
 using namespace mv;
-
-namespace {
-QByteArray readAll(const QString& p) {
-    QFile f(p);
-    return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray("<missing>");
-}
-} // namespace
+using namespace mv::test;
 
 TEST(FileTable, LinesEndAtCrLfCrOrLfAndReadingPastTheEndFails) {
     QTemporaryDir dir;
     const QString p = dir.filePath("a.map");
-    QFile f(p);
-    ASSERT_TRUE(f.open(QIODevice::WriteOnly));
-    f.write("one\r\n\r\ntwo\rthree\nlast");
-    f.close();
+    ASSERT_TRUE(writeFile(p, "one\r\n\r\ntwo\rthree\nlast"));
     FileTable t;
     t.open(1, p, FileMode::Input);
     QStringList got;
@@ -66,13 +57,13 @@ TEST(FileTable, OutputReplacesTheFileOnlyWhenClosed) {
     t.open(1, p, FileMode::Output);
     t.writeLine(1, "new");
     t.writeLine(1, "caf\u00e9");
-    EXPECT_EQ(readAll(p), "old\r\n"); // a crash now leaves the old file whole
+    EXPECT_EQ(readFile(p), "old\r\n"); // a crash now leaves the old file whole
     t.close(1);
-    EXPECT_EQ(readAll(p), "new\r\ncaf\xe9\r\n"); // single-byte text, CR LF
+    EXPECT_EQ(readFile(p), "new\r\ncaf\xe9\r\n"); // single-byte text, CR LF
     t.open(2, p, FileMode::Append);
     t.writeLine(2, "more");
     t.close(2);
-    EXPECT_EQ(readAll(p), "new\r\ncaf\xe9\r\nmore\r\n");
+    EXPECT_EQ(readFile(p), "new\r\ncaf\xe9\r\nmore\r\n");
     EXPECT_EQ(QDir(dir.path()).entryList(QDir::Files), QStringList{"Mellivane.ini"});
 }
 

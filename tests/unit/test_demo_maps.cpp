@@ -8,6 +8,7 @@
 #include "core/values.h"
 #include "qt_print.h"
 #include "sheet/page_geometry.h"
+#include "test_files.h"
 
 #include <QDir>
 #include <QFile>
@@ -43,10 +44,8 @@ QMap<QString, QList<Row>> layout() {
 }
 
 QStringList mapLines(const QString& song) {
-    QFile f(demoDir() + "/songs/" + song + ".map");
-    EXPECT_TRUE(f.open(QIODevice::ReadOnly)) << song.toStdString();
-    const QByteArray bytes = f.readAll();
-    EXPECT_TRUE(bytes.endsWith("\r\n"));
+    const QByteArray bytes = mv::test::readFile(demoDir() + "/songs/" + song + ".map");
+    EXPECT_TRUE(bytes.endsWith("\r\n")) << song.toStdString();
     return splitLines(bytes);
 }
 
@@ -59,8 +58,7 @@ TEST(DemoSongs, EachMapFitsTheLayoutOfItsSheet) {
     for (auto it = songs.begin(); it != songs.end(); ++it) {
         SCOPED_TRACE(it.key().toStdString());
         const QStringList lines = mapLines(it.key());
-        ASSERT_EQ(lines.mid(0, 9),
-                  (QStringList{"100@", "0%", "#1", "#2", "#3", "#4", "#5", "#6", " 80^"}));
+        ASSERT_EQ(lines.mid(0, 9), mv::test::kMapHeader);
         ASSERT_EQ(lines.size(), 9 + 6 * it->size());
         double sum = 0;
         bool scrolled = false;

@@ -5,8 +5,9 @@
 #include "core/session_state.h"
 #include "cursormap/map_file.h"
 #include "fakes.h"
+#include "stage.h"
+#include "test_files.h"
 
-#include <QFile>
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
 
@@ -15,39 +16,21 @@ using namespace mv::test;
 
 namespace {
 
-QByteArray crlf(const QStringList& lines) {
-    QByteArray b;
-    for (const QString& l : lines)
-        b += l.toLatin1() + "\r\n";
-    return b;
-}
+const QStringList kRecorded =
+    kMapHeader + rec("2340", " 1650 ", " 2280 ", "0") + rec("1875", " 4110 ", " 2280 ", "0", true);
 
-const QStringList kRecorded = {"100@",  "0%",   "#1",     "#2",     "#3",     "#4",   "#5",
-                               "#6",    " 80^", "2340",   " 1650 ", " 2280 ", "0",    "False",
-                               "False", "1875", " 4110 ", " 2280 ", "0",      "True", "False"};
-
-class MapFileTest : public ::testing::Test {
+class MapFileTest : public ::testing::Test, protected Stage {
   protected:
-    MapFileTest() : player(clock) { s.player = &player; }
-    QString write(const QByteArray& bytes, const QString& name = "song.map") {
-        const QString p = dir.filePath(name);
-        QFile f(p);
-        EXPECT_TRUE(f.open(QIODevice::WriteOnly));
-        f.write(bytes);
+    MapFileTest() { s.player = &player; }
+    QString write(const QByteArray& bytes) {
+        const QString p = dir.filePath("song.map");
+        EXPECT_TRUE(writeFile(p, bytes));
         return p;
-    }
-    QByteArray read(const QString& p) {
-        QFile f(p);
-        return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray("<missing>");
     }
     QStringList row(int i) const {
         return {s.tic.Tic[i], s.tic.X[i], s.tic.Y[i], s.tic.Scr[i], s.tic.Nxt[i], s.tic.Prv[i]};
     }
 
-    VirtualClock clock;
-    FakeMessages messages;
-    Session s{clock, messages};
-    FakePlayer player;
     QTemporaryDir dir;
 };
 
@@ -77,11 +60,11 @@ TEST_F(MapFileTest, EditLoadKeepsCellsAsReadAndTableWriteReproducesTheEditForm) 
     player.setSettingsVolume(80);
     const QString out = dir.filePath("out.map");
     tableWrite(s, out);
-    EXPECT_EQ(read(out), crlf(kRecorded.mid(2)));
+    EXPECT_EQ(readFile(out), crlf(kRecorded.mid(2)));
     s.velmor.ZoomIt.setText("90");
     s.velmor.PDFLeft.setText("-150");
     tableWrite(s, out);
-    EXPECT_EQ(read(out).left(12), QByteArray("90@\r\n-150%\r\n"));
+    EXPECT_EQ(readFile(out).left(12), QByteArray("90@\r\n-150%\r\n"));
 }
 
 TEST_F(MapFileTest, RewrittenHeaderLinesDoubleTheirMarkerAndStillReadRight) {
@@ -98,14 +81,14 @@ TEST_F(MapFileTest, RewrittenHeaderLinesDoubleTheirMarkerAndStillReadRight) {
     EXPECT_EQ(s.adobeF2.VScroll2.get(), 350);
     editLoad(s, p);
     tableWrite(s, p);
-    const QStringList back = splitLines(read(p));
+    const QStringList back = splitLines(readFile(p));
     EXPECT_EQ(back.mid(0, 2), (QStringList{"350#1#1", "#2#2"}));
     EXPECT_EQ(val(back[0]), 350);
     // Read again and written again: one more marker each time.
     headerTake(s, p, {});
     editLoad(s, p);
     tableWrite(s, p);
-    EXPECT_EQ(splitLines(read(p))[0], "350#1#1#1");
+    EXPECT_EQ(splitLines(readFile(p))[0], "350#1#1#1");
 }
 
 TEST_F(MapFileTest, HeaderTakeAppliesZoomLeftAndVolumeAndPassesOverTics) {
@@ -163,24 +146,24 @@ TEST_F(MapFileTest, FiveThousandRowsLoadTheNextOneIsTooLarge) {
     for (auto* c : {&s.tic.X, &s.tic.Y, &s.tic.Scr, &s.tic.Nxt, &s.tic.Prv})
         (*c)[5000] = (*c)[0];
     tableWrite(s, p);
-    EXPECT_EQ(splitLines(read(p)).size(), 7 + 5001 * 6); // "#1".."#6" and "^", then the rows
+    EXPECT_EQ(splitLines(readFile(p)).size(), 7 + 5001 * 6); // "#1".."#6" and "^", then the rows
 }
 
 TEST_F(MapFileTest, EmptyTableWritesAnEmptyFileAndStreamWriteIsTheRecordedForm) {
     const QString p = write("old");
     tableWrite(s, p);
-    EXPECT_EQ(read(p), QByteArray());
+    EXPECT_EQ(readFile(p), QByteArray());
     player.setSettingsVolume(80);
     streamOpen(s, p);
     streamHeader(s);
     streamTic(s, 2340, 1650, 2280, 0, false, false);
     streamTic(s, 1875, 4110, 2280, 0, true, false);
     streamClose(s);
-    EXPECT_EQ(read(p), crlf(kRecorded));
+    EXPECT_EQ(readFile(p), crlf(kRecorded));
     streamOpen(s, p);
     streamTic(s, 12.5, -3.25, 1650.66666, -500, false, true);
     streamClose(s);
-    EXPECT_EQ(read(p), crlf({"12.5", "-3.25 ", " 1650.667 ", "-500", "False", "True"}));
+    EXPECT_EQ(readFile(p), crlf({"12.5", "-3.25 ", " 1650.667 ", "-500", "False", "True"}));
 }
 
 TEST_F(MapFileTest, NoReaderFailsOnGarbage) {

@@ -6,34 +6,39 @@
 #include "core/settings_files.h"
 #include "core/startup.h"
 #include "fakes.h"
+#include "stage.h"
+#include "test_files.h"
 
 #include <QDir>
 #include <QFile>
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
+#include <list>
 
 using namespace mv;
 using namespace mv::test;
 
 namespace {
 
-class SettingsTest : public ::testing::Test {
+class SettingsTest : public ::testing::Test, protected Stage {
   protected:
     SettingsTest() { s.configDir = dir.path(); }
     QStringList lines(const QString& name = "Mellivane.ini") {
-        QFile f(dir.filePath(name));
-        EXPECT_TRUE(f.open(QIODevice::ReadOnly));
-        const QByteArray b = f.readAll();
-        EXPECT_TRUE(b.endsWith("\r\n"));
+        const QByteArray b = readFile(dir.filePath(name));
+        EXPECT_TRUE(b.endsWith("\r\n")) << qPrintable(name);
         return splitLines(b);
+    }
+    // Another start of the program on the same settings folder.
+    Session& restart() {
+        Session& r = restarts.emplace_back(clock, messages);
+        r.configDir = dir.path();
+        return r;
     }
     void write(const QStringList& l, const QString& name = "Mellivane.ini") {
         writeLinesAtomically(dir.filePath(name), l);
     }
     QTemporaryDir dir;
-    VirtualClock clock;
-    FakeMessages messages;
-    Session s{clock, messages};
+    std::list<Session> restarts;
 };
 
 TEST_F(SettingsTest, SaveWritesSixtyLinesInTheirKindsAndReadsBackTheSame) {
@@ -64,8 +69,7 @@ TEST_F(SettingsTest, SaveWritesSixtyLinesInTheirKindsAndReadsBackTheSame) {
     EXPECT_EQ(l.mid(29, 8),
               (QStringList{"False", "False", "False", "True", "False", "False", "False", "False"}));
 
-    Session back(clock, messages);
-    back.configDir = dir.path();
+    Session& back = restart();
     back.adobeF.Top = 9000;
     double placedTop = -1; // where the window's top went when its line was read
     back.placeSheet1Top = [&] { placedTop = back.adobeF.Top; };
@@ -138,8 +142,7 @@ TEST_F(SettingsTest, SecondSheetPlaceFileRoundTripAndShortFiles) {
     writeAdobeF2(s);
     EXPECT_EQ(lines("AdobeF2.ini"), (QStringList{" 120", "-45", "300", " 0 ", " 4500 ", "15"}));
 
-    Session back(clock, messages);
-    back.configDir = dir.path();
+    Session& back = restart();
     ASSERT_TRUE(readAdobeF2(back));
     EXPECT_EQ(back.adobeF2.ScrollOffset.text(), " 120");
     EXPECT_EQ(back.adobeF2.PDFOffset.text(), "15");
@@ -185,8 +188,7 @@ TEST_F(SettingsTest, StartUpStepsFollowTheLengthOfTheFileAndTheViewerStep) {
     l.resize(60);
     l[39] = "7";
     write(l);
-    Session t(clock, messages);
-    t.configDir = dir.path();
+    Session& t = restart();
     startUp(t, h, {});
     EXPECT_EQ(adjusted, 1);
     EXPECT_EQ(activated, QStringList{"NWCViewer"});
@@ -200,7 +202,7 @@ TEST_F(SettingsTest, FirstRunStartsOnTheDemoAndShutDownLeavesAFileTheNextStartRe
     QTemporaryDir demo;
     QDir(demo.path()).mkpath("songs");
     QDir(demo.path()).mkpath("songs-2");
-    QFile::copy(__FILE__, demo.filePath("songs/Tune.pdf"));
+    ASSERT_TRUE(writeFile(demo.filePath("songs/Tune.pdf"), "a song"));
     int shown = 0;
     StartupHooks h;
     h.showMainWindow = [&] { ++shown; };
@@ -217,8 +219,7 @@ TEST_F(SettingsTest, FirstRunStartsOnTheDemoAndShutDownLeavesAFileTheNextStartRe
     EXPECT_EQ(lines().size(), 60);
     EXPECT_EQ(lines("PlayedList.txt"), QStringList{"/a/x.mp3,/a/y.mp3,"});
 
-    Session again(clock, messages);
-    again.configDir = dir.path();
+    Session& again = restart();
     startUp(again, h, demo.path());
     EXPECT_EQ(again.velmor.FadeT.text(), "5");
     EXPECT_EQ(again.velmor.PlayedList, "/a/x.mp3,/a/y.mp3,");
@@ -269,8 +270,7 @@ TEST_F(SettingsTest, FilesThatCameBackWrongComeBackAsSaved) {
         for (const auto& [line, text] : c.edits)
             l[line - 1] = text;
         write(l);
-        Session r(clock, messages);
-        r.configDir = dir.path();
+        Session& r = restart();
         StartupHooks h;
         startUp(r, h, {});
         c.check(r);

@@ -4,9 +4,10 @@
 #include "core/session_state.h"
 #include "fakes.h"
 #include "library/song_list.h"
+#include "stage.h"
+#include "test_files.h"
 
 #include <QDir>
-#include <QFile>
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
 
@@ -14,22 +15,14 @@ using namespace mv;
 using namespace mv::test;
 
 namespace {
-void touch(const QTemporaryDir& d, const QString& n) {
-    QFile f(d.filePath(n));
-    f.open(QIODevice::WriteOnly);
-}
-struct SongListTest : ::testing::Test {
-    VirtualClock clock;
-    FakeMessages m;
-    Session s{clock, m};
-};
+struct SongListTest : ::testing::Test, Stage {};
 } // namespace
 
 TEST(SongList, PatternWithoutCaseAndCaseInsensitiveOrderWithZAtTheEnd) {
     QTemporaryDir d;
     for (const char* n :
          {"b.pdf", "A.PDF", "Zebra.pdf", "c.mp3", "02 Song.pdf", "zeta.PDF", "a.map", ".b.pdf"})
-        touch(d, n);
+        writeFile(d.filePath(n));
     QDir(d.path()).mkdir("folder.pdf"); // folders and hidden files are no songs
     EXPECT_EQ(listSongs(d.path(), "*.PDF"),
               (QStringList{"02 Song.pdf", "A.PDF", "b.pdf", "Zebra.pdf", "zeta.PDF"}));
@@ -40,7 +33,7 @@ TEST(SongList, PatternWithoutCaseAndCaseInsensitiveOrderWithZAtTheEnd) {
 
 TEST_F(SongListTest, SetPathRefusesBadPatternsAndFoldersAndKeepsTheList) {
     QTemporaryDir d;
-    touch(d, "one.mp3");
+    writeFile(d.filePath("one.mp3"));
     s.velmor.Text1.setText(d.path());
     s.velmor.Text2.setText("*.MP3");
     SetPath(s);
@@ -50,7 +43,7 @@ TEST_F(SongListTest, SetPathRefusesBadPatternsAndFoldersAndKeepsTheList) {
     s.velmor.Text2.setText("*.mp3");
     s.velmor.Text1.setText("C:\\NWC"); // a Windows path simply does not exist here
     SetPath(s);
-    EXPECT_EQ(m.shown, (QStringList{"Type is invalid", "Path is invalid"}));
+    EXPECT_EQ(messages.shown, (QStringList{"Type is invalid", "Path is invalid"}));
     EXPECT_EQ(s.velmor.File1List.get(), QStringList{"one.mp3"});
 }
 

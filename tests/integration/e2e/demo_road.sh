@@ -3,13 +3,9 @@
 # on a song loads its sheet and map, Play counts off and moves the cursor by
 # the map while the music runs (null audio output), a click on the player's
 # stop area ends the play.  Usage: demo_road.sh <mellivane binary> [shots dir]
-set -euo pipefail
-bin=$1
-shots=${2:-$(mktemp -d)}
+source "$(dirname "$0")/lib.sh"
+shots=${2:-$work/shots}
 mkdir -p "$shots"
-work=$(mktemp -d)
-trap 'rm -rf "$work"' EXIT
-[ -n "${KEEP_WORK:-}" ] && trap - EXIT && echo "work: $work"
 cat > "$work/script.txt" <<SCRIPT
 wait 300
 type Velmor.FadeT 5
@@ -38,9 +34,7 @@ checkvisible AdobeF.Picture1 no
 check AdobeF.Text1 0
 quit
 SCRIPT
-run() { xvfb-run -a -s "-screen 0 1600x1400x24" "$bin" --audio null --config-dir "$work/config" \
-  --script "$1" 2> >(grep -v XDG_RUNTIME_DIR >&2); }
-run "$work/script.txt"
+xrun "$work/config" "$work/script.txt"
 test -s "$shots/playing.png"
 # The settings went to the 60 lines of Mellivane.ini, CR LF; the next start
 # brings them back and lists the demo songs again.
@@ -55,5 +49,5 @@ wait 1000
 checkvisible AdobeF.Shape3 yes
 quit
 SCRIPT
-run "$work/again.txt"
+xrun "$work/config" "$work/again.txt"
 echo "e2e demo road: passed"

@@ -4,12 +4,9 @@
 # other, both inside the screen; a start with a place file made on Windows
 # puts the sheet window where the file says.
 #   Usage: first_start.sh <mellivane binary> [shots dir]
-set -euo pipefail
-bin=$1
-shots=${2:-$(mktemp -d)}
+source "$(dirname "$0")/lib.sh"
+shots=${2:-$work/shots}
 mkdir -p "$shots"
-work=$(mktemp -d)
-trap 'rm -rf "$work"' EXIT
 
 # Runs the program on a screen W x H with openbox, a screenshot after 2.5 s;
 # prints "x y width height" of the main window and of the sheet window.

@@ -6,12 +6,8 @@
 # and turns), Record again.  The map's tics must follow the beats and its
 # places the notes.  Playback: halfway through each measure the cursor
 # stands on it.  Usage: record_demo.sh <mellivane binary>
-set -euo pipefail
-bin=$1
+source "$(dirname "$0")/lib.sh"
 root=$(cd "$(dirname "$0")/../../.." && pwd)
-work=$(mktemp -d /tmp/record-demo-XXXXXX)
-trap 'rm -rf "$work"' EXIT
-[ -n "${KEEP_WORK:-}" ] && trap - EXIT && echo "work: $work"
 song=Greensleeves
 last=22
 tol=30 # ms a tic may stray from its beat
@@ -34,10 +30,7 @@ awk -F'\t' -v song="$song" -v last=$last '
 ' "$work/demo.txt" "$root/demo/layout.tsv" > "$work/plan.txt"
 test "$(wc -l < "$work/plan.txt")" -eq $last
 
-run() {
-  xvfb-run -a -s "-screen 0 1600x1400x24" "$bin" --audio null --songs "$work/songs" \
-    --config-dir "$work/config" --script "$1" 2> >(grep -v XDG_RUNTIME_DIR >&2)
-}
+run() { xrun "$work/config" "$1" --songs "$work/songs"; }
 start="wait 300
 select Velmor.File1 $song.pdf
 wait 1500"

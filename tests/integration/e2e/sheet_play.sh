@@ -2,10 +2,7 @@
 # The real binary under Xvfb, driven by an action script: readout fields move
 # the cursor, a map plays with its scroll and page flags, the readouts return
 # to 0 after it.  Usage: sheet_play.sh <mellivane binary>
-set -euo pipefail
-bin=$1
-work=$(mktemp -d)
-trap 'rm -rf "$work"' EXIT
+source "$(dirname "$0")/lib.sh"
 printf '%s\r\n' 200 1500 3000 0 False False 300 3000 4500 8000 False False \
   300 4500 4500 0 True False > "$work/song.map"
 cat > "$work/script.txt" <<SCRIPT
@@ -30,6 +27,6 @@ check AdobeF.Text4 0
 checkvisible AdobeF.Picture1 no
 quit
 SCRIPT
-xvfb-run -a -s "-screen 0 1600x1400x24" "$bin" --audio null --config-dir "$work/config" --script "$work/script.txt"
+xrun "$work/config" "$work/script.txt"
 test -s "$work/play.png"
 echo "e2e sheet play: passed"

@@ -5,12 +5,9 @@
 # Client Delay and moves its cursor by its own map; the server's stop ends the
 # client's play, its Next PG turns the client's page, and its Disconnect ends
 # the client's session with "&END/".  Usage: sync_two_programs.sh <mellivane binary>
-set -euo pipefail
-bin=$1
+source "$(dirname "$0")/lib.sh"
 demo="$(cd "$(dirname "$0")/../../../demo" && pwd)/songs"
-work=$(mktemp -d "${TMPDIR:-/tmp}/mellivane-syncXXXXXX") # no dot: a dot ends a song's base name
-trap 'kill $(jobs -p) 2>/dev/null || true; rm -rf "$work"' EXIT
-[ -n "${KEEP_WORK:-}" ] && trap - EXIT && echo "work: $work"
+[ -n "${KEEP_WORK:-}" ] || trap 'kill $(jobs -p) 2>/dev/null || true; rm -rf "$work"' EXIT
 cp -r "$demo" "$work/server-songs"
 cp -r "$demo" "$work/client-songs"
 
@@ -20,9 +17,9 @@ port=$((20000 + RANDOM % 20000))
 while listening $port; do port=$((port + 1)); done
 
 run() { # <name> <script> [options]
-  local name=$1 script=$2; shift 2
-  xvfb-run -a -s "-screen 0 1600x1400x24" "$bin" --audio null --config-dir "$work/$name" \
-    --script "$script" "$@" > "$work/$name.out" 2> >(grep -v XDG_RUNTIME_DIR > "$work/$name.err")
+  local name=$1 script=$2
+  shift 2
+  xrun "$work/$name" "$script" "$@" > "$work/$name.out" 2> "$work/$name.err"
 }
 
 # The server's settings: its port and "I Am A Server"; it listens from its next start.
