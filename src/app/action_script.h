@@ -24,8 +24,14 @@
 //   menu W.NAME                    choose the menu entry with that object name
 //   type W.C text...               focus, select all, type the text
 //   select W.C entry text          press on the list entry with that text
-//   key W.C KeyName                a key press on the control (Space, N, Slash, ...)
+//   key W.C KeyName [repeat]       a key press on the control (Space, N, Slash,
+//                                  PageDown, ...); `repeat`: an auto-repeat
+//   keyfocus W KeyName [repeat]    the same to the widget of W that has the focus
+//                                  (Tab, Shift+Tab move the focus)
+//   checkfocus W.C                 the control has its window's focus
+//   checkscreen W index            the window stands on screen `index`
 //   show W / hide W                show or hide a window
+//   activate W                     bring the window to the front, with the keyboard
 //   wait ms                        let the program run for ms
 //   mark                           the origin of waituntil is now
 //   waituntil ms                   let the program run until ms after the last

@@ -49,6 +49,8 @@ ButtonPanel::ButtonPanel(Session& s, QWidget* parent) : QWidget(parent), s_(s) {
     subs_.push_back(b.Top.subscribe(place));
     layOut();
     place();
+    // The foot switch's rest: its two keys reach Command4 and Command5 from here.
+    button(QStringLiteral("Command17"))->setFocus(Qt::OtherFocusReason);
     subs_.push_back(bindVisible(b.Visible, this));
     installPedalKeys(s, this);
 }

@@ -14,3 +14,6 @@ set_tests_properties(e2e_first_start PROPERTIES LABELS integration TIMEOUT 90 RU
 add_test(NAME e2e_sync_two_programs
          COMMAND ${CMAKE_CURRENT_LIST_DIR}/e2e/sync_two_programs.sh $<TARGET_FILE:mellivane>)
 set_tests_properties(e2e_sync_two_programs PROPERTIES LABELS integration TIMEOUT 150 RUN_SERIAL TRUE)
+add_test(NAME e2e_two_screens
+         COMMAND ${CMAKE_CURRENT_LIST_DIR}/e2e/two_screens.sh $<TARGET_FILE:mellivane>)
+set_tests_properties(e2e_two_screens PROPERTIES LABELS integration TIMEOUT 120 RUN_SERIAL TRUE)
