@@ -209,11 +209,6 @@ void SheetTwoWindow::moveEvent(QMoveEvent* e) {
         s_.adobeF2.Left = x() * 15.0;
         s_.adobeF2.Top = y() * 15.0;
     }
-    // Dragged onto another monitor of the same desktop: that one is the
-    // user's choice now.
-    if (QScreen* sc = screen();
-        sc && isVisible() && refOf(sc) != remembered_ && !QGuiApplication::screens().isEmpty())
-        remembered_ = refOf(sc);
     QWidget::moveEvent(e);
 }
 
@@ -239,6 +234,14 @@ void SheetTwoWindow::placeOnScreen() {
     if (remembered_.name.isEmpty()) remembered_ = refOf(target);
     setScreen(target);
     fitIntoScreen(target);
+    create();
+    // Dragged onto another monitor of the same desktop: that one is the
+    // user's choice now; a move the system made when a screen went away is
+    // not.
+    connect(windowHandle(), &QWindow::screenChanged, this, [this](QScreen* sc) {
+        if (systemMove_ || !sc) return;
+        remembered_ = refOf(sc);
+    });
 }
 
 void SheetTwoWindow::moveToScreen(int index) {
@@ -261,13 +264,13 @@ void SheetTwoWindow::screenRemoved(QScreen* sc) {
     // on, and keep remembering the one the user chose.
     QScreen* primary = QGuiApplication::primaryScreen();
     if (!primary || primary == sc) return;
-    const ScreenRef keep = remembered_;
+    systemMove_ = true;
     const bool shown = isVisible();
     if (shown) hide();
     setScreen(primary);
     fitIntoScreen(primary);
     if (shown) show();
-    remembered_ = keep;
+    systemMove_ = false;
 }
 
 void SheetTwoWindow::screenAdded(QScreen* sc) {

@@ -72,7 +72,8 @@ class SheetTwoWindow : public QWidget {
     QList<QWidget*> strip_; // the strip's widgets and their offsets from the anchor
     std::vector<std::pair<double, double>> stripPlace_;
     std::vector<Subscription> subs_;
-    ScreenRef remembered_; // the screen the user put the window on
+    ScreenRef remembered_;    // the screen the user put the window on
+    bool systemMove_ = false; // the window follows a screen that went away
 };
 
 } // namespace mv
