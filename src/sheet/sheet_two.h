@@ -8,8 +8,10 @@
 //
 // When the second PDF has fewer pages than the first, its viewer stays on
 // its last page while PageNR goes on counting (the viewer is never read
-// back); the two agree again as soon as window 1 comes back within the
-// second PDF's pages, because every turn goes both ways.
+// back, and PageNR keeps the per-page shifts in step with window 1).  A turn
+// back then turns its viewer back at once, so it stays behind by the pages
+// it could not follow until it reaches its first page; song loading and the
+// start of a play put both windows on page 1 again.
 
 #include <QList>
 #include <QString>

@@ -50,8 +50,12 @@ wait 400
 check AdobeF.AcroPDF1 3
 check AdobeF2.PageNR 3
 check AdobeF2.AcroPDF1 2
+# turning back, it turns back from its last page
 key AdobeF Up
 wait 400
+check AdobeF.AcroPDF1 2
+check AdobeF2.PageNR 2
+check AdobeF2.AcroPDF1 1
 key AdobeF PageUp
 wait 400
 check AdobeF.AcroPDF1 1
