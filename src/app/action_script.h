@@ -2,7 +2,8 @@
 // Runs a plain-text script of user actions on named controls, for
 // end-to-end tests of the real binary.  Controls are addressed as
 // Window.Control (AdobeF.Command15, Velmor.File1) or Window alone (AdobeF,
-// the window's own surface); the window is found by name in the registry
+// the window's own surface; AdobeF2, BControl, and Form1 for the touch
+// overlay over sheet window 1); the window is found by name in the registry
 // (created on first use, as any reference does), the control by its object
 // name.  Every action is delivered as the user's
 // input events would be (mouse presses, key presses), so it reaches the same

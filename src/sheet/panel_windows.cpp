@@ -136,8 +136,10 @@ void OverlayWidget::raiseOver() {
     if (QWidget* cursor =
             sheet->findChild<QWidget*>(QStringLiteral("Picture1"), Qt::FindDirectChildrenOnly))
         cursor->raise(); // the cursor stays in sight above it
-    sheet->activateWindow();
-    setFocus(Qt::OtherFocusReason);
+    // Each pass of a play raises it: ask the window system only when the
+    // focus is elsewhere.
+    if (!sheet->isActiveWindow()) sheet->activateWindow();
+    if (!hasFocus()) setFocus(Qt::OtherFocusReason);
 }
 
 void OverlayWidget::press(QPointF at) {
