@@ -252,6 +252,16 @@ TEST_F(SheetViewsTest, PanelLayoutsExcludeEachOtherAndFollowTheSheet) {
     EXPECT_EQ(s.bControl.Top.get(), s.adobeF.Top + s.adobeF.Height);
     s.velmor.ShowB.set(0);
     EXPECT_FALSE(w("BControl")->isVisible());
+    // The sheet window's opening brings the row of buttons and the overlay
+    // over its whole height.
+    s.velmor.ShowB.set(1);
+    s.bControl.Visible.set(false);
+    s.adobeF.Visible.set(false);
+    s.adobeF.Visible.set(true);
+    EXPECT_TRUE(s.bControl.Visible.get());
+    EXPECT_TRUE(s.form1.Visible.get());
+    EXPECT_EQ(s.form1.Top, s.adobeF.Top);
+    EXPECT_EQ(s.form1.Height, s.adobeF.Height);
 }
 
 TEST_F(SheetViewsTest, FootSwitchTurnsOnTheFocusAndRestsOnDispList) {
