@@ -1,5 +1,5 @@
 add_executable(page_turn ${CMAKE_CURRENT_LIST_DIR}/page_turn.cpp)
-target_link_libraries(page_turn PRIVATE mv_pdf mv_pdf_gen)
+target_link_libraries(page_turn PRIVATE mv_pdf mv_pdf_gen mv_sheet mv_test_support)
 target_compile_definitions(page_turn PRIVATE MELLIVANE_SOURCE_DIR="${PROJECT_SOURCE_DIR}")
 add_executable(song_load ${CMAKE_CURRENT_LIST_DIR}/song_load.cpp)
 target_link_libraries(song_load PRIVATE mv_song_loading mv_sheet mv_pdf mv_pdf_gen mv_test_support)

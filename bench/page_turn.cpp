@@ -1,13 +1,26 @@
 // How fast a page turn shows: a 20-page PDF in a viewer of the sheet
 // window's built-in size, 200 turns at random moments, from the call to the
-// new page's pixels being painted.  Also the render time of one page at zoom
-// 100 and the memory with a 40-page PDF after visiting every page.
+// new page's pixels being painted.  The same from a press on the touch
+// overlay's side zones and from a pedal's Page Down / Page Up key on the real
+// sheet window.  Also the render time of one page at zoom 100 and the memory
+// with a 40-page PDF after visiting every page.
 
 #include "bench_util.h"
+#include "core/clock.h"
+#include "core/session_state.h"
+#include "core/window_registry.h"
+#include "cursormap/cursor_fields.h"
+#include "fakes.h"
 #include "pdf_gen.h"
+#include "sheet/navigation.h"
+#include "sheet/panels.h"
 #include "sheet/qtpdf_viewer.h"
+#include "sheet/sheet_views_install.h"
+#include "sheet/sheet_window.h"
 
 #include <QApplication>
+#include <QKeyEvent>
+#include <QMouseEvent>
 #include <QPdfDocument>
 #include <QTemporaryDir>
 #include <cstdio>
@@ -68,8 +81,74 @@ int main(int argc, char** argv) {
         bench::runUntil([&] { return painted == p + 1; }, 5000);
     }
     bench::runFor(300);
+    // The real sheet window over its own viewer, with the overlay raised.
+    mv::SystemClock clock;
+    mv::test::FakeMessages messages;
+    mv::Session s(clock, messages);
+    mv::WindowRegistry windows;
+    auto* sheetViewer = new mv::QtPdfViewer;
+    s.adobeF.AcroPDF1 = sheetViewer;
+    mv::installReadoutFields(s);
+    mv::installNavigation(s);
+    windows.define("AdobeF", [&] { return new mv::SheetWindow(s, sheetViewer); });
+    mv::installSheetViews(s, windows, {});
+    QWidget* sheet = windows.get("AdobeF");
+    sheet->resize(16505 / 15, 1000);
+    sheet->show();
+    s.adobeF.Visible.set(true);
+    int sheetPainted = 0;
+    QObject::connect(sheetViewer, &mv::QtPdfViewer::pagePainted, [&](int p) { sheetPainted = p; });
+    sheetViewer->LoadFile(pdf20);
+    bench::runUntil([&] { return sheetPainted == 1; }, 5000);
+    mv::raiseOverlay(s, false);
+    QWidget* overlay = windows.get("Form1");
+    // One turn: `act` forward or back, timed to the new page painted.
+    auto timedTurn = [&](const std::function<void(bool)>& act, std::vector<double>& out) {
+        const int page = sheetViewer->currentPage();
+        const bool forward = page == 1 || (page < 20 && rng() % 3 != 0);
+        QElapsedTimer t;
+        t.start();
+        sheetPainted = 0;
+        act(forward);
+        const int want = page + (forward ? 1 : -1);
+        bench::runUntil([&] { return sheetPainted == want; }, 5000);
+        out.push_back(t.nsecsElapsed() / 1e6);
+    };
+    std::vector<double> overlayTurns, pedalTurns;
+    for (int i = 0; i < 100; ++i) {
+        bench::runFor(int(rng() % 120));
+        timedTurn(
+            [&](bool forward) {
+                const QPointF at(forward ? overlay->width() * 0.75 : overlay->width() * 0.25,
+                                 overlay->height() * 0.6);
+                const QPointF global = overlay->mapToGlobal(at);
+                QMouseEvent down(QEvent::MouseButtonPress, at, global, Qt::LeftButton,
+                                 Qt::LeftButton, Qt::NoModifier);
+                QApplication::sendEvent(overlay, &down);
+                QMouseEvent up(QEvent::MouseButtonRelease, at, global, Qt::LeftButton, Qt::NoButton,
+                               Qt::NoModifier);
+                QApplication::sendEvent(overlay, &up);
+            },
+            overlayTurns);
+    }
+    for (int i = 0; i < 60; ++i) {
+        bench::runFor(300 + int(rng() % 60)); // a pedal's presses: past the bounce time
+        timedTurn(
+            [&](bool forward) {
+                QKeyEvent key(QEvent::KeyPress, forward ? Qt::Key_PageDown : Qt::Key_PageUp,
+                              Qt::NoModifier);
+                QApplication::sendEvent(sheet, &key);
+            },
+            pedalTurns);
+    }
+    windows.unload("Form1");
+    windows.unload("AdobeF");
     std::printf("turn_p50_ms: %.2f ms\n", bench::percentile(turns, 0.5));
     std::printf("turn_p99_ms: %.2f ms\n", bench::percentile(turns, 0.99));
+    std::printf("overlay_turn_p50_ms: %.2f ms\n", bench::percentile(overlayTurns, 0.5));
+    std::printf("overlay_turn_p99_ms: %.2f ms\n", bench::percentile(overlayTurns, 0.99));
+    std::printf("pedal_turn_p50_ms: %.2f ms\n", bench::percentile(pedalTurns, 0.5));
+    std::printf("pedal_turn_p99_ms: %.2f ms\n", bench::percentile(pedalTurns, 0.99));
     std::printf("render_page_ms: %.2f ms\n", bench::percentile(renders, 0.5));
     std::printf("rss_mb: %.1f MB\n", bench::rssMb());
     std::printf("cached_pages: %d count\n", v.cachedPages());

@@ -19,6 +19,7 @@
 #include <QScreen>
 #include <QTextStream>
 #include <QTimer>
+#include <QWindow>
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
@@ -134,6 +135,25 @@ bool numbers(const QStringList& a, int from, std::initializer_list<int*> out) {
         if (!ok) return false;
     }
     return true;
+}
+
+// A key named as QKeySequence names it ("PageDown", "Tab", "Shift+Tab", "N").
+struct QSeqKey {
+    int key = 0;
+    Qt::KeyboardModifiers mods;
+    QString text;
+};
+
+QSeqKey keyOf(QString name) {
+    if (name == u"PageDown" || name == u"PageUp") name.replace(QStringLiteral("Page"), "Pg");
+    const QKeySequence seq(name);
+    QSeqKey k;
+    if (seq.isEmpty()) return k;
+    k.key = seq[0].key();
+    k.mods = seq[0].keyboardModifiers();
+    if (k.key == Qt::Key_Tab && (k.mods & Qt::ShiftModifier)) k.key = Qt::Key_Backtab;
+    if (name.size() == 1) k.text = name.toLower();
+    return k;
 }
 
 QString textOf(QWidget* w) {
@@ -310,6 +330,9 @@ void ActionScript::runLine(const QString& line) {
     }
     if (verb == u"show") {
         w->show();
+    } else if (verb == u"activate") {
+        w->window()->raise();
+        w->window()->activateWindow();
     } else if (verb == u"hide") {
         w->hide();
     } else if (verb == u"click" || verb == u"press" || verb == u"release" || verb == u"move" ||
@@ -332,14 +355,28 @@ void ActionScript::runLine(const QString& line) {
         const Qt::MouseButton b = verb == u"select" ? Qt::LeftButton : Qt::RightButton;
         sendMouse(list->viewport(), QEvent::MouseButtonPress, b, p);
         sendMouse(list->viewport(), QEvent::MouseButtonRelease, b, p);
-    } else if (verb == u"key") {
-        const QKeySequence seq(a.value(2));
-        const int key = seq.isEmpty() ? 0 : seq[0].key();
-        QKeyEvent press(QEvent::KeyPress, key, Qt::NoModifier,
-                        a.value(2).size() == 1 ? a.value(2).toLower() : QString());
-        QApplication::sendEvent(w, &press);
-        QKeyEvent release(QEvent::KeyRelease, key, Qt::NoModifier);
-        QApplication::sendEvent(w, &release);
+    } else if (verb == u"key" || verb == u"keyfocus") {
+        // keyfocus: the key goes where the keyboard's keys go, the widget of
+        // the window that has the focus (Tab and Backtab move it).
+        QWidget* to = verb == u"key" ? w : w->window()->focusWidget();
+        if (!to) to = w;
+        const QSeqKey k = keyOf(a.value(2));
+        const bool repeat = a.value(3) == u"repeat";
+        QKeyEvent press(QEvent::KeyPress, k.key, k.mods, k.text, repeat);
+        QApplication::sendEvent(to, &press);
+        QKeyEvent release(QEvent::KeyRelease, k.key, k.mods, k.text, repeat);
+        QApplication::sendEvent(to, &release);
+    } else if (verb == u"checkfocus") {
+        if (w->window()->focusWidget() != w)
+            fail(a[1] + " has no focus (" +
+                 (w->window()->focusWidget() ? w->window()->focusWidget()->objectName()
+                                             : QStringLiteral("none")) +
+                 " has)");
+    } else if (verb == u"checkscreen") {
+        const QScreen* sc = w->window()->windowHandle() ? w->window()->windowHandle()->screen()
+                                                        : w->window()->screen();
+        const int at = int(QGuiApplication::screens().indexOf(const_cast<QScreen*>(sc)));
+        if (at != a.value(2).toInt()) fail(QStringLiteral("%1 on screen %2").arg(a[1]).arg(at));
     } else if (verb == u"checkgeom") {
         const QPoint p = w->pos();
         if (p.x() != a.value(2).toInt() || p.y() != a.value(3).toInt())

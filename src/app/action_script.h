@@ -2,7 +2,8 @@
 // Runs a plain-text script of user actions on named controls, for
 // end-to-end tests of the real binary.  Controls are addressed as
 // Window.Control (AdobeF.Command15, Velmor.File1) or Window alone (AdobeF,
-// the window's own surface); the window is found by name in the registry
+// the window's own surface; AdobeF2, BControl, and Form1 for the touch
+// overlay over sheet window 1); the window is found by name in the registry
 // (created on first use, as any reference does), the control by its object
 // name.  Every action is delivered as the user's
 // input events would be (mouse presses, key presses), so it reaches the same
@@ -27,8 +28,14 @@
 //   selectright W.C entry text     the same with the right button
 //   answer yes|no                  the next question's answer (else Yes)
 //   input text... / cancel         the next input box's answer (else cancelled)
-//   key W.C KeyName                a key press on the control (Space, N, Slash, ...)
+//   key W.C KeyName [repeat]       a key press on the control (Space, N, Slash,
+//                                  PageDown, ...); `repeat`: an auto-repeat
+//   keyfocus W KeyName [repeat]    the same to the widget of W that has the focus
+//                                  (Tab, Shift+Tab move the focus)
+//   checkfocus W.C                 the control has its window's focus
+//   checkscreen W index            the window stands on screen `index`
 //   show W / hide W                show or hide a window
+//   activate W                     bring the window to the front, with the keyboard
 //   wait ms                        let the program run for ms
 //   mark                           the origin of waituntil is now
 //   waituntil ms                   let the program run until ms after the last

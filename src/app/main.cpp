@@ -23,6 +23,7 @@
 #include "sheet/navigation.h"
 #include "sheet/qtpdf_viewer.h"
 #include "sheet/sheet_geometry.h"
+#include "sheet/sheet_views_install.h"
 #include "sheet/sheet_window.h"
 #include "sync/network.h"
 #include "sync/qt_socket.h"
@@ -153,6 +154,13 @@ int main(int argc, char** argv) {
         w->placeOnScreen(readAdobeFx(s));
         return w;
     });
+    installSheetViews(s, windows,
+                      {[](PdfViewer*& viewer) {
+                           auto* w = new QtPdfViewer;
+                           viewer = w;
+                           return static_cast<QWidget*>(w);
+                       },
+                       [&s] { BControl_Command1_Click(s); }, [&s] { BControl_Command6_Click(s); }});
     auto* main = windows.get<MainWindow>(QStringLiteral("Velmor"));
     s.focusMainWindow = [main] { main->activateWindow(); };
     s.minimizeMainWindow = [main] { main->showMinimized(); };

@@ -57,6 +57,10 @@ struct Globals {
     int16_t ClientCount = 0;
     Flag OverlayArmed = 0;
     double OverlayTicks = 0;
+    // The page-turn pedal's last key and its moment (tick clock): a second
+    // press of the same key within 300 ms is the pedal bouncing.
+    int LastPedalKey = 0;
+    int64_t LastPedalTick = 0;
 };
 
 // The main window "Media Player" (Velmor): its members and setup controls,
@@ -251,12 +255,21 @@ struct SheetTwoState {
     Field Text11{QStringLiteral("4")};
     Prop<bool> Text11Visible{false};
     PdfViewer* AcroPDF1 = nullptr;
+    // The layers, in twips: the window's width, the strip's anchor (the left
+    // of VScroll1), the carrier Picture3 and the viewer's place inside it.
+    Prop<double> Width{16620};
+    Prop<double> VScroll1Left{14340};
+    Prop<double> Picture3Width{14310}, Picture3Height{10335};
+    Prop<double> AcroPDF1Left{0}, AcroPDF1Top{0}, AcroPDF1Width{14760}, AcroPDF1Height{9075};
 };
 
 // The floating button panel (BControl): the captions other windows set.
 struct BControlState {
     Field Command1{QStringLiteral("Manual Play")};
     Field Command6{QStringLiteral("Cursor Play")};
+    Prop<bool> Visible{false};
+    Prop<bool> Vertical{false};   // the column layout of ShowVB, else the row of ShowB
+    Prop<double> Left{0}, Top{0}; // the panel's place on the screen, twips
 };
 
 // The play list window (PlayLst): shown or not, and its entries.

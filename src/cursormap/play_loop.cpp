@@ -51,8 +51,14 @@ class Loop {
 
     void raiseOverlay() {
         if (v_.ShowB.get() != 1 && v_.ShowVB.get() != 1) return;
-        s_.form1.Visible.set(true);
-        s_.form1.Raised.set(s_.form1.Raised.get() + 1);
+        OverlayState& o = s_.form1;
+        o.Visible.set(true);
+        // Over the whole sheet window, as wide as its viewer.
+        o.Left = f_.Left;
+        o.Top = f_.Top;
+        o.Width = f_.VScroll1Left.get() - 50;
+        o.Height = f_.Height;
+        o.Raised.set(o.Raised.get() + 1);
     }
 
     Pass pass() {

@@ -5,7 +5,9 @@
 #include "core/settings_files.h"
 #include "sheet/navigation.h"
 #include "sheet/pdf_viewer.h"
+#include "sheet/pedal_keys.h"
 #include "sheet/sheet_geometry.h"
+#include "sheet/sheet_widgets.h"
 
 #include <QCheckBox>
 #include <QCloseEvent>
@@ -22,31 +24,6 @@
 namespace mv {
 
 namespace {
-
-// The cursor picture: the plain marker or the solid red square.
-class CursorWidget : public QWidget {
-  public:
-    CursorWidget(CursorPicture& p, QWidget* parent) : QWidget(parent), p_(p) {
-        setObjectName(QStringLiteral("Picture1"));
-        setAttribute(Qt::WA_TransparentForMouseEvents, false);
-    }
-
-  protected:
-    void paintEvent(QPaintEvent*) override {
-        QPainter g(this);
-        if (p_.Red.get()) {
-            g.fillRect(rect(), Qt::red);
-            return;
-        }
-        // A marker that reads over black notes: blue bar, white middle line.
-        g.fillRect(rect(), QColor(30, 80, 220));
-        g.setPen(Qt::white);
-        g.drawLine(1, height() / 2, width() - 2, height() / 2);
-    }
-
-  private:
-    CursorPicture& p_;
-};
 
 // A light: a red circle.
 class LightWidget : public QWidget {
@@ -258,6 +235,7 @@ SheetWindow::SheetWindow(Session& s, QWidget* viewer, QWidget* parent) : QWidget
     placeCarrier();
     placeCursor();
     picture1_->raise();
+    installPedalKeys(s, this);
 }
 
 SheetWindow::~SheetWindow() {
@@ -370,13 +348,11 @@ void SheetWindow::moveEvent(QMoveEvent* e) {
     QWidget::moveEvent(e);
 }
 
-namespace {
-
-TwipRect twipsOf(const QRect& r) {
-    return {r.x() * 15.0, r.y() * 15.0, r.width() * 15.0, r.height() * 15.0};
+// The window's outer height, which the button panel and the overlay follow.
+void SheetWindow::resizeEvent(QResizeEvent* e) {
+    s_.adobeF.Height = frameGeometry().height() * 15.0;
+    QWidget::resizeEvent(e);
 }
-
-} // namespace
 
 void SheetWindow::setOuterPlace(const TwipRect& r) {
     // The frame's share: known once the window manager has framed the
@@ -431,9 +407,7 @@ QPushButton* SheetWindow::button(const char* name, const QString& caption) {
 }
 
 void SheetWindow::place(QWidget* w, double left, double top, double width, double height) {
-    const int wpx = width < 0 ? w->width() : px(width);
-    const int hpx = height < 0 ? w->height() : px(height);
-    w->setGeometry(px(left), px(top), wpx, hpx);
+    placeTwips(w, left, top, width, height);
 }
 
 double SheetWindow::scrollBarLeft() const { return s_.adobeF.VScroll1Left.get(); }

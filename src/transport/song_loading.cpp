@@ -69,7 +69,9 @@ void sheetsAndNotation(Session& s, const QString& sheet1, const QString& sheet2,
                 s.messages.msgBox(QStringLiteral("Could not find ") + sheet2);
                 if (s.reloadSheetWindow2) s.reloadSheetWindow2();
             }
+            w2.Picture3Height.set(2 * s.screenHeight);
             loadSheet(w2.AcroPDF1, sheet2);
+            w2.AcroPDF1Height.set(v.Text6.value() * s.screenHeight);
         }
         s.files.close(3); // the map an edit load left open
         s.g.CursorStarted = 0;

@@ -1,0 +1,190 @@
+#include "sheet/panel_windows.h"
+
+#include "core/messages.h"
+#include "core/qt_bind.h"
+#include "core/session_state.h"
+#include "sheet/panels.h"
+#include "sheet/pedal_keys.h"
+#include "sheet/sheet_widgets.h"
+
+#include <QMouseEvent>
+#include <QPushButton>
+#include <QTouchEvent>
+
+namespace mv {
+
+ButtonPanel::ButtonPanel(Session& s, QWidget* parent) : QWidget(parent), s_(s) {
+    setObjectName(QStringLiteral("BControl"));
+    setWindowTitle(QStringLiteral("Button Control"));
+    BControlState& b = s.bControl;
+    // In the tab order: the foot switch's two keys land on Command4 and
+    // Command5 from Command17, the last one.
+    const std::pair<const char*, QString> captions[] = {
+        {"Command4", QStringLiteral("Next")},
+        {"Command1", b.Command1.text()},
+        {"Command2", QStringLiteral("Manual Scroll")},
+        {"Command3", QStringLiteral("Auto Scroll")},
+        {"Command6", b.Command6.text()},
+        {"Command5", QStringLiteral("Previous")},
+        {"Command17", QStringLiteral("Disp List")}};
+    QFont big(QStringLiteral("DejaVu Sans"), 14, QFont::Bold);
+    for (const auto& [name, caption] : captions) {
+        auto* btn = new QPushButton(caption, this);
+        btn->setObjectName(QString::fromLatin1(name));
+        btn->setFont(big);
+        btn->installEventFilter(this);
+        const QString key = btn->objectName();
+        connect(btn, &QPushButton::clicked, this, [this, key] { clicked(key); });
+        if (!buttons_.empty()) setTabOrder(buttons_.back(), btn);
+        buttons_.push_back(btn);
+    }
+    button(QStringLiteral("Command17"))->setFont(QFont(QStringLiteral("DejaVu Sans"), 7));
+    subs_.push_back(b.Command1.subscribe(
+        [this, &b] { button(QStringLiteral("Command1"))->setText(b.Command1.text()); }));
+    subs_.push_back(b.Command6.subscribe(
+        [this, &b] { button(QStringLiteral("Command6"))->setText(b.Command6.text()); }));
+    subs_.push_back(b.Vertical.subscribe([this] { layOut(); }));
+    auto place = [this, &b] { move(px(b.Left.get()), px(b.Top.get())); };
+    subs_.push_back(b.Left.subscribe(place));
+    subs_.push_back(b.Top.subscribe(place));
+    layOut();
+    place();
+    // The foot switch's rest: its two keys reach Command4 and Command5 from here.
+    button(QStringLiteral("Command17"))->setFocus(Qt::OtherFocusReason);
+    subs_.push_back(bindVisible(b.Visible, this));
+    installPedalKeys(s, this);
+}
+
+QPushButton* ButtonPanel::button(const QString& name) const {
+    for (QPushButton* b : buttons_)
+        if (b->objectName() == name) return b;
+    return nullptr;
+}
+
+void ButtonPanel::guarded(const std::function<void()>& handler) {
+    runGuarded(s_.messages, handler);
+}
+
+void ButtonPanel::layOut() {
+    const PanelLayout& l = panelLayout(s_.bControl.Vertical.get());
+    for (const PanelLayout::Place& p : l.buttons)
+        placeTwips(button(QString::fromLatin1(p.name)), p.left, p.top, p.width, p.height);
+    setFixedSize(px(l.width), px(l.height));
+}
+
+void ButtonPanel::clicked(const QString& name) {
+    guarded([&] {
+        if (name == u"Command1") {
+            if (manualPlay) manualPlay();
+        } else if (name == u"Command6") {
+            if (cursorPlay) cursorPlay();
+        } else if (name == u"Command17") {
+            if (showSongList) showSongList();
+        } else {
+            BControl_Click(s_, name.toLatin1().constData());
+        }
+    });
+}
+
+bool ButtonPanel::eventFilter(QObject* watched, QEvent* e) {
+    const QByteArray name = watched->objectName().toLatin1();
+    switch (e->type()) {
+    case QEvent::MouseButtonPress:
+    case QEvent::MouseButtonDblClick:
+        guarded([&] { BControl_MouseDown(s_, name.constData()); });
+        break;
+    case QEvent::MouseButtonRelease:
+        guarded([&] { BControl_MouseUp(s_, name.constData()); });
+        break;
+    case QEvent::FocusIn: {
+        // The window coming to the front puts the focus back where it was:
+        // that is no step of the foot switch.
+        const Qt::FocusReason why = static_cast<QFocusEvent*>(e)->reason();
+        if (why == Qt::ActiveWindowFocusReason || why == Qt::PopupFocusReason) break;
+        bool acted = false;
+        guarded([&] { acted = BControl_GotFocus(s_, name.constData()); });
+        if (acted) button(QStringLiteral("Command17"))->setFocus(Qt::OtherFocusReason);
+        break;
+    }
+    default: break;
+    }
+    return QWidget::eventFilter(watched, e);
+}
+
+OverlayWidget::OverlayWidget(Session& s, QWidget* sheet) : QWidget(sheet), s_(s) {
+    setObjectName(QStringLiteral("Form1"));
+    setAttribute(Qt::WA_AcceptTouchEvents);
+    setAutoFillBackground(false); // nothing drawn: the sheet shows through
+    setFocusPolicy(Qt::StrongFocus);
+    subs_.push_back(s.form1.Raised.subscribe([this] { raiseOver(); }));
+    subs_.push_back(s.form1.Visible.subscribe([this] { setVisible(s_.form1.Visible.get()); }));
+    if (s.form1.Visible.get()) raiseOver();
+}
+
+void OverlayWidget::raiseOver() {
+    const OverlayState& o = s_.form1;
+    QWidget* sheet = parentWidget();
+    // The overlay's place is on the screen; the window's inside starts below
+    // its frame.
+    const QPoint inside = sheet->geometry().topLeft() - sheet->frameGeometry().topLeft();
+    const int x = std::max(0, px(o.Left - s_.adobeF.Left) - inside.x());
+    const int y = std::max(0, px(o.Top - s_.adobeF.Top) - inside.y());
+    setGeometry(x, y, std::max(1, px(o.Width)),
+                std::max(1, std::min(px(o.Height), sheet->height() - y)));
+    setVisible(o.Visible.get());
+    raise();
+    if (QWidget* cursor =
+            sheet->findChild<QWidget*>(QStringLiteral("Picture1"), Qt::FindDirectChildrenOnly))
+        cursor->raise(); // the cursor stays in sight above it
+    // Each pass of a play raises it: ask the window system only when the
+    // focus is elsewhere.
+    if (!sheet->isActiveWindow()) sheet->activateWindow();
+    if (!hasFocus()) setFocus(Qt::OtherFocusReason);
+}
+
+void OverlayWidget::press(QPointF at) {
+    runGuarded(s_.messages, [&] { Form1_MouseDown(s_, at.x() * 15, at.y() * 15); });
+}
+
+void OverlayWidget::release() {
+    runGuarded(s_.messages, [&] { Form1_MouseUp(s_); });
+}
+
+bool OverlayWidget::event(QEvent* e) {
+    switch (e->type()) {
+    case QEvent::TouchBegin: {
+        auto* t = static_cast<QTouchEvent*>(e);
+        if (!t->points().isEmpty()) press(t->points().first().position());
+        e->accept();
+        return true;
+    }
+    case QEvent::TouchUpdate: e->accept(); return true;
+    case QEvent::TouchEnd:
+    case QEvent::TouchCancel:
+        release();
+        e->accept();
+        return true;
+    default: return QWidget::event(e);
+    }
+}
+
+namespace {
+
+// A mouse event Qt or the system made from a touch the overlay has served.
+bool fromTouch(const QMouseEvent* e) {
+    const QInputDevice* d = e->device();
+    return d && (d->type() == QInputDevice::DeviceType::TouchScreen ||
+                 d->type() == QInputDevice::DeviceType::TouchPad);
+}
+
+} // namespace
+
+void OverlayWidget::mousePressEvent(QMouseEvent* e) {
+    if (!fromTouch(e)) press(e->position());
+}
+
+void OverlayWidget::mouseReleaseEvent(QMouseEvent* e) {
+    if (!fromTouch(e)) release();
+}
+
+} // namespace mv

@@ -1,0 +1,282 @@
+#include "sheet/sheet_two_window.h"
+
+#include "core/messages.h"
+#include "core/qt_bind.h"
+#include "core/session_state.h"
+#include "core/settings_files.h"
+#include "sheet/navigation.h"
+#include "sheet/pedal_keys.h"
+#include "sheet/sheet_widgets.h"
+
+#include <QCloseEvent>
+#include <QGuiApplication>
+#include <QKeyEvent>
+#include <QLabel>
+#include <QLineEdit>
+#include <QPushButton>
+#include <QScreen>
+#include <QScrollBar>
+#include <QWindow>
+
+namespace mv {
+
+namespace {
+
+ScreenRef refOf(QScreen* sc) {
+    const QList<QScreen*> all = QGuiApplication::screens();
+    return {sc->name(), int(all.indexOf(sc)), sc->size().width(), sc->size().height()};
+}
+
+QList<ScreenRef> allScreens() {
+    QList<ScreenRef> out;
+    for (QScreen* sc : QGuiApplication::screens())
+        out << refOf(sc);
+    return out;
+}
+
+} // namespace
+
+SheetTwoWindow::SheetTwoWindow(Session& s, QWidget* viewer, QWidget* parent)
+    : QWidget(parent), s_(s) {
+    setObjectName(QStringLiteral("AdobeF2"));
+    setWindowTitle(QStringLiteral("Adobe Reader 2"));
+    SheetTwoState& w = s.adobeF2;
+
+    picture3_ = new QWidget(this);
+    picture3_->setObjectName(QStringLiteral("Picture3"));
+    picture3_->setAutoFillBackground(true);
+    acroPDF1_ = viewer ? viewer : new QWidget;
+    acroPDF1_->setParent(picture3_);
+    acroPDF1_->setObjectName(QStringLiteral("AcroPDF1"));
+    text11_ = new QLabel(w.Text11.text(), picture3_);
+    text11_->setObjectName(QStringLiteral("Text11"));
+    text11_->setFont(QFont(QStringLiteral("DejaVu Sans"), 120, QFont::Bold));
+    text11_->setAlignment(Qt::AlignCenter);
+    placeTwips(text11_, 5760, 1920, 3135, 2775);
+    subs_.push_back(w.Text11.subscribe([this, &w] { text11_->setText(w.Text11.text()); }));
+    subs_.push_back(bindVisible(w.Text11Visible, text11_));
+
+    vscroll1_ = new QScrollBar(Qt::Vertical, this);
+    vscroll1_->setObjectName(QStringLiteral("VScroll1"));
+    vscroll1_->setRange(w.VScroll1.min(), w.VScroll1.max());
+    vscroll1_->setValue(w.VScroll1.get());
+    vscroll1_->setTracking(false);
+    connect(vscroll1_, &QScrollBar::valueChanged, this,
+            [this, &w](int v) { guarded([&] { w.VScroll1.set(v); }); });
+    subs_.push_back(w.VScroll1.subscribe([this, &w] {
+        if (vscroll1_->value() != w.VScroll1.get()) vscroll1_->setValue(w.VScroll1.get());
+        placeLayers();
+    }));
+
+    // The strip, placed from the anchor (left of VScroll1) by these offsets.
+    auto add = [this](QWidget* c, const char* name, double dx, double top) {
+        c->setObjectName(QString::fromLatin1(name));
+        strip_ << c;
+        stripPlace_.emplace_back(dx, top);
+    };
+    const std::tuple<const char*, const char*, double, double> labels[] = {
+        {"Label1", "Page", 300, 120},       {"Label2", "Cursor Adj", 300, 840},
+        {"Label3", "Top", 300, 1200},       {"Label4", "Left", 300, 1620},
+        {"Label5", "PDF", 300, 2400},       {"Label6", "Offset", 300, 2820},
+        {"Label7", "Adjust PDF", 300, 3360}};
+    for (auto [name, caption, dx, top] : labels)
+        add(new QLabel(QString::fromLatin1(caption), this), name, dx, top);
+    const std::tuple<const char*, Field*, double, double> fields[] = {
+        {"PageNR", &w.PageNR, 300, 420},
+        {"ScrollOffset", &w.ScrollOffset, 960, 1140},
+        {"AdjLeft", &w.AdjLeft, 960, 1560},
+        {"PDFTop", &w.PDFTop, 960, 2340},
+        {"PDFOffset", &w.PDFOffset, 960, 2760}};
+    for (auto [name, field, dx, top] : fields) {
+        auto* e = new QLineEdit(this);
+        subs_.push_back(bindLineEdit(*field, e, &s.messages));
+        add(e, name, dx, top);
+    }
+    vscroll2_ = new QScrollBar(Qt::Vertical, this);
+    vscroll2_->setRange(w.VScroll2.min(), w.VScroll2.max());
+    vscroll2_->setValue(w.VScroll2.get());
+    connect(vscroll2_, &QScrollBar::valueChanged, this,
+            [this, &w](int v) { guarded([&] { w.VScroll2.set(v); }); });
+    subs_.push_back(w.VScroll2.subscribe([this, &w] {
+        if (vscroll2_->value() != w.VScroll2.get()) vscroll2_->setValue(w.VScroll2.get());
+    }));
+    add(vscroll2_, "VScroll2", 600, 3660);
+    auto* close = new QPushButton(QStringLiteral("CLOSE"), this);
+    connect(close, &QPushButton::clicked, this, [this] { QWidget::close(); });
+    add(close, "Command1", 300, 7320);
+
+    picture1_ = new CursorWidget(w.Picture1, this);
+    CursorPicture& c = w.Picture1;
+    for (Notifier* n : std::initializer_list<Notifier*>{&c.Left, &c.Top, &c.Height, &c.Red})
+        subs_.push_back(n->subscribe([this] { placeCursor(); }));
+    subs_.push_back(bindVisible(c.Visible, picture1_));
+    subs_.push_back(c.Raised.subscribe([this] { picture1_->raise(); }));
+    subs_.push_back(c.Repainted.subscribe([this] { picture1_->update(); }));
+
+    for (Notifier* n :
+         std::initializer_list<Notifier*>{&w.Picture3Width, &w.Picture3Height, &w.AcroPDF1Left,
+                                          &w.AcroPDF1Top, &w.AcroPDF1Width, &w.AcroPDF1Height})
+        subs_.push_back(n->subscribe([this] { placeLayers(); }));
+    subs_.push_back(w.VScroll1Left.subscribe([this] { layoutStrip(); }));
+    subs_.push_back(w.Width.subscribe([this, &w] { resize(px(w.Width.get()), height()); }));
+    subs_.push_back(bindVisible(w.Visible, this));
+
+    connect(qApp, &QGuiApplication::screenRemoved, this, &SheetTwoWindow::screenRemoved);
+    connect(qApp, &QGuiApplication::screenAdded, this, &SheetTwoWindow::screenAdded);
+
+    resize(px(w.Width.get()), px(w.Height > 0 ? w.Height : s.screenHeight - 1000));
+    placeLayers();
+    layoutStrip();
+    placeCursor();
+    installPedalKeys(s, this);
+}
+
+SheetTwoWindow::~SheetTwoWindow() = default;
+
+void SheetTwoWindow::guarded(const std::function<void()>& handler) {
+    runGuarded(s_.messages, handler);
+}
+
+void SheetTwoWindow::placeLayers() {
+    const SheetTwoState& w = s_.adobeF2;
+    picture3_->setGeometry(0, px(-double(w.VScroll1.get())), px(w.Picture3Width.get()),
+                           px(w.Picture3Height.get()));
+    placeTwips(acroPDF1_, w.AcroPDF1Left.get(), w.AcroPDF1Top.get(), w.AcroPDF1Width.get(),
+               w.AcroPDF1Height.get());
+}
+
+void SheetTwoWindow::layoutStrip() {
+    const double L = s_.adobeF2.VScroll1Left.get();
+    placeTwips(vscroll1_, L, -75, 240, 8895);
+    for (int i = 0; i < strip_.size(); ++i) {
+        const bool wide = qobject_cast<QLabel*>(strip_[i]) || qobject_cast<QPushButton*>(strip_[i]);
+        const bool bar = strip_[i] == vscroll2_;
+        placeTwips(strip_[i], L + stripPlace_[i].first, stripPlace_[i].second,
+                   bar    ? 255
+                   : wide ? 1200
+                          : 735,
+                   bar ? 3495 : 315);
+        strip_[i]->raise();
+    }
+    picture1_->raise();
+}
+
+void SheetTwoWindow::placeCursor() {
+    const CursorPicture& c = s_.adobeF2.Picture1;
+    picture1_->setGeometry(px(c.Left.get()), px(c.Top.get()), px(CursorPicture::kWidth),
+                           px(c.Height.get()));
+    picture1_->update();
+}
+
+// The free surface: a press of any button starts a drag; a move with the
+// right button held widens or narrows the sheet by the distance moved.
+void SheetTwoWindow::mousePressEvent(QMouseEvent* e) {
+    guarded([&] { sheetTwoPress(s_, e->position().x() * 15); });
+}
+
+void SheetTwoWindow::mouseMoveEvent(QMouseEvent* e) {
+    if (e->buttons() & Qt::RightButton)
+        guarded([&] { sheetTwoAdjustAll(s_, e->position().x() * 15); });
+}
+
+void SheetTwoWindow::keyPressEvent(QKeyEvent* e) {
+    if (e->key() == Qt::Key_F11) {
+        setWindowState(windowState() ^ Qt::WindowFullScreen);
+        return;
+    }
+    if (e->key() == Qt::Key_F12) {
+        const int n = int(QGuiApplication::screens().size());
+        if (n > 1) moveToScreen((std::max(0, screenIndex()) + 1) % n);
+        return;
+    }
+    bool taken = false;
+    if (e->text().size() == 1) guarded([&] { taken = sheetKeyPress(s_, e->text()[0]); });
+    if (!taken) QWidget::keyPressEvent(e);
+}
+
+// Unloading keeps "AdobeF2.ini" and the screen.
+void SheetTwoWindow::closeEvent(QCloseEvent* e) {
+    s_.adobeF2.Visible.set(false);
+    guarded([this] {
+        writeAdobeF2(s_);
+        if (!remembered_.name.isEmpty()) writeSheetTwoScreen(s_, remembered_);
+    });
+    QWidget::closeEvent(e);
+}
+
+void SheetTwoWindow::moveEvent(QMoveEvent* e) {
+    if (!isFullScreen()) {
+        s_.adobeF2.Left = x() * 15.0;
+        s_.adobeF2.Top = y() * 15.0;
+    }
+    QWidget::moveEvent(e);
+}
+
+int SheetTwoWindow::screenIndex() const {
+    QScreen* sc = windowHandle() ? windowHandle()->screen() : screen();
+    return sc ? int(QGuiApplication::screens().indexOf(sc)) : -1;
+}
+
+void SheetTwoWindow::fitIntoScreen(QScreen* sc) {
+    const SheetTwoState& w = s_.adobeF2;
+    const TwipRect want{w.Left, w.Top, width() * 15.0, height() * 15.0};
+    const TwipRect r = fitInto(want, twipsOf(sc->availableGeometry()));
+    move(px(r.left), px(r.top));
+    resize(px(r.width), px(r.height));
+}
+
+void SheetTwoWindow::placeOnScreen() {
+    const QList<QScreen*> all = QGuiApplication::screens();
+    if (all.isEmpty()) return;
+    remembered_ = readSheetTwoScreen(s_);
+    const int i = chooseScreen(remembered_, allScreens());
+    QScreen* target = i >= 0 ? all[i] : QGuiApplication::primaryScreen();
+    if (remembered_.name.isEmpty()) remembered_ = refOf(target);
+    setScreen(target);
+    fitIntoScreen(target);
+    create();
+    // Dragged onto another monitor of the same desktop: that one is the
+    // user's choice now; a move the system made when a screen went away is
+    // not.
+    connect(windowHandle(), &QWindow::screenChanged, this, [this](QScreen* sc) {
+        if (systemMove_ || !sc) return;
+        remembered_ = refOf(sc);
+    });
+}
+
+void SheetTwoWindow::moveToScreen(int index) {
+    const QList<QScreen*> all = QGuiApplication::screens();
+    if (index < 0 || index >= all.size()) return;
+    remembered_ = refOf(all[index]);
+    const bool shown = isVisible();
+    const bool full = isFullScreen();
+    // A window moves to another X screen only by being made anew there.
+    if (shown) hide();
+    setScreen(all[index]);
+    if (windowHandle()) windowHandle()->setScreen(all[index]);
+    fitIntoScreen(all[index]);
+    if (shown) full ? showFullScreen() : show();
+}
+
+void SheetTwoWindow::screenRemoved(QScreen* sc) {
+    if (screen() != sc && (!windowHandle() || windowHandle()->screen() != sc)) return;
+    // The system moves the window; we keep it whole on the screen it lands
+    // on, and keep remembering the one the user chose.
+    QScreen* primary = QGuiApplication::primaryScreen();
+    if (!primary || primary == sc) return;
+    systemMove_ = true;
+    const bool shown = isVisible();
+    if (shown) hide();
+    setScreen(primary);
+    fitIntoScreen(primary);
+    if (shown) show();
+    systemMove_ = false;
+}
+
+void SheetTwoWindow::screenAdded(QScreen* sc) {
+    const QList<QScreen*> all = QGuiApplication::screens();
+    const int i = chooseScreen(remembered_, allScreens());
+    if (i >= 0 && all[i] == sc && screenIndex() != i) moveToScreen(i);
+}
+
+} // namespace mv

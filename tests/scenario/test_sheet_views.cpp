@@ -1,0 +1,313 @@
+// Sheet window 2, the button panel, the touch overlay and the pedal keys on
+// the real windows offscreen, over fake viewers and the virtual clock.
+
+#include "core/qt_bind.h"
+#include "core/session_state.h"
+#include "core/setup_screen.h"
+#include "core/window_registry.h"
+#include "cursormap/cursor_fields.h"
+#include "cursormap/play_loop.h"
+#include "fakes.h"
+#include "recording/recording_install.h"
+#include "sheet/navigation.h"
+#include "sheet/panels.h"
+#include "sheet/sheet_geometry.h"
+#include "sheet/sheet_two.h"
+#include "sheet/sheet_views_install.h"
+#include "sheet/sheet_window.h"
+
+#include <QFile>
+#include <QLineEdit>
+#include <QPushButton>
+#include <QTemporaryDir>
+#include <QTest>
+#include <gtest/gtest.h>
+
+using namespace mv;
+using namespace mv::test;
+
+namespace {
+
+class SheetViewsTest : public ::testing::Test {
+  protected:
+    SheetViewsTest() : player(clock) {
+        s.configDir = dir.path();
+        s.player = &player;
+        s.adobeF.AcroPDF1 = &v1;
+        installReadoutFields(s);
+        installNavigation(s);
+        installSheetGeometry(s);
+        installRecording(s); // Timer1
+        installSetupScreen(s);
+        windows.define("AdobeF", [this] { return new SheetWindow(s, nullptr); });
+        installSheetViews(s, windows,
+                          {[this](PdfViewer*& v) {
+                               v = &v2;
+                               return static_cast<QWidget*>(nullptr);
+                           },
+                           [] {}, [] {}});
+        windows.get("AdobeF")->show();
+        s.adobeF.Visible.set(true);
+    }
+    ~SheetViewsTest() override {
+        for (const char* n : {"Form1", "BControl", "AdobeF2", "AdobeF"})
+            windows.unload(n);
+    }
+    void writeFile(const QString& name, const QString& text) {
+        QFile f(dir.filePath(name));
+        ASSERT_TRUE(f.open(QIODevice::WriteOnly));
+        f.write(text.toLatin1());
+    }
+    QWidget* w(const QString& window, const QString& control = {}) {
+        QWidget* win = windows.get(window);
+        return control.isEmpty() ? win : win->findChild<QWidget*>(control);
+    }
+    void play(const QString& map) {
+        writeFile("song.map", map);
+        s.files.close(1);
+        s.files.open(1, dir.filePath("song.map"), FileMode::Input);
+        s.g.PlayStartTick = clock.tickMs();
+        playLoop(s);
+    }
+
+    QTemporaryDir dir;
+    VirtualClock clock{1000, 43200};
+    FakeMessages messages;
+    Session s{clock, messages};
+    FakePlayer player;
+    FakeViewer v1, v2;
+    WindowRegistry windows;
+};
+
+QString tic(const char* t, const char* x, const char* y, const char* scr, bool next = false) {
+    return QStringLiteral("%1\r\n%2\r\n%3\r\n%4\r\n%5\r\nFalse\r\n")
+        .arg(t, x, y, scr, boolText(next));
+}
+
+TEST_F(SheetViewsTest, CursorPlayMovesBothWindowsByTheirOwnCorrections) {
+    writeFile("AdobeF2.ini", "100\r\n30\r\n600\r\n0\r\n0\r\n0\r\n");
+    s.showSheet2();
+    ASSERT_TRUE(s.adobeF2.Visible.get());
+    EXPECT_EQ(s.adobeF2.VScroll2.get(), 600);
+    EXPECT_EQ(s.adobeF2.AcroPDF1Top.get(), 0); // window 1's viewer top at the opening
+    // What window 2 shows when its viewer turns to page 3 (the last tic).
+    QStringList seen;
+    v2.onCall = [&](const QString& call) {
+        if (call != "gotoNextPage" || s.adobeF2.PageNR.text() != "3") return;
+        const SheetTwoState& w2 = s.adobeF2;
+        seen = QStringList{numberText(w2.Picture1.Left.get()),
+                           numberText(w2.Picture1.Top.get()),
+                           numberText(w2.VScroll1.get()),
+                           numberText(s.adobeF.VScroll1.get()),
+                           numberText(w2.VScroll2.get()),
+                           numberText(w("AdobeF2", "Picture1")->x()),
+                           numberText(w("AdobeF2", "Picture3")->y())};
+    };
+    for (bool noAdj : {false, true}) {
+        SCOPED_TRACE(noAdj ? "No 2nd PDF Adjustment" : "adjusted");
+        s.velmor.NoPDFAdj.set(noAdj ? 1 : 0);
+        s.adobeF2.VScroll2.set(0);
+        s.adobeF2.PageNR.setText("1");
+        v1.page = v2.page = 1;
+        play("100@\r\n0%\r\n#1\r\n#2\r\n-420#3\r\n#4\r\n#5\r\n#6\r\n 80^\r\n" +
+             tic("10", "1000", "2000", "300") + tic("10", "1100", "2100", "0", true) +
+             tic("10", "1200", "2200", "700", true));
+        // X + AdjLeft, Y + window 2's Top, Scr + ScrollOffset (the main
+        // window's, 500) on both scroll bars, the page's own shift.
+        const QString shift = noAdj ? "0" : "-420";
+        EXPECT_EQ(seen, (QStringList{"1230", "2300", "1200", "1200", shift,
+                                     QString::number(px(1230)), QString::number(-px(1200))}));
+        // The play's end goes one page back on both.
+        EXPECT_EQ(s.adobeF2.PageNR.text(), "2");
+        EXPECT_EQ(v2.page, 2);
+        EXPECT_EQ(s.adobeF2.VScroll2.get(), 0); // the map's "#2": a shift of 0
+    }
+}
+
+TEST_F(SheetViewsTest, SliderStoresPerPageInMemoryAndOffsetMovesTheViewer) {
+    s.showSheet2();
+    s.adobeF2.PageNR.setText("7");
+    s.adobeF2.VScroll2.set(123);
+    EXPECT_EQ(s.g.MapHeaderLines[7], "123");
+    EXPECT_EQ(s.adobeF2.PDFTop.text(), "123");
+    s.g.MapHeaderLines[7].clear();
+    s.adobeF2.PDFOffset.setText("45"); // moves the viewer and stores again
+    EXPECT_EQ(s.adobeF2.AcroPDF1Top.get(), 168);
+    EXPECT_EQ(s.g.MapHeaderLines[7], "123");
+    s.adobeF2.PageNR.setText("37"); // no slot: the viewer moves, then the failure
+    EXPECT_THROW(s.adobeF2.VScroll2.set(10), Failure);
+    EXPECT_EQ(s.adobeF2.AcroPDF1Top.get(), 55);
+    // Unloading writes the six lines; page 7's shift is in no file.
+    s.adobeF2.PageNR.setText("1");
+    w("AdobeF2")->close();
+    QFile f(dir.filePath("AdobeF2.ini"));
+    ASSERT_TRUE(f.open(QIODevice::ReadOnly));
+    const QStringList lines = QString::fromLatin1(f.readAll()).split("\r\n");
+    EXPECT_EQ(lines.size(), 7); // six and the last line end
+    EXPECT_EQ(lines.mid(0, 3), (QStringList{"0", "0", "10"}));
+    EXPECT_EQ(lines[5], "45");
+}
+
+TEST_F(SheetViewsTest, RightDragIsRelativeAndStopsNarrowingAt1000) {
+    s.showSheet2();
+    const double width = s.adobeF2.Width.get(), strip = s.adobeF2.VScroll1Left.get();
+    sheetTwoPress(s, 9000);
+    sheetTwoAdjustAll(s, 9600);
+    EXPECT_EQ(s.adobeF2.Width.get(), width + 600);
+    EXPECT_EQ(s.adobeF2.VScroll1Left.get(), strip + 600);
+    EXPECT_EQ(w("AdobeF2", "VScroll1")->x(), px(strip + 600));
+    s.adobeF2.AcroPDF1Width.set(900);
+    sheetTwoAdjustAll(s, 9000); // narrower: no
+    EXPECT_EQ(s.adobeF2.AcroPDF1Width.get(), 900);
+    sheetTwoAdjustAll(s, 9900); // wider from the last drag step: yes
+    EXPECT_EQ(s.adobeF2.AcroPDF1Width.get(), 1200);
+}
+
+TEST(ChooseScreen, NameWithSizeThenIndex) {
+    const QList<ScreenRef> two = {{"screen", 0, 1920, 1080}, {"screen", 1, 1280, 1024}};
+    const struct {
+        ScreenRef remembered;
+        QList<ScreenRef> screens;
+        int want;
+    } cases[] = {
+        {{"screen", 1, 1280, 1024}, two, 1},
+        {{"screen", 0, 1280, 1024}, two, 1}, // the size tells the X screens apart
+        {{"screen", 1, 800, 600}, two, 1},   // resized: the same name at its index
+        {{"HDMI-1", 1, 1280, 1024}, two, -1},
+        {{"screen", 1, 1280, 1024}, {two[0]}, -1}, // unplugged: the primary
+        {{}, two, -1},
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(chooseScreen(c.remembered, c.screens), c.want) << c.remembered.name.toStdString();
+}
+
+TEST_F(SheetViewsTest, OverlayRhythmAndItsSetters) {
+    s.g.OverlayArmed = kTrue;
+    s.velmor.ShowB.set(1);
+    const int raised = s.form1.Raised.get();
+    clock.advanceBy(4900);
+    EXPECT_EQ(s.form1.Raised.get(), raised);
+    clock.advanceBy(100); // the 50th tick
+    EXPECT_EQ(s.form1.Raised.get(), raised + 1);
+    EXPECT_EQ(s.form1.Top, s.adobeF.Top + 400);
+    EXPECT_EQ(s.form1.Height, s.adobeF.Height - 800);
+    EXPECT_TRUE(w("Form1")->isVisible());
+    s.g.OverlayTicks = 51; // a release: raised at the next tick
+    clock.advanceBy(100);
+    EXPECT_EQ(s.form1.Raised.get(), raised + 2);
+    s.g.OverlayArmed = 0; // hidden at the next 50th tick, not at once
+    clock.advanceBy(4900);
+    EXPECT_TRUE(s.form1.Visible.get());
+    clock.advanceBy(100);
+    EXPECT_FALSE(s.form1.Visible.get());
+    s.showSheet2(); // window 2 visible: Timer1 leaves the overlay as it stands
+    s.g.OverlayArmed = kTrue;
+    clock.advanceBy(10000);
+    EXPECT_FALSE(s.form1.Visible.get());
+}
+
+TEST_F(SheetViewsTest, TouchZonesAtTheirBoundariesAndFootControl) {
+    const struct {
+        double x, y;
+        const char* want;
+    } zones[] = {{4500, 2000, "Command5"},
+                 {4501, 2000, "Command4"},
+                 {4501, 1499, "Command3"},
+                 {100, 1500, "Command5"}};
+    for (const auto& z : zones)
+        EXPECT_STREQ(touchZone(z.x, z.y, 9000), z.want) << z.x << "," << z.y;
+    s.velmor.ShowB.set(1);
+    raiseOverlay(s, false);
+    QWidget* overlay = w("Form1");
+    const QPoint right(overlay->width() * 3 / 4, overlay->height() / 2);
+    QTest::mouseClick(overlay, Qt::LeftButton, {}, right);
+    EXPECT_EQ(v1.page, 2);
+    EXPECT_EQ(s.g.OverlayTicks, 51); // the release
+    // One touch is one press, whatever mouse events Qt makes of it.
+    QPointingDevice* screen = QTest::createTouchDevice();
+    QTest::touchEvent(overlay->window(), screen).press(0, overlay->mapTo(overlay->window(), right));
+    QTest::touchEvent(overlay->window(), screen)
+        .release(0, overlay->mapTo(overlay->window(), right));
+    EXPECT_EQ(v1.page, 3);
+    s.velmor.FootControl.set(1); // the side zones do nothing, the top one scrolls
+    QTest::mouseClick(overlay, Qt::LeftButton, {}, QPoint(10, overlay->height() - 10));
+    EXPECT_EQ(v1.page, 3);
+    QTest::mouseClick(overlay, Qt::LeftButton, {}, QPoint(10, 5));
+    EXPECT_EQ(s.adobeF.VScroll1.get(), 8000);
+}
+
+TEST_F(SheetViewsTest, PanelLayoutsExcludeEachOtherAndFollowTheSheet) {
+    s.velmor.ShowVB.set(1);
+    EXPECT_EQ(s.bControl.Top.get(), 4000);
+    clock.advanceBy(100); // Timer3
+    EXPECT_EQ(s.bControl.Top.get(), 500);
+    EXPECT_EQ(s.bControl.Left.get(), s.adobeF.Left + s.adobeF.Width.get());
+    EXPECT_EQ(w("BControl")->size(), QSize(px(1935), px(8010)));
+    s.velmor.ShowB.set(1);
+    EXPECT_EQ(s.velmor.ShowVB.get(), 0);
+    EXPECT_TRUE(s.bControl.Visible.get());
+    EXPECT_FALSE(s.bControl.Vertical.get());
+    EXPECT_TRUE(w("BControl")->isVisible());
+    clock.advanceBy(100);
+    EXPECT_EQ(s.bControl.Top.get(), s.adobeF.Top + s.adobeF.Height);
+    s.velmor.ShowB.set(0);
+    EXPECT_FALSE(w("BControl")->isVisible());
+    // The sheet window's opening brings the row of buttons and the overlay
+    // over its whole height.
+    s.velmor.ShowB.set(1);
+    s.bControl.Visible.set(false);
+    s.adobeF.Visible.set(false);
+    s.adobeF.Visible.set(true);
+    EXPECT_TRUE(s.bControl.Visible.get());
+    EXPECT_TRUE(s.form1.Visible.get());
+    EXPECT_EQ(s.form1.Top, s.adobeF.Top);
+    EXPECT_EQ(s.form1.Height, s.adobeF.Height);
+}
+
+TEST_F(SheetViewsTest, FootSwitchTurnsOnTheFocusAndRestsOnDispList) {
+    s.velmor.ShowB.set(1);
+    s.velmor.FootControl.set(1);
+    QWidget* panel = w("BControl");
+    panel->activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(panel));
+    auto* next = qobject_cast<QPushButton*>(w("BControl", "Command4"));
+    QTest::mouseClick(next, Qt::LeftButton); // the press gives the focus: that turns
+    EXPECT_EQ(v1.page, 2);
+    EXPECT_EQ(panel->focusWidget()->objectName(), "Command17");
+    QTest::keyClick(panel->focusWidget(), Qt::Key_Tab);
+    EXPECT_EQ(v1.page, 3);
+    QTest::keyClick(panel->focusWidget(), Qt::Key_Backtab);
+    EXPECT_EQ(v1.page, 2);
+    EXPECT_EQ(panel->focusWidget()->objectName(), "Command17");
+}
+
+TEST_F(SheetViewsTest, PedalKeysTurnOnePageAPress) {
+    s.showSheet2();
+    auto key = [](QWidget* to, int k, bool repeat = false) {
+        QKeyEvent e(QEvent::KeyPress, k, Qt::NoModifier, QString(), repeat);
+        QApplication::sendEvent(to, &e);
+    };
+    QWidget* sheet = w("AdobeF");
+    key(sheet, Qt::Key_PageDown);
+    key(sheet, Qt::Key_PageDown, true); // held
+    clock.advanceBy(299);
+    key(w("AdobeF2"), Qt::Key_PageDown); // bounced
+    EXPECT_EQ(v1.page, 2);
+    EXPECT_EQ(s.adobeF2.PageNR.text(), "2");
+    key(sheet, Qt::Key_Right); // another key counts at once
+    EXPECT_EQ(v1.page, 3);
+    clock.advanceBy(300);
+    key(w("AdobeF2", "VScroll1"), Qt::Key_Right); // 300 ms on: a new press, not the bar's step
+    EXPECT_EQ(v1.page, 4);
+    key(w("AdobeF", "Text1"), Qt::Key_Left); // the field's own cursor
+    key(w("AdobeF", "Text1"), Qt::Key_PageUp);
+    EXPECT_EQ(v1.page, 3);
+    EXPECT_EQ(s.adobeF2.PageNR.text(), "3");
+    s.adobeF.Shape2.set(true); // edit mode: the page flags
+    s.adobeF.Text9.setText("False");
+    s.adobeF.Text10.setText("False");
+    key(w("BControl"), Qt::Key_Down);
+    EXPECT_EQ(s.adobeF.Text9.text(), "True");
+}
+
+} // namespace
