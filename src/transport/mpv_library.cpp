@@ -24,6 +24,26 @@ const MpvApi* openMpv() {
     return complete ? &api : nullptr;
 }
 
+mpv_handle* createMpv(const MpvOptions& options) {
+    const MpvApi* api = mpvApi();
+    if (!api) return nullptr;
+    mpv_handle* mpv = api->create();
+    if (!mpv) return nullptr;
+    // An embedded player: no user configuration (a stray mpv.conf must not
+    // change the music on stage) and none of mpv's own Lua scripts, whose
+    // start costs more than the player's.
+    for (const char* off : {"config", "load-scripts", "osc", "ytdl", "load-stats-overlay",
+                            "load-osd-console", "load-auto-profiles"})
+        api->set_option_string(mpv, off, "no");
+    for (const auto& [name, value] : options)
+        api->set_option_string(mpv, name.constData(), value.constData());
+    if (api->initialize(mpv) < 0) {
+        api->terminate_destroy(mpv);
+        return nullptr;
+    }
+    return mpv;
+}
+
 } // namespace
 
 const MpvApi* mpvApi() {
@@ -35,19 +55,7 @@ const MpvApi* mpvApi() {
 std::future<mpv_handle*> startMpv(MpvOptions options, std::function<void()> ready) {
     return std::async(std::launch::async,
                       [options = std::move(options), ready = std::move(ready)]() -> mpv_handle* {
-                          mpv_handle* mpv = nullptr;
-                          if (const MpvApi* api = mpvApi()) {
-                              mpv = api->create();
-                              if (mpv) {
-                                  for (const auto& [name, value] : options)
-                                      api->set_option_string(mpv, name.constData(),
-                                                             value.constData());
-                                  if (api->initialize(mpv) < 0) {
-                                      api->terminate_destroy(mpv);
-                                      mpv = nullptr;
-                                  }
-                              }
-                          }
+                          mpv_handle* mpv = createMpv(options);
                           if (ready) ready();
                           return mpv;
                       });
