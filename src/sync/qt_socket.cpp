@@ -3,10 +3,6 @@
 #include <QPointer>
 #include <QTcpServer>
 #include <QTcpSocket>
-#include <algorithm>
-#include <cerrno>
-#include <cstring>
-#include <sys/socket.h>
 
 namespace mv {
 
@@ -77,24 +73,9 @@ class QtSocket final : public QObject, public Socket {
     SendResult SendData(const QByteArray& bytes) override {
         if (State() != sockstate::kConnected)
             return {sockerr::kBadState, sockerr::badState().description()};
-        // The server writes each token to every client in a row: with
-        // nothing queued, the bytes go straight into the kernel's buffer
-        // (half the time of Qt's buffer and flush); what the kernel doesn't
-        // take queues behind in Qt's buffer, so the order stays.
-        qint64 sent = 0;
-        if (sock_->bytesToWrite() == 0) {
-            const ssize_t n = ::send(int(sock_->socketDescriptor()), bytes.constData(),
-                                     size_t(bytes.size()), MSG_DONTWAIT | MSG_NOSIGNAL);
-            if (n < 0 && errno != EAGAIN && errno != EWOULDBLOCK && errno != EINTR)
-                return {10053, QString::fromLocal8Bit(std::strerror(errno))}; // it broke
-            sent = std::max<qint64>(n, 0);
-        }
-        if (sent < bytes.size()) {
-            const QByteArray rest = bytes.mid(sent);
-            if (sock_->write(rest) != rest.size())
-                return {10053, sock_->errorString()}; // the connection broke
-            sock_->flush();
-        }
+        if (sock_->write(bytes) != bytes.size())
+            return {10053, sock_->errorString()}; // the connection broke
+        sock_->flush();
         return {};
     }
 
