@@ -63,6 +63,9 @@ MainWindow::MainWindow(Session& s, MediaPlayer& player, QWidget* parent) : QWidg
     head_ = buildHead(player);
     file1_ = new QListWidget(body_);
     file1_->setObjectName(QStringLiteral("File1"));
+    // Every entry is one line of the same font: the view then measures one
+    // entry, not each of a folder's thousands.
+    file1_->setUniformItemSizes(true);
     file1_->viewport()->installEventFilter(this);
     file1_->installEventFilter(this);
     subs_.push_back(v.File1List.subscribe([this] { fillList(); }));

@@ -23,7 +23,7 @@ QStringList listSongs(const QString& folder, const QString& pattern) {
                                   QRegularExpression::CaseInsensitiveOption);
     QStringList out;
     // Hidden files (".name") are no songs.
-    for (const QString& name : dir.entryList(QDir::Files)) {
+    for (const QString& name : dir.entryList(QDir::Files, QDir::Unsorted)) { // sorted below
         for (const auto& re : res)
             if (re.match(name).hasMatch()) {
                 out << name;

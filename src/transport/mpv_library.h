@@ -4,8 +4,9 @@
 // Opening libmpv maps and relocates a few dozen libraries (FFmpeg, Lua,
 // libass, ...): on a small machine that is over a hundred milliseconds, more
 // than the whole rest of the start.  The program therefore doesn't link it:
-// a player starts its mpv instance in the background (`startMpv`) and the
-// window comes up meanwhile.  Whoever needs the instance before it's ready
+// a player starts its mpv instance in the background (`startMpv`) once the
+// window is up (the loading holds the dynamic loader's lock, which Qt's
+// plugins would wait for).  Whoever needs the instance before it's ready
 // waits for it; nobody else does.
 //
 // A machine without libmpv still runs the program: `mpvApi` gives nullptr and

@@ -27,7 +27,8 @@ MpvPlayer::MpvPlayer(const QString& audioOutput, QObject* parent)
     : QObject(parent), requestedAo_(audioOutput) {
     // libmpv refuses to start unless numbers are formatted the C way.
     std::setlocale(LC_NUMERIC, "C");
-    MpvOptions options = {{"ao", aoList(audioOutput)}};
+    MpvOptions& options = options_;
+    options = {{"ao", aoList(audioOutput)}};
     writesFile_ = aoList(audioOutput) == "pcm";
     if (writesFile_) {
         options.push_back({"ao-pcm-file", QFileInfo(audioOutput).absoluteFilePath().toUtf8()});
@@ -48,16 +49,22 @@ MpvPlayer::MpvPlayer(const QString& audioOutput, QObject* parent)
                                    // the load.
                                    {"audio-buffer", "0.05"},
                                    {"cache", "no"}});
-    // Takes the instance over as soon as it's ready, unless a call needed
-    // it earlier.
-    starting_ = startMpv(std::move(options), [this] {
-        QMetaObject::invokeMethod(
-            this, [this] { attach(); }, Qt::QueuedConnection);
-    });
     baseClock_.start();
 }
 
+void MpvPlayer::start() const {
+    if (starting_.valid() || attached_) return;
+    // Takes the instance over as soon as it's ready, unless a call needed
+    // it earlier.
+    auto* self = const_cast<MpvPlayer*>(this);
+    starting_ = startMpv(std::move(options_), [self] {
+        QMetaObject::invokeMethod(
+            self, [self] { self->attach(); }, Qt::QueuedConnection);
+    });
+}
+
 MpvPlayer::~MpvPlayer() {
+    if (!starting_.valid() && !attached_) return; // never started
     handle();
     if (!mpv_) return;
     api_->set_wakeup_callback(mpv_, nullptr, nullptr);
@@ -65,7 +72,10 @@ MpvPlayer::~MpvPlayer() {
 }
 
 mpv_handle* MpvPlayer::handle() const {
-    if (!attached_) attach();
+    if (!attached_) {
+        start();
+        attach();
+    }
     return mpv_;
 }
 

@@ -5,24 +5,19 @@
 // media_player.h); the volume is this player's own, and with no sound device the music still
 // "plays" silently in real time on the null output, so a cursor play works on any machine.
 //
-// Threads: the mpv instance starts on a thread of its own (mpv_library.h);
-// until it's ready, volume, speed and device are only kept and are applied
-// when it is, and a call that needs the instance waits for it.  libmpv's
+// Threads: the mpv instance starts on a thread of its own (mpv_library.h)
+// at start() or at the first call that needs it; until it's ready, volume, speed and device are
+// only kept and are applied when it is, and a call that needs the instance waits for it.  libmpv's
 // wakeup callback comes from mpv's threads and only queues a call; the events
 // are drained on the GUI thread.
 
 #include "transport/media_player.h"
+#include "transport/mpv_library.h"
 
 #include <QElapsedTimer>
 #include <QObject>
 #include <QString>
 #include <future>
-
-struct mpv_handle;
-
-namespace mv {
-struct MpvApi;
-}
 
 namespace mv {
 
@@ -35,6 +30,11 @@ class MpvPlayer : public QObject, public MediaPlayer {
     explicit MpvPlayer(const QString& audioOutput = QStringLiteral("auto"),
                        QObject* parent = nullptr);
     ~MpvPlayer() override;
+
+    // Starts the mpv instance in the background (mpv_library.h); later calls
+    // do nothing.  Until then nothing of libmpv is loaded; a call that needs
+    // the instance starts it itself and waits for it.
+    void start() const;
 
     void setURL(const QString& path) override;
     QString URL() const override { return url_; }
@@ -83,6 +83,7 @@ class MpvPlayer : public QObject, public MediaPlayer {
     void runAtRate();
     void markPosition(double pos);
 
+    mutable MpvOptions options_; // until started
     mutable std::future<mpv_handle*> starting_;
     mutable bool attached_ = false;
     mutable mpv_handle* mpv_ = nullptr; // set once attached

@@ -10,17 +10,23 @@ namespace mv {
 ToneBeeper::ToneBeeper(Clock& clock, const QString& audioOutput) : clock_(clock) {
     const QByteArray ao = audioOutput == u"auto" ? QByteArrayLiteral("pipewire,pulse,alsa,null")
                                                  : QByteArrayLiteral("null");
-    starting_ = startMpv(
-        {{"ao", ao}, {"vid", "no"}, {"idle", "yes"}, {"terminal", "no"}, {"audio-buffer", "0.02"}});
+    options_ = {
+        {"ao", ao}, {"vid", "no"}, {"idle", "yes"}, {"terminal", "no"}, {"audio-buffer", "0.02"}};
+}
+
+void ToneBeeper::start() {
+    if (!starting_.valid() && !attached_) starting_ = startMpv(std::move(options_));
 }
 
 ToneBeeper::~ToneBeeper() {
+    if (!starting_.valid() && !attached_) return; // never started
     mpv_handle* mpv = attached_ ? mpv_ : starting_.get();
     if (mpv) mpvApi()->terminate_destroy(mpv);
 }
 
 void ToneBeeper::beep(int hz, int ms) {
     if (!attached_) {
+        start();
         attached_ = true;
         mpv_ = starting_.get();
     }

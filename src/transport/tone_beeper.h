@@ -6,11 +6,10 @@
 // itself plays asynchronously, a few milliseconds behind.
 
 #include "core/beeper.h"
+#include "transport/mpv_library.h"
 
 #include <QString>
 #include <future>
-
-struct mpv_handle;
 
 namespace mv {
 
@@ -24,10 +23,14 @@ class ToneBeeper final : public Beeper {
     ToneBeeper(const ToneBeeper&) = delete;
     ToneBeeper& operator=(const ToneBeeper&) = delete;
     void beep(int hz, int ms) override;
+    // Starts the tone's mpv instance in the background; the first beep
+    // starts it otherwise, and waits for it.
+    void start();
 
   private:
     Clock& clock_;
     // The instance starts in the background; the first beep waits for it.
+    MpvOptions options_; // until started
     std::future<mpv_handle*> starting_;
     bool attached_ = false;
     mpv_handle* mpv_ = nullptr;
