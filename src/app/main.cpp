@@ -230,9 +230,10 @@ int main(int argc, char** argv) {
         s.velmor.WindowTop = main->y() * 15.0;
     };
     hooks.unloadWindows = [&] {
-        unloadLibraryWindows(s, library);
+        // The sheet windows first, then the play list and the other windows.
         if (windows.find(QStringLiteral("AdobeF"))) writeAdobeFx(s);
         windows.unload(QStringLiteral("AdobeF"));
+        unloadLibraryWindows(s, library);
     };
     installHelp(s, windows, &hooks);
     // Closing the main window ends a running play at its next step and

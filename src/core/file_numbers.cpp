@@ -4,6 +4,7 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QSaveFile>
+#include <QStringDecoder>
 
 namespace mv {
 
@@ -17,17 +18,27 @@ struct FileTable::Slot {
 };
 
 QStringList splitLines(const QByteArray& bytes) {
+    // UTF-8 when the whole file is valid UTF-8 (what this program writes),
+    // else Latin-1, so that files written on Windows still read.  CR and LF
+    // never occur inside a UTF-8 sequence, so lines split on bytes.
+    QStringDecoder utf8(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
+    const QString decoded = utf8.decode(bytes); // decoding is lazy: make it happen
+    const bool isUtf8 = !utf8.hasError();
+    auto text = [&](qsizetype from, qsizetype len) {
+        const QByteArrayView v(bytes.constData() + from, len);
+        return isUtf8 ? QString::fromUtf8(v) : QString::fromLatin1(v);
+    };
     QStringList lines;
     qsizetype start = 0;
     const qsizetype n = bytes.size();
     for (qsizetype i = 0; i < n; ++i) {
         const char c = bytes[i];
         if (c != '\r' && c != '\n') continue;
-        lines << QString::fromLatin1(bytes.constData() + start, i - start);
+        lines << text(start, i - start);
         if (c == '\r' && i + 1 < n && bytes[i + 1] == '\n') ++i;
         start = i + 1;
     }
-    if (start < n) lines << QString::fromLatin1(bytes.constData() + start, n - start);
+    if (start < n) lines << text(start, n - start);
     return lines;
 }
 
@@ -112,11 +123,11 @@ void FileTable::writeLine(int number, const QString& text) {
     Slot& s = slot(number);
     if (s.stream) {
         // One write per line, unbuffered: the line is in the file when this returns.
-        if (s.stream->write(text.toLatin1() + "\r\n") < 0) throw failures::pathFileAccess();
+        if (s.stream->write(text.toUtf8() + "\r\n") < 0) throw failures::pathFileAccess();
         return;
     }
     if (!s.out) throw failures::badFileNumber();
-    s.out->write(text.toLatin1());
+    s.out->write(text.toUtf8());
     s.out->write("\r\n", 2);
 }
 
@@ -124,7 +135,7 @@ void writeLinesAtomically(const QString& path, const QStringList& lines) {
     QSaveFile f(path);
     if (!f.open(QIODevice::WriteOnly)) throw failures::pathFileAccess();
     for (const QString& l : lines) {
-        f.write(l.toLatin1());
+        f.write(l.toUtf8());
         f.write("\r\n", 2);
     }
     if (!f.commit()) throw failures::pathFileAccess();

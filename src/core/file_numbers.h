@@ -2,7 +2,8 @@
 // The process-wide table of open text files by small fixed number:
 // 1 settings files, the play read, the table write, list files; 2 the record
 // stream and "AdobeFx.ini"; 3 the edit load and "AdobeF2.ini"; 4 the header
-// take.  Lines end in CR LF and hold single-byte text (Latin-1 here).
+// take.  Lines end in CR LF; text is written as UTF-8 and read as UTF-8 or,
+// when the bytes are not valid UTF-8, as Latin-1.
 //
 // Output files are written to a temporary file beside the target and renamed
 // over it when the number is closed, so a crash never leaves half a file.
@@ -58,10 +59,11 @@ class FileTable {
 };
 
 // Splits file bytes into lines the way the readers see them (shared with the
-// table so tests and fuzzers can feed bytes directly).
+// table so tests and fuzzers can feed bytes directly): UTF-8 when all the
+// bytes are valid UTF-8, else Latin-1.  Lines end at CR LF, CR or LF.
 QStringList splitLines(const QByteArray& bytes);
 
-// Writes `lines` each ended by CR LF to `path` through a temporary file and
+// Writes `lines` in UTF-8, each ended by CR LF, to `path` through a temporary file and
 // a rename.  Failure 75 when it cannot be written.
 void writeLinesAtomically(const QString& path, const QStringList& lines);
 

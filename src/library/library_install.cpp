@@ -19,15 +19,19 @@ void installLibrary(Session& s, Library& lib) {
     s.Command9_Click = [&s, &lib] { printIndex(s, lib); };
     s.Command15_Click = [&s, &lib] { Command15_Click(s, lib); };
     // A right press on the song list shows the play list: loaded first, so
-    // the entry it adds comes after the items of "PlayList.txt".
+    // the entry it adds comes after the items of "PlayList.txt".  A file that
+    // cannot be read is said; the window shows what the session has, and the
+    // next showing tries the file again.
     lib.subs.push_back(s.playLst.Visible.subscribe([&s, &lib] {
-        if (s.playLst.Visible.get() && !lib.playLstLoaded) PlayLst_Load(s, lib);
+        if (s.playLst.Visible.get() && !lib.playLstLoaded)
+            runGuarded(s.messages, [&] { PlayLst_Load(s, lib); });
     }));
     if (s.windows) installLibraryWindows(s, lib);
 }
 
 void unloadLibraryWindows(Session& s, Library& lib) {
-    // A play list that cannot be written is said, and shut-down goes on.
+    // Deliberately lenient: a play list that cannot be written is said, and
+    // shut-down goes on (the old file stands) so the other settings are saved.
     runGuarded(s.messages, [&] { PlayLst_Unload(s, lib); });
     Dirx_Unload(s, lib);
     IndexForm_Close(s, lib);

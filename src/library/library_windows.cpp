@@ -31,6 +31,9 @@ namespace mv {
 
 namespace {
 
+// Margin of PlayLst, in pixels.
+constexpr int kMargin = 8;
+
 QPushButton* button(QWidget* parent, const char* name, const QString& caption) {
     auto* b = new QPushButton(caption, parent);
     b->setObjectName(QString::fromLatin1(name));
@@ -61,6 +64,10 @@ void mirrorList(QListWidget* w, Prop<QStringList>& items, Prop<int>& index,
 PlayLstWindow::PlayLstWindow(Session& s, Library& lib) : s_(s), lib_(lib) {
     setWindowTitle(QStringLiteral("Play List"));
     auto* outer = new QVBoxLayout(this);
+    // The window may be narrower than its controls: Setup's 4050 twips show
+    // the list and its buttons alone, the check boxes lying beyond the edge.
+    outer->setSizeConstraint(QLayout::SetNoConstraint);
+    outer->setContentsMargins(kMargin, kMargin, kMargin, kMargin);
     auto* bar = new QMenuBar(this);
     outer->setMenuBar(bar);
     auto entry = [this](auto* where, const char* name, const QString& caption,
@@ -82,7 +89,7 @@ PlayLstWindow::PlayLstWindow(Session& s, Library& lib) : s_(s), lib_(lib) {
     row->addLayout(left, 0);
     list1_ = new QListWidget(this);
     list1_->setObjectName(QStringLiteral("List1"));
-    list1_->setFixedWidth(250);
+    list1_->setFixedWidth(px(4050) - 2 * kMargin);
     list1_->installEventFilter(this);
     list1_->viewport()->installEventFilter(this);
     mirrorList(list1_, s.playLst.List1, s.playLst.ListIndex, subs_);
@@ -98,10 +105,12 @@ PlayLstWindow::PlayLstWindow(Session& s, Library& lib) : s_(s), lib_(lib) {
     buttons->addWidget(clear);
     left->addLayout(buttons);
 
-    auto* checks = new QVBoxLayout;
-    row->addLayout(checks, 1);
+    // The check boxes stand at a fixed place right of the list's 4050 twips,
+    // outside the layout, so that the window's width alone shows or hides them.
+    auto* panel = new QWidget(this);
+    auto* checks = new QVBoxLayout(panel);
     auto check = [&](const char* name, const QString& caption, CheckBox& c) {
-        auto* b = new QCheckBox(caption, this);
+        auto* b = new QCheckBox(caption, panel);
         b->setObjectName(QString::fromLatin1(name));
         subs_.push_back(bindCheckBox(c, b, &s_.messages));
         checks->addWidget(b);
@@ -110,7 +119,8 @@ PlayLstWindow::PlayLstWindow(Session& s, Library& lib) : s_(s), lib_(lib) {
           s.playLst.CloseSelect);
     check("CloseDelete", QStringLiteral("Close list after Deletion"), s.playLst.CloseDelete);
     check("DelItem", QStringLiteral("Delete item after selection"), s.playLst.DelItem);
-    checks->addStretch(1);
+    panel->setGeometry(px(4050), bar->sizeHint().height(), panel->sizeHint().width(),
+                       panel->sizeHint().height());
     auto width = [this] { resize(px(s_.playLst.Width.get()), height()); };
     subs_.push_back(s.playLst.Width.subscribe(width));
     resize(px(s.playLst.Width.get()), 400);

@@ -77,19 +77,25 @@ void applyListFile(Session& s, const ListFile& f) {
 }
 
 void PlayLst_Load(Session& s, Library& lib) {
-    lib.playLstLoaded = true;
     const QString path = configFile(s, kPlayList);
     if (QFileInfo(path).isFile()) applyListFile(s, readListFile(s, path, false));
+    // Only a list that was read may be written back over the file.
+    lib.playLstLoaded = true;
 }
 
 void PlayLst_Unload(Session& s, Library& lib) {
-    if (!lib.playLstLoaded) return;
-    lib.playLstLoaded = false;
-    s.playLst.Visible.set(false);
+    if (!lib.playLstLoaded) {
+        // The file could not be read: it is left as it is.
+        s.playLst.Visible.set(false);
+        return;
+    }
     ListFile f = playListOf(s);
     f.items.removeAll(QString());
-    s.playLst.List1.set({});
+    // Written first: a list that cannot be written stays in the window.
     writeListFile(s, configFile(s, kPlayList), f);
+    lib.playLstLoaded = false;
+    s.playLst.Visible.set(false);
+    s.playLst.List1.set({});
 }
 
 void showPlayLst(Session& s, Library& lib) {
@@ -104,7 +110,8 @@ void Command15_Click(Session& s, Library& lib) {
 
 void List1_LeftPress(Session& s, Library& lib, int item) {
     const QStringList& items = s.playLst.List1.get();
-    const QString key = item >= 0 && item < items.size() ? items[item].toUpper() : QString();
+    const QString text = item >= 0 && item < items.size() ? items[item] : QString();
+    const QString key = text.toUpper();
     const QStringList& songs = s.velmor.File1List.get();
     int found = -1;
     for (int i = 1; i < songs.size() && found < 0; ++i)
@@ -112,9 +119,12 @@ void List1_LeftPress(Session& s, Library& lib, int item) {
     if (found < 0) return;
     s.velmor.File1ListIndex.set(found);
     if (s.File1_MouseDown) s.File1_MouseDown(1, 0, 0, 0);
-    if (s.playLst.DelItem.get() == 1 && item >= 0 && item < s.playLst.List1.get().size()) {
-        QStringList l = s.playLst.List1.get();
-        l.removeAt(item);
+    // The load lets events run: the list may have changed meanwhile, so the
+    // item is found again by its text (at its old place first).
+    QStringList l = s.playLst.List1.get();
+    const qsizetype at = item >= 0 && item < l.size() && l[item] == text ? item : l.indexOf(text);
+    if (s.playLst.DelItem.get() == 1 && item >= 0 && at >= 0) {
+        l.removeAt(at);
         s.playLst.List1.set(l);
         s.playLst.ListIndex.set(-1);
     }

@@ -41,16 +41,20 @@ void applyListFile(Session& s, const ListFile& f);
 
 // Shows PlayLst, loading it first (reads "PlayList.txt" if it is there).
 void showPlayLst(Session& s, Library& lib);
-// Loading only: the list file read, empty items passed over.
+// Loading only: the list file read, empty items passed over; the list counts
+// as loaded only when the read succeeded.
 void PlayLst_Load(Session& s, Library& lib);
-// Unloading: "PlayList.txt" written with every item that is not empty.
+// Unloading: "PlayList.txt" written with every item that is not empty, then
+// the window hidden and emptied; a failed write (75) leaves both.  A list
+// that was never loaded is hidden without writing.
 void PlayLst_Unload(Session& s, Library& lib);
 
 // Command15 "Play List" of the main window: OverlayArmed = 0, PlayLst shown.
 void Command15_Click(Session& s, Library& lib);
 // A left press on the item `item` (-1: none selected): the first entry from
 // 1 on whose trimmed upper-cased name holds the upper-cased item is loaded;
-// then DelItem removes the item, CloseSelect unloads PlayLst.  No match:
+// then DelItem removes the item (found again by its text: the load lets
+// events run, which may change the list), CloseSelect unloads PlayLst.  No match:
 // nothing.
 void List1_LeftPress(Session& s, Library& lib, int item);
 // A right press: the selected item removed, then CloseDelete unloads PlayLst.

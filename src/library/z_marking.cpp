@@ -28,7 +28,10 @@ QStringList zSiblings(const QString& name) {
 void renameByCopy(const QString& folder, const QString& from, const QString& to) {
     const QDir dir(folder);
     const QString source = existingPathIgnoringCase(dir.filePath(from));
-    if (!QFileInfo(source).isFile() || QFileInfo::exists(dir.filePath(to))) return;
+    // A target that is there in any case is left alone, as is the source.
+    if (!QFileInfo(source).isFile() ||
+        QFileInfo::exists(existingPathIgnoringCase(dir.filePath(to))))
+        return;
     if (!QFile::copy(source, dir.filePath(to))) throw failures::pathFileAccess();
     if (!QFile::remove(source)) throw failures::pathFileAccess();
 }

@@ -23,7 +23,7 @@ QString nameWithoutZ(const QString& name);
 QStringList zSiblings(const QString& name);
 
 // Renames `from` to `to` in `folder` by a copy and a delete, when `from`
-// exists (found whatever its case) and `to` does not; otherwise nothing.
+// exists and `to` does not, both found whatever their case; otherwise nothing.
 // Failure 75 when the copy or the delete fails; a failed delete leaves both.
 void renameByCopy(const QString& folder, const QString& from, const QString& to);
 

@@ -1,17 +1,23 @@
 // The song library over a folder of real files, with a stand-in for the song
-// load: random choice with a scripted generator, Z marking (missing sibling,
-// existing target, failures half way), the play list's clicks and its sets.
+// load (the real right press): random choice with a scripted generator, Z
+// marking (missing sibling, existing target, failures half way), the play
+// list's clicks, its file when unreadable or unwritable, its sets, Setup.
 
+#include "core/qt_bind.h"
 #include "core/session_state.h"
 #include "core/values.h"
 #include "fakes.h"
 #include "library/library.h"
+#include "library/library_windows.h"
 #include "library/play_list.h"
 #include "library/print_index.h"
 #include "library/random_choice.h"
 #include "library/song_list.h"
 #include "library/z_marking.h"
+#include "transport/song_loading.h"
 
+#include <QAction>
+#include <QCheckBox>
 #include <QDir>
 #include <QFile>
 #include <QTemporaryDir>
@@ -45,7 +51,9 @@ class LibraryTest : public ::testing::Test {
         s.velmor.Text1.setText(dir.path());
         s.velmor.Text2.setText("*.mp3");
         s.File1_MouseDown = [this](int button, int, double, double) {
-            if (button == 1 && !s.velmor.SuppressLoad) loads << s.velmor.File1FileName();
+            if (button == 2) return File1_MouseDown(s, 2, 0, 0, 0);
+            if (!s.velmor.SuppressLoad) loads << s.velmor.File1FileName();
+            if (duringLoad) duringLoad(); // the load lets events run
         };
         installLibrary(s, lib);
     }
@@ -73,6 +81,7 @@ class LibraryTest : public ::testing::Test {
     Library lib;
     QTemporaryDir dir, config;
     QStringList loads;
+    std::function<void()> duringLoad;
 };
 
 // Runs `fn` as an unprivileged user when the test runs as root, so that
@@ -114,7 +123,16 @@ TEST_F(LibraryTest, SelRLeavesOutZXMixPlayedAndEntryZero) {
     EXPECT_EQ(s.velmor.PlayedList, "");
     EXPECT_EQ(m.shown.last(), "Already Played list is now clear.");
 
-    // "Select Random MP3" with the program's generator: only Played and Song come.
+    // A Z made after start-up lies inside the range: drawn, never loaded.
+    select("Played.mp3");
+    m.yesNoAnswers = {true};
+    s.Command5_Click();
+    ASSERT_EQ(s.velmor.File1List.get()[4], "Z Played.mp3");
+    ScriptedRandom z({0.99, 0.25});
+    SelR(s, z);
+    EXPECT_EQ(std::pair(loads.last(), z.draws), std::pair(QString("Song.mp3"), 2));
+
+    // "Select Random MP3" with the program's generator: only Song comes.
     const auto real = makeRandomSource();
     lib.random = real.get();
     for (int i = 0; i < 20; ++i) {
@@ -122,7 +140,7 @@ TEST_F(LibraryTest, SelRLeavesOutZXMixPlayedAndEntryZero) {
         clock.advanceBy(7);
         s.Command4_Click();
     }
-    EXPECT_EQ(loads.filter("Song.mp3").size() + loads.filter("Played.mp3").size(), 21);
+    EXPECT_EQ(loads.filter("Song.mp3").size(), 22);
 }
 
 TEST_F(LibraryTest, SelROnAListOfOneIsTheErrorMessage) {
@@ -138,7 +156,7 @@ TEST_F(LibraryTest, SetZAndRemoveZWithAMissingSiblingAndAnExistingTarget) {
     songs({"Blue.mp3", "Other.mp3", "Song.mp3"});
     write("Blue.MAP", "map");
     write("Blue.pdf", "sheet");
-    write("Z Blue.pdf", "older sheet");
+    write("z blue.PDF", "older sheet"); // the target, in another case
     s.files.open(1, dir.filePath("Blue.MAP"), FileMode::Input);
     select("Blue.mp3");
     m.yesNoAnswers = {true};
@@ -146,11 +164,13 @@ TEST_F(LibraryTest, SetZAndRemoveZWithAMissingSiblingAndAnExistingTarget) {
     EXPECT_EQ(m.shown,
               QStringList{"Are you sure you want to put a Z at the beginning of 'Blue.mp3'."});
     EXPECT_FALSE(s.files.isOpen(1));
-    EXPECT_EQ(read("Z Blue.mp3"), "Blue.mp3");
-    EXPECT_EQ(read("Z Blue.MAP"), "map");
-    EXPECT_EQ(read("Blue.pdf"), "sheet"); // the target was there: both stay
-    EXPECT_EQ(read("Z Blue.pdf"), "older sheet");
-    EXPECT_FALSE(QFile::exists(dir.filePath("Blue.mp3")));
+    // The target of the sheet was there: both stay.
+    for (auto [name, bytes] : {std::pair{"Z Blue.mp3", "Blue.mp3"},
+                               {"Z Blue.MAP", "map"},
+                               {"Blue.pdf", "sheet"},
+                               {"z blue.PDF", "older sheet"},
+                               {"Blue.mp3", "(missing)"}})
+        EXPECT_EQ(read(name), bytes) << name;
     EXPECT_EQ(s.velmor.File1List.get(), (QStringList{"Other.mp3", "Song.mp3", "Z Blue.mp3"}));
     EXPECT_EQ(s.velmor.File1ListIndex.get(), 1);
     EXPECT_TRUE(loads.isEmpty());
@@ -165,7 +185,7 @@ TEST_F(LibraryTest, SetZAndRemoveZWithAMissingSiblingAndAnExistingTarget) {
     s.Command6_Click();
     EXPECT_EQ(read("Blue.mp3"), "Blue.mp3");
     EXPECT_EQ(read("Blue.MAP"), "map");
-    EXPECT_EQ(read("Z Blue.pdf"), "older sheet"); // "Blue.pdf" stands in the way
+    EXPECT_EQ(read("z blue.PDF"), "older sheet"); // "Blue.pdf" stands in the way
     EXPECT_EQ(m.shown.size(), 3);
 }
 
@@ -197,12 +217,11 @@ TEST_F(LibraryTest, ARenameThatFailsLosesNoFile) {
 
 TEST_F(LibraryTest, PlayListClicksFindByContainmentFromEntryOne) {
     songs({"A first.mp3", "Blue Moon.mp3", "Blue Moon MIX.mp3", "Moon.mp3", "Z Song.mp3"});
-    writeListFile(s, config.filePath("PlayList.txt"), {0, 0, 0, {"Moon", "", "Song.mp3"}});
+    const QString file = config.filePath("PlayList.txt");
+    writeListFile(s, file, {0, 0, 0, {"Moon", "", "Song.mp3"}});
     // A right press on the song list shows the play list, loaded first.
     select("A first.mp3");
-    s.playLst.Visible.set(true);
-    QStringList l = s.playLst.List1.get();
-    s.playLst.List1.set(l << "A first.mp3");
+    s.File1_MouseDown(2, 0, 0, 0);
     ASSERT_EQ(s.playLst.List1.get(), (QStringList{"Moon", "Song.mp3", "A first.mp3"}));
 
     const struct {
@@ -217,18 +236,19 @@ TEST_F(LibraryTest, PlayListClicksFindByContainmentFromEntryOne) {
         List1_LeftPress(s, lib, c.item);
         EXPECT_EQ(loads, c.loaded ? QStringList{c.loaded} : QStringList{}) << c.item;
     }
-    // DelItem removes what was loaded; CloseSelect unloads and writes the list.
+    // DelItem removes what was loaded, even when the list changed during the
+    // load; CloseSelect unloads and writes the list.
     s.playLst.DelItem.set(1);
     s.playLst.CloseSelect.set(1);
+    duringLoad = [this] { s.playLst.List1.set({"Song.mp3", "A first.mp3"}); };
     List1_LeftPress(s, lib, 1);
+    duringLoad = nullptr;
     EXPECT_FALSE(s.playLst.Visible.get());
-    EXPECT_FALSE(lib.playLstLoaded);
-    QFile f(config.filePath("PlayList.txt"));
-    ASSERT_TRUE(f.open(QIODevice::ReadOnly));
-    EXPECT_EQ(f.readAll(), QByteArray(" 1 \r\n 0 \r\n 1 \r\nMoon\r\nA first.mp3\r\n"));
+    EXPECT_EQ(readListFile(s, file, true).items, QStringList{"A first.mp3"});
 
     // A right press removes the selected item; CloseDelete unloads.
     s.Command15_Click();
+    s.playLst.List1.set({"Moon", "A first.mp3"});
     s.playLst.ListIndex.set(0);
     s.playLst.CloseDelete.set(1);
     List1_RightPress(s, lib);
@@ -237,25 +257,56 @@ TEST_F(LibraryTest, PlayListClicksFindByContainmentFromEntryOne) {
     EXPECT_EQ(s.playLst.List1.get(), QStringList{"A first.mp3"});
 }
 
+TEST_F(LibraryTest, AListFileThatCannotBeReadOrWrittenLosesNothing) {
+    songs({"A.mp3"});
+    const QString file = config.filePath("PlayList.txt");
+    writeListFile(s, file, {0, 0, 0, {"Kept"}});
+    QFile(config.path()).setPermissions(QFileDevice::Permissions(0x7777));
+    QFile(file).setPermissions(QFileDevice::Permissions()); // unreadable
+    asNobody([&] { s.playLst.Visible.set(true); });
+    EXPECT_EQ(m.shown.last(), "Error 75 Path/File access error");
+    s.playLst.List1.set({"New"});
+    asNobody([&] { unloadLibraryWindows(s, lib); }); // the file is not written over
+    EXPECT_FALSE(s.playLst.Visible.get());
+    QFile(file).setPermissions(QFileDevice::Permissions(0x6644));
+    EXPECT_EQ(readListFile(s, file, true).items, QStringList{"Kept"});
+
+    // Shown again, the file is read; a folder that cannot be written keeps the list.
+    s.playLst.Visible.set(true);
+    ASSERT_EQ(s.playLst.List1.get(), QStringList{"Kept"});
+    QFile(config.path()).setPermissions(QFileDevice::Permissions(0x5555));
+    const qsizetype said = m.shown.size();
+    asNobody([&] { unloadLibraryWindows(s, lib); }); // said, and shut-down goes on
+    QFile(config.path()).setPermissions(QFileDevice::Permissions(0x7777));
+    EXPECT_EQ(m.shown.size(), said + 1);
+    EXPECT_EQ(s.playLst.List1.get(), QStringList{"Kept"});
+    EXPECT_TRUE(lib.playLstLoaded);
+}
+
 TEST_F(LibraryTest, ASetSavedAndLoadedWithItsCheckBoxes) {
     songs({"A.mp3", "B.mp3"});
     s.Command15_Click();
     s.playLst.List1.set({"A.mp3", "B.mp3"});
     s.playLst.CloseSelect.set(1);
     s.playLst.DelItem.set(1);
-    m.inputAnswers = {"Gig"};
-    SV_Click(s, lib);
-    EXPECT_EQ(read("Gig.SSS"), " 1 \r\n 0 \r\n 1 \r\nA.mp3\r\nB.mp3\r\n");
-    // The same name again, not overwritten; then a cancelled name: ".SSS".
-    s.playLst.List1.set({"B.mp3"});
-    m.inputAnswers = {"Gig.SSS"};
-    m.yesNoAnswers = {false};
-    SV_Click(s, lib);
-    EXPECT_EQ(m.shown.last(), "Gig.SSS exists. Overwrite?");
-    EXPECT_EQ(read("Gig.SSS"), " 1 \r\n 0 \r\n 1 \r\nA.mp3\r\nB.mp3\r\n");
-    m.inputAnswers = {QString()};
-    SV_Click(s, lib);
-    EXPECT_TRUE(QFile::exists(dir.filePath(".SSS")));
+    // The name asked, then the same name again and not overwritten; then a
+    // cancelled name: ".SSS".
+    const struct {
+        QString answer;
+        bool overwrite;
+        const char* saved;
+        QStringList items;
+    } cases[] = {{"Gig", false, "Gig.SSS", {"A.mp3", "B.mp3"}},
+                 {"Gig.SSS", false, "Gig.SSS", {"A.mp3", "B.mp3"}},
+                 {{}, false, ".SSS", {"B.mp3"}}};
+    for (const auto& c : cases) {
+        m.inputAnswers = {c.answer};
+        m.yesNoAnswers = {c.overwrite};
+        SV_Click(s, lib);
+        EXPECT_EQ(readListFile(s, dir.filePath(c.saved), true).items, c.items) << c.saved;
+        s.playLst.List1.set({"B.mp3"});
+    }
+    EXPECT_TRUE(m.shown.contains("Gig.SSS exists. Overwrite?"));
 
     s.playLst.CloseSelect.set(0);
     s.playLst.DelItem.set(0);
@@ -274,6 +325,19 @@ TEST_F(LibraryTest, ASetSavedAndLoadedWithItsCheckBoxes) {
               std::tuple(1, 0, 1));
     EXPECT_FALSE(s.files.isOpen(3));
     EXPECT_FALSE(lib.dirx.Visible.get());
+}
+
+TEST_F(LibraryTest, SetupRevealsAndHidesTheCheckBoxes) {
+    PlayLstWindow w(s, lib);
+    w.show();
+    auto* box = w.findChild<QCheckBox*>("DelItem");
+    for (bool revealed : {true, false}) {
+        w.findChild<QAction*>("ST")->trigger();
+        EXPECT_EQ(w.width(), px(revealed ? 8000 : 4050));
+        const int right = box->mapTo(&w, QPoint(box->width(), 0)).x();
+        EXPECT_EQ(right <= w.width(), revealed);
+        EXPECT_EQ(box->mapTo(&w, QPoint(0, 0)).x() >= w.width(), !revealed);
+    }
 }
 
 TEST_F(LibraryTest, PrintIndexAppendsACopyUntilClosedAndACancelledPrintIsSaid) {

@@ -32,6 +32,25 @@ TEST(FileTable, LinesEndAtCrLfCrOrLfAndReadingPastTheEndFails) {
     EXPECT_EQ(splitLines(""), QStringList{});
 }
 
+TEST(FileTable, NamesReadAsUtf8OrElseLatin1AndWriteAsUtf8) {
+    const struct {
+        QByteArray bytes;
+        QStringList lines;
+    } cases[] = {
+        {"Dvo\xc5\x99\xc3\xa1k.mp3\r\n 1 \r\n", {"Dvo\u0159\u00e1k.mp3", " 1 "}},
+        {"caf\xe9.mp3\r\nx", {"caf\u00e9.mp3", "x"}}, // a file from Windows
+        // One byte that is no UTF-8 makes the whole file Latin-1.
+        {"\xc3\xa9\r\n\xe9", {"\u00c3\u00a9", "\u00e9"}},
+        {"plain\rtext\n", {"plain", "text"}},
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(splitLines(c.bytes), c.lines) << c.bytes.toHex().constData();
+    // The UTF-8 file is written back byte for byte.
+    QTemporaryDir dir;
+    writeLinesAtomically(dir.filePath("l.txt"), cases[0].lines);
+    EXPECT_EQ(readAll(dir.filePath("l.txt")), cases[0].bytes);
+}
+
 TEST(FileTable, NumbersAreExclusiveAndClosingFromOutsideEndsTheReader) {
     QTemporaryDir dir;
     const QString p = dir.filePath("a.txt");
@@ -59,11 +78,11 @@ TEST(FileTable, OutputReplacesTheFileOnlyWhenClosed) {
     t.writeLine(1, "caf\u00e9");
     EXPECT_EQ(readFile(p), "old\r\n"); // a crash now leaves the old file whole
     t.close(1);
-    EXPECT_EQ(readFile(p), "new\r\ncaf\xe9\r\n"); // single-byte text, CR LF
+    EXPECT_EQ(readFile(p), "new\r\ncaf\xc3\xa9\r\n"); // UTF-8, CR LF
     t.open(2, p, FileMode::Append);
     t.writeLine(2, "more");
     t.close(2);
-    EXPECT_EQ(readFile(p), "new\r\ncaf\xe9\r\nmore\r\n");
+    EXPECT_EQ(readFile(p), "new\r\ncaf\xc3\xa9\r\nmore\r\n");
     EXPECT_EQ(QDir(dir.path()).entryList(QDir::Files), QStringList{"Mellivane.ini"});
 }
 
