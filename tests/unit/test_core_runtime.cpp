@@ -48,7 +48,7 @@ TEST(FileTable, NamesReadAsUtf8OrElseLatin1AndWriteAsUtf8) {
     // The UTF-8 file is written back byte for byte.
     QTemporaryDir dir;
     writeLinesAtomically(dir.filePath("l.txt"), cases[0].lines);
-    EXPECT_EQ(readAll(dir.filePath("l.txt")), cases[0].bytes);
+    EXPECT_EQ(readFile(dir.filePath("l.txt")), cases[0].bytes);
 }
 
 TEST(FileTable, NumbersAreExclusiveAndClosingFromOutsideEndsTheReader) {
