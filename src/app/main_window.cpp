@@ -113,7 +113,7 @@ void MainWindow::buildMenu(QLayout* outer) {
     QAction* ex = ff->addAction(QStringLiteral("Exit"));
     ex->setObjectName(QStringLiteral("EX"));
     connect(ex, &QAction::triggered, this, &QWidget::close);
-    entry(ff, "LA2", QStringLiteral("Load Adobe 2"), hook(s.LA2_Click));
+    entry(ff, "LA2", QStringLiteral("Load Sheet 2"), hook(s.LA2_Click));
     // "Save": the song's map through the Edit button, then the settings.
     entry(ff, "SAV", QStringLiteral("Save"), [&s] { adobeF::SAV_Click(s); });
     // "Connect" / "Disconnect": a client connects, either side ends the session.
@@ -362,9 +362,9 @@ QWidget* MainWindow::buildNwcFields() {
              "Label5", "Label6");
     // Back to sheet mode, with sheet window 1 or 2.
     form->addRow(
-        button("Command16", QStringLiteral("Load Adobe 1"), &Command16_Click),
+        button("Command16", QStringLiteral("Load Sheet 1"), &Command16_Click),
         button(
-            "Command17", QStringLiteral("Load Adobe 2"), +[](Session& s) { Command17_Click(s); }));
+            "Command17", QStringLiteral("Load Sheet 2"), +[](Session& s) { Command17_Click(s); }));
     return box;
 }
 

@@ -86,7 +86,7 @@ TEST_F(NotationTest, ModeSwitchesStartAndCloseTheViewer) {
               std::tuple(0, 0, true, true));
     notationOn();
     s.g.OverlayArmed = kTrue;
-    s.LA2_Click(); // File "Load Adobe 2": the same, and the overlay stays down
+    s.LA2_Click(); // File "Load Sheet 2": the same, and the overlay stays down
     EXPECT_EQ(
         std::tuple(sheet2Shown, v.NWCId, v.CNWC.get(), v.Command10Visible.get(), s.g.OverlayArmed),
         std::tuple(1, 0, 0, true, Flag(0)));
