@@ -322,6 +322,12 @@ QWidget* MainWindow::buildSetup() {
     addCheck(form, "SendAS", QStringLiteral("Send AutoScroll"), v.SendAS);
     form->addRow(QString(),
                  button("Command11", QStringLiteral("Restore Settings"), &Command11_Click));
+    // Back to sheet mode, with sheet window 1 or 2; outside the notation
+    // box, so they stay on the panel while Label20 hides the box.
+    form->addRow(
+        button("Command16", QStringLiteral("Load Sheet 1"), &Command16_Click),
+        button(
+            "Command17", QStringLiteral("Load Sheet 2"), +[](Session& s) { Command17_Click(s); }));
     // The empty label: a press shows or hides the notation viewer's fields.
     auto* label20 = new QLabel(panel);
     label20->setObjectName(QStringLiteral("Label20"));
@@ -360,11 +366,6 @@ QWidget* MainWindow::buildNwcFields() {
     text3->installEventFilter(this);
     addField(form, "Text4", QStringLiteral("NWC Delay"), v.Text4, QStringLiteral("seconds"),
              "Label5", "Label6");
-    // Back to sheet mode, with sheet window 1 or 2.
-    form->addRow(
-        button("Command16", QStringLiteral("Load Sheet 1"), &Command16_Click),
-        button(
-            "Command17", QStringLiteral("Load Sheet 2"), +[](Session& s) { Command17_Click(s); }));
     return box;
 }
 
