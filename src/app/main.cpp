@@ -168,9 +168,6 @@ int main(int argc, char** argv) {
             WindowsMediaPlayer1_MouseDown(s, 1, 0, 0, 0);
         };
         w->handlers[QStringLiteral("Command16")] = [&s] { Command8_Click(s); };
-        w->handlers[QStringLiteral("Command11")] = [&s] {
-            if (s.adobeF_Command11_Click) s.adobeF_Command11_Click();
-        };
         w->handlers[QStringLiteral("Command1")] = [w] { w->close(); };
         installRecordingControls(s, *w);
         // Its place: "AdobeFx.ini" when there is one, else beside the main

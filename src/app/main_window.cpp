@@ -116,7 +116,7 @@ void MainWindow::buildMenu(QLayout* outer) {
     QAction* ex = ff->addAction(QStringLiteral("Exit"));
     ex->setObjectName(QStringLiteral("EX"));
     connect(ex, &QAction::triggered, this, &QWidget::close);
-    entry(ff, "LA2", QStringLiteral("Load Adobe 2"), hook(s.LA2_Click));
+    entry(ff, "LA2", QStringLiteral("Load Sheet 2"), hook(s.LA2_Click));
     // "Save": the song's map through the Edit button, then the settings.
     entry(ff, "SAV", QStringLiteral("Save"), [&s] { adobeF::SAV_Click(s); });
     // "Connect" / "Disconnect": a client connects, either side ends the session.
@@ -325,6 +325,12 @@ QWidget* MainWindow::buildSetup() {
     addCheck(form, "SendAS", QStringLiteral("Send AutoScroll"), v.SendAS);
     form->addRow(QString(),
                  button("Command11", QStringLiteral("Restore Settings"), &Command11_Click));
+    // Back to sheet mode, with sheet window 1 or 2; outside the notation
+    // box, so they stay on the panel while Label20 hides the box.
+    form->addRow(
+        button("Command16", QStringLiteral("Load Sheet 1"), &Command16_Click),
+        button(
+            "Command17", QStringLiteral("Load Sheet 2"), +[](Session& s) { Command17_Click(s); }));
     // The empty label: a press shows or hides the notation viewer's fields.
     auto* label20 = new QLabel(panel);
     label20->setObjectName(QStringLiteral("Label20"));
@@ -363,11 +369,6 @@ QWidget* MainWindow::buildNwcFields() {
     text3->installEventFilter(this);
     addField(form, "Text4", QStringLiteral("NWC Delay"), v.Text4, QStringLiteral("seconds"),
              "Label5", "Label6");
-    // Back to sheet mode, with sheet window 1 or 2.
-    form->addRow(
-        button("Command16", QStringLiteral("Load Adobe 1"), &Command16_Click),
-        button(
-            "Command17", QStringLiteral("Load Adobe 2"), +[](Session& s) { Command17_Click(s); }));
     return box;
 }
 

@@ -337,7 +337,7 @@ struct Session {
     // Writes "Mellivane.ini" from the setup fields.
     std::function<void()> SaveVelmor;
     // Menu entries and check boxes of the main window whose features are
-    // installed by their own subsystems: "Load Adobe 2", "Connect", "Help",
+    // installed by their own subsystems: "Load Sheet 2", "Connect", "Help",
     // "Control NWCViewer" and the panels' check boxes.
     std::function<void()> LA2_Click, ConnectIt_Click, HH_Click, CNWC_Click;
     std::function<void()> ShowB_Click, ShowVB_Click, FootControl_Click;

@@ -1,8 +1,8 @@
 #pragma once
 // The notation viewer, wired into the program: the hooks through which song
 // loading, play start, the fade, start-up and shut-down reach the viewer,
-// and the mode switches of the main window (CNWC, LoadPDF, "Load Adobe 1",
-// "Load Adobe 2").
+// and the mode switches of the main window (CNWC, LoadPDF, "Load Sheet 1",
+// "Load Sheet 2").
 
 namespace mv {
 

@@ -21,9 +21,9 @@ class NotationDriver;
 // stays as it was.
 void CNWC_Click(Session& s, NotationDriver& d);
 
-// "Load Adobe 1" (Command16): back to sheet mode with sheet window 1.
+// "Load Sheet 1" (Command16): back to sheet mode with sheet window 1.
 void Command16_Click(Session& s);
-// "Load Adobe 2" (Command17 and the File menu's LA2): back to sheet mode
+// "Load Sheet 2" (Command17 and the File menu's LA2): back to sheet mode
 // with sheet window 2; `fromMenu` also keeps the overlay down.
 void Command17_Click(Session& s, bool fromMenu = false);
 

@@ -3,6 +3,8 @@
 #include "core/event_pump.h"
 #include "core/values.h"
 
+#include <QDir>
+#include <QFile>
 #include <QFileInfo>
 #include <QProcess>
 #include <QStandardPaths>
@@ -15,7 +17,41 @@ namespace {
 // How long a started program may take to show its first window.
 constexpr int kFirstWindowMs = 10000;
 
-bool running(int32_t pid) { return pid > 0 && ::kill(pid, 0) == 0; }
+// The start time of process `pid` (field 22 of /proc/<pid>/stat, in clock
+// ticks since boot); 0 when there is no such process.  A process id that is
+// used again belongs to a process with another start time.
+qint64 startTimeOf(qint64 pid) {
+    QFile f(QStringLiteral("/proc/%1/stat").arg(pid));
+    if (pid <= 0 || !f.open(QIODevice::ReadOnly)) return 0;
+    const QByteArray stat = f.readAll();
+    // The name in parentheses may hold blanks and parentheses: fields count
+    // from the last ")".
+    const QList<QByteArray> fields = stat.mid(stat.lastIndexOf(')') + 2).split(' ');
+    return fields.size() > 19 ? fields.at(19).toLongLong() : 0; // field 22
+}
+
+// `pid` and all its descendants, parents first (a wrapper script's viewer
+// is a child of the process started).
+QList<qint64> processTree(qint64 pid) {
+    QList<qint64> tree{pid};
+    for (qsizetype i = 0; i < tree.size() && tree.size() < 256; ++i) {
+        const QString tasks = QStringLiteral("/proc/%1/task").arg(tree.at(i));
+        for (const QString& task : QDir(tasks).entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
+            QFile children(tasks + u'/' + task + QStringLiteral("/children"));
+            if (!children.open(QIODevice::ReadOnly)) continue;
+            for (const QByteArray& child : children.readAll().split(' '))
+                if (const qint64 c = child.trimmed().toLongLong(); c > 0 && !tree.contains(c))
+                    tree.append(c);
+        }
+    }
+    return tree;
+}
+
+// How long one xdotool run of `args` may take: typing takes about 12 ms a
+// character, so a long name gets longer.
+int timeLimitMs(const QStringList& args) {
+    return args.value(0) == u"type" ? 3000 + 20 * int(args.last().size()) : 3000;
+}
 
 // The X keysym name of a character pressed with Alt.
 QString keysymOf(QChar c) {
@@ -36,6 +72,14 @@ XdotoolDriver::XdotoolDriver(EventPump& pump, QString xdotool)
                                  : std::move(xdotool)) {}
 
 QString XdotoolDriver::unavailableReason() const {
+    // Under Wayland the compositor doesn't let an X11 client bring another
+    // window to the front, so typed keys could land anywhere: refused, even
+    // where Xwayland gives a DISPLAY.
+    if (qEnvironmentVariable("XDG_SESSION_TYPE").compare(u"wayland", Qt::CaseInsensitive) == 0)
+        return QStringLiteral(
+            "The notation viewer can only be controlled in an X11 session, and this is a "
+            "Wayland session. Choose an X11 session (\"GNOME on Xorg\", \"Plasma (X11)\") "
+            "at the login screen to use it. The sheet (PDF) mode goes on working.");
     if (qEnvironmentVariableIsEmpty("DISPLAY"))
         return QStringLiteral(
             "The notation viewer can only be controlled on an X11 desktop, and this session has "
@@ -68,9 +112,19 @@ XdotoolDriver::Result XdotoolDriver::xdo(const QStringList& args, int timeoutMs)
     if (p.state() != QProcess::NotRunning) {
         p.kill();
         p.waitForFinished(1000); // a killed process ends at once
+        // A run killed midway may leave a key pressed.
+        if (args.value(0) != u"keyup") {
+            QProcess up;
+            up.start(xdotool_,
+                     {QStringLiteral("keyup"), QStringLiteral("alt"), QStringLiteral("shift"),
+                      QStringLiteral("ctrl"), QStringLiteral("Return")});
+            up.waitForFinished(1000);
+        }
         return r;
     }
-    r.ok = p.exitStatus() == QProcess::NormalExit && p.exitCode() == 0;
+    // A program that could not be started is NotRunning too, with an error.
+    r.ok = p.error() == QProcess::UnknownError && p.exitStatus() == QProcess::NormalExit &&
+           p.exitCode() == 0;
     r.out = QString::fromLocal8Bit(p.readAllStandardOutput()).trimmed();
     return r;
 }
@@ -82,16 +136,24 @@ int32_t XdotoolDriver::start(const QString& program) {
         !QProcess::startDetached(program, {}, QFileInfo(program).absolutePath(), &pid) || pid <= 0)
         throw Failure(53, QStringLiteral("File not found"));
     const auto id = static_cast<int32_t>(pid);
-    // Its first window, found by its process; then minimised, as a program
-    // that waits in the background until a song is opened.
-    const Result found =
-        xdo({QStringLiteral("search"), QStringLiteral("--sync"), QStringLiteral("--onlyvisible"),
-             QStringLiteral("--pid"), QString::number(pid)},
-            kFirstWindowMs);
-    if (found.ok && !found.out.isEmpty()) {
-        const QString window = found.out.section(u'\n', 0, 0);
-        windows_[id] = window;
-        xdo({QStringLiteral("windowminimize"), window});
+    startTimes_[id] = startTimeOf(pid);
+    // Its first window, found by its process or one it started; then
+    // minimised, as a program that waits in the background until a song is
+    // opened.
+    const int64_t end = pump_.clock().tickMs() + kFirstWindowMs;
+    while (running(id)) {
+        for (qint64 p : processTree(pid)) {
+            const Result found = xdo({QStringLiteral("search"), QStringLiteral("--onlyvisible"),
+                                      QStringLiteral("--pid"), QString::number(p)});
+            if (found.ok && !found.out.isEmpty()) {
+                const QString window = found.out.section(u'\n', 0, 0);
+                windows_[id] = window;
+                xdo({QStringLiteral("windowminimize"), window});
+                return id;
+            }
+        }
+        if (pump_.clock().tickMs() >= end) break;
+        pump_.waitUntil(std::min(end, pump_.clock().tickMs() + 200));
     }
     return id;
 }
@@ -116,19 +178,33 @@ QString XdotoolDriver::activateFound(const QStringList& what) {
     return {};
 }
 
+bool XdotoolDriver::running(int32_t id) const {
+    // The id is only this task's while the process has the start time it
+    // had then: a process that got the same id later is another one.
+    const auto it = startTimes_.find(id);
+    return id > 0 && ::kill(id, 0) == 0 &&
+           (it == startTimes_.end() || it->second == 0 || it->second == startTimeOf(id));
+}
+
 void XdotoolDriver::activateTask(int32_t id) {
     frontWindow_.clear();
     frontPid_ = 0;
     if (!running(id)) fail();
     QString window = windows_[id];
     if (window.isEmpty() || !activateWindow(window)) {
-        // The window it had is gone or never showed: look for its window now.
-        window = activateFound({QStringLiteral("--pid"), QString::number(id)});
+        // The window it had is gone or never showed: look for its window
+        // now, among the processes it started too.
+        window.clear();
+        for (qint64 p : processTree(id)) {
+            window = activateFound({QStringLiteral("--pid"), QString::number(p)});
+            if (!window.isEmpty()) break;
+        }
         if (window.isEmpty()) fail();
         windows_[id] = window;
     }
     frontWindow_ = window;
-    frontPid_ = id;
+    const qint64 owner = xdo({QStringLiteral("getwindowpid"), window}).out.toLongLong();
+    frontPid_ = owner > 0 ? owner : id;
 }
 
 void XdotoolDriver::activateTitle(const QString& title) {
@@ -157,7 +233,7 @@ void XdotoolDriver::sendKeys(const QString& keys) {
         if (frontPid_ == 0 || pid != frontPid_) fail();
     }
     for (const NotationKey& k : parseNotationKeys(keys))
-        if (!xdo(xdotoolArgs(k)).ok) fail();
+        if (const QStringList args = xdotoolArgs(k); !xdo(args, timeLimitMs(args)).ok) fail();
 }
 
 QStringList XdotoolDriver::xdotoolArgs(const NotationKey& key) {

@@ -9,7 +9,11 @@
 // and waited for until the window manager reports it active, and keys are
 // typed only while the active window still belongs to the program last
 // activated.  Each xdotool run is waited for through the event pump, with a
-// time limit.
+// time limit (longer for a long text); a run killed at its limit is followed
+// by a release of Alt, Shift, Control and Return.  A task's windows are
+// looked for among the processes it started too (a wrapper script that runs
+// the viewer under Wine).  A Wayland session is refused: the compositor
+// doesn't let one program activate another's window.
 
 #include "notation/notation_driver.h"
 
@@ -45,12 +49,16 @@ class XdotoolDriver final : public NotationDriver {
     // first window found that becomes active; its id, empty when none.
     QString activateFound(const QStringList& what);
     [[noreturn]] static void fail();
+    // Whether the task `id` this driver started still runs (the same
+    // process, not another that got its id since).
+    bool running(int32_t id) const;
 
     EventPump& pump_;
     QString xdotool_;
-    std::map<int32_t, QString> windows_; // task id -> its main window
-    QString frontWindow_;                // the window last activated; empty after a failure
-    qint64 frontPid_ = 0;                // its process, 0 when it tells none
+    std::map<int32_t, QString> windows_;   // task id -> its main window
+    std::map<int32_t, qint64> startTimes_; // task id -> its process's start time
+    QString frontWindow_;                  // the window last activated; empty after a failure
+    qint64 frontPid_ = 0;                  // its process, 0 when it tells none
 };
 
 } // namespace mv

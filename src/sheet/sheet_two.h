@@ -1,5 +1,5 @@
 #pragma once
-// The logic of sheet window 2, "AdobeF2" (caption "Adobe Reader 2"): a
+// The logic of sheet window 2, "AdobeF2" (caption "Sheet 2"): a
 // second PDF of the song on a second monitor, driven by the same map as
 // sheet window 1.  Its cursor, scroll and pages follow window 1 in the
 // operations of navigation, the play loop, the readouts and edit mode; what

@@ -39,7 +39,7 @@ QList<ScreenRef> allScreens() {
 SheetTwoWindow::SheetTwoWindow(Session& s, QWidget* viewer, QWidget* parent)
     : QWidget(parent), s_(s) {
     setObjectName(QStringLiteral("AdobeF2"));
-    setWindowTitle(QStringLiteral("Adobe Reader 2"));
+    setWindowTitle(QStringLiteral("Sheet 2"));
     SheetTwoState& w = s.adobeF2;
 
     picture3_ = new QWidget(this);

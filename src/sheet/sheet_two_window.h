@@ -1,5 +1,5 @@
 #pragma once
-// Sheet window 2, "AdobeF2" (caption "Adobe Reader 2"), on a second
+// Sheet window 2, "AdobeF2" (caption "Sheet 2"), on a second
 // monitor.  Built like sheet window 1 (the carrier Picture3 moved up by
 // VScroll1 holding the viewer AcroPDF1, the cursor Picture1 in the window's
 // coordinates) with its own strip: PageNR "Page", ScrollOffset "Top" and

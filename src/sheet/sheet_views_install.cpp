@@ -38,7 +38,7 @@ void installSheetViews(Session& s, WindowRegistry& windows, SheetViewHooks hooks
         w->placeOnScreen();
         return w;
     });
-    // "Load Adobe 2" (menu and button) is the notation mode's switch, which
+    // "Load Sheet 2" (menu and button) is the notation mode's switch, which
     // shows the window through this.
     s.showSheet2 = [&s, &windows] { showSheetTwo(s, windows); };
     s.reloadSheetWindow2 = [&s, &windows] {

@@ -189,6 +189,10 @@ SheetWindow::SheetWindow(Session& s, QWidget* viewer, QWidget* parent) : QWidget
     handlers[QStringLiteral("Command4")] = [&s] { Command4_Click(s); };
     handlers[QStringLiteral("Command6")] = [&s] { Command6_Click(s); };
     handlers[QStringLiteral("Command14")] = [&s] { Command14_Click(s); };
+    // "Help": the PDF help, which the help subsystem installs.
+    handlers[QStringLiteral("Command11")] = [&s] {
+        if (s.adobeF_Command11_Click) s.adobeF_Command11_Click();
+    };
     QWidget* command14 = controls_.value(QStringLiteral("Command14"));
     for (QWidget* w : std::as_const(controls_))
         w->installEventFilter(this);

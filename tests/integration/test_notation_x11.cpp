@@ -2,7 +2,8 @@
 // manager, driving the stand-in viewer (standin/): the song-load keys reach
 // it in order, a name with blanks arrives whole, shut-down's keys close it,
 // a viewer that has gone cannot be activated; a window is found by its
-// title.  Run by with_openbox.sh; MV_STANDIN names the stand-in.
+// title and through a wrapper script; a Wayland session is refused.  Run by with_openbox.sh;
+// MV_STANDIN names the stand-in.
 
 #include "core/session_state.h"
 #include "core/setup_screen.h"
@@ -119,6 +120,29 @@ TEST_F(NotationX11, SongLoadReachesTheViewerInOrderAndShutDownClosesIt) {
     EXPECT_THROW(driver.activateTask(id), Failure);
     // With no window activated, keys are refused rather than typed anywhere.
     EXPECT_THROW(driver.sendKeys("x"), Failure);
+}
+
+// A wrapper script that starts the viewer as its child (as one that runs it
+// under Wine does): the viewer's window is found through the script's task.
+// A Wayland session is refused even with a display.
+TEST_F(NotationX11, AViewerStartedByAWrapperScriptIsFound) {
+    const QString wrapper = dir.filePath("viewer.sh");
+    QFile f(wrapper);
+    ASSERT_TRUE(f.open(QIODevice::WriteOnly));
+    f.write(("#!/bin/sh\n\"" + standIn + "\"\n").toUtf8());
+    f.close();
+    f.setPermissions(f.permissions() | QFileDevice::ExeOwner);
+    const int32_t id = driver.start(wrapper);
+    EXPECT_NO_THROW(driver.activateTask(id));
+    EXPECT_NO_THROW(driver.sendKeys("x"));
+    EXPECT_TRUE(logHas("key x")) << log().join('\n').toStdString();
+    EXPECT_NO_THROW(driver.sendKeys("%FX"));
+    EXPECT_TRUE(logHas("exit")) << log().join('\n').toStdString();
+
+    qputenv("XDG_SESSION_TYPE", "wayland");
+    EXPECT_TRUE(driver.unavailableReason().contains("X11 session"));
+    EXPECT_THROW(driver.start(standIn), Failure);
+    qunsetenv("XDG_SESSION_TYPE");
 }
 
 } // namespace

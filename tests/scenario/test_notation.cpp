@@ -11,6 +11,8 @@
 #include "fakes.h"
 #include "help/help_install.h"
 #include "notation/notation_install.h"
+#include "sheet/sheet_views_install.h"
+#include "sheet/sheet_window.h"
 #include "transport/play_start.h"
 #include "transport/song_loading.h"
 #include "transport/stop_pause.h"
@@ -38,7 +40,6 @@ class NotationTest : public ::testing::Test {
         installNotation(s, driver, &hooks);
         s.showSheet1 = [this] { s.adobeF.Visible.set(true); };
         s.unloadSheet1 = [this] { s.adobeF.Visible.set(false); };
-        s.showSheet2 = [this] { ++sheet2Shown; };
         s.velmor.Text1.setText(s.configDir = dir.path());
         for (const char* name : {"Song Name.mp3", "NWCViewer.exe"})
             QFile(dir.filePath(name)).open(QIODevice::WriteOnly);
@@ -63,10 +64,9 @@ class NotationTest : public ::testing::Test {
     FakeMessages messages;
     Session s{clock, messages};
     FakePlayer player{clock};
-    FakeViewer viewer;
+    FakeViewer viewer, viewer2;
     FakeNotationDriver driver{clock};
     StartupHooks hooks;
-    int sheet2Shown = 0;
 };
 
 TEST_F(NotationTest, ModeSwitchesStartAndCloseTheViewer) {
@@ -84,13 +84,6 @@ TEST_F(NotationTest, ModeSwitchesStartAndCloseTheViewer) {
     EXPECT_FALSE(driver.isRunning(4711));
     EXPECT_EQ(std::tuple(v.NWCId, v.CNWC.get(), v.Command10Visible.get(), s.adobeF.Visible.get()),
               std::tuple(0, 0, true, true));
-    notationOn();
-    s.g.OverlayArmed = kTrue;
-    s.LA2_Click(); // File "Load Adobe 2": the same, and the overlay stays down
-    EXPECT_EQ(
-        std::tuple(sheet2Shown, v.NWCId, v.CNWC.get(), v.Command10Visible.get(), s.g.OverlayArmed),
-        std::tuple(1, 0, 0, true, Flag(0)));
-    EXPECT_TRUE(messages.shown.isEmpty());
     // A desktop that cannot drive programs: said once, sheet mode stays.
     v.LoadPDF.set(1);
     driver.unavailable = "no X11";
@@ -128,50 +121,83 @@ TEST_F(NotationTest, SongLoadTypesTheNameWithItsWaits) {
     EXPECT_TRUE(messages.shown.isEmpty());
 }
 
-TEST_F(NotationTest, PlayStartFadeAndShutDownKeys) {
+// Play start, fade and shut-down with the viewer running and with a viewer
+// closed by hand: then the load ends with its message, play start and fade
+// go on without keys or message, shut-down ends quietly after the played
+// list is written.
+class ViewerAliveOrGone : public NotationTest, public ::testing::WithParamInterface<bool> {};
+
+TEST_P(ViewerAliveOrGone, PlayStartFadeAndShutDownKeys) {
+    const bool gone = GetParam();
+    const char* const cases[2][3] = {
+        {"0 activate 4711, 100 keys  ",
+         "3000 activate 4711, 3100 keys %F, 3200 keys O, 3300 keys ~",
+         "0 activate 4711, 500 keys ~, 500 activate 4711, 1000 keys %F, 1000 activate 4711, "
+         "1500 keys X"},
+        {"0 activate 4711 failed, 100 keys   failed",
+         "3000 activate 4711 failed, 3100 keys %F failed, 3200 keys O failed, 3300 keys ~ failed",
+         "0 activate 4711 failed"}};
+    const auto& [play, fade, shut] = cases[gone];
     notationOn();
+    if (gone) driver.end(4711);
     load();
+    EXPECT_EQ(messages.shown.size(), gone ? 1 : 0);
     driver.log.clear();
     driver.mark();
     const int64_t t0 = clock.tickMs();
     s.WindowsMediaPlayer1_MouseDown(1, 0, 0, 0); // start key, NWC delay, music
-    EXPECT_EQ(log(), "0 activate 4711, 100 keys  ");
-    EXPECT_EQ(std::pair(clock.tickMs() - t0, player.URL()), std::pair(int64_t(4600), s.g.SongFile));
+    EXPECT_EQ(log(), play);
+    EXPECT_EQ(player.URL(), s.g.SongFile); // the music starts all the same
+    if (!gone) {
+        EXPECT_EQ(clock.tickMs() - t0, 4600);
+    }
     driver.mark();
     Command7_Click(s); // 50 volume steps of 0.06 s, then File, Open, Enter
-    EXPECT_EQ(log(), "3000 activate 4711, 3100 keys %F, 3200 keys O, 3300 keys ~");
-    driver.mark();
-    shutDown(s, hooks); // File, Exit ends the viewer
-    EXPECT_EQ(log(), "0 activate 4711, 500 keys ~, 500 activate 4711, 1000 keys %F, "
-                     "1000 activate 4711, 1500 keys X");
-    EXPECT_FALSE(driver.isRunning(4711));
-    EXPECT_TRUE(messages.shown.isEmpty());
-}
-
-// The viewer was closed by hand: the load ends with its message, play start
-// and fade go on without keys or message, shut-down ends quietly after the
-// played list is written.
-TEST_F(NotationTest, AViewerThatHasGoneOnEachPath) {
-    notationOn();
-    driver.end(4711);
-    load();
-    EXPECT_EQ(log(), "0 activate 4711 failed");
-    EXPECT_TRUE(messages.shown.value(0).startsWith(
-        "Error 5 Invalid procedure call or argument You must start this App with NWCViewer"));
-    driver.mark();
-    s.WindowsMediaPlayer1_MouseDown(1, 0, 0, 0);
-    EXPECT_EQ(log(), "0 activate 4711 failed, 100 keys   failed");
-    EXPECT_EQ(player.URL(), s.g.SongFile); // the music starts all the same
-    driver.mark();
-    Command7_Click(s);
-    EXPECT_EQ(log(), "3000 activate 4711 failed, 3100 keys %F failed, 3200 keys O failed, "
-                     "3300 keys ~ failed");
+    EXPECT_EQ(log(), fade);
     EXPECT_EQ(player.URL(), "");
     driver.mark();
-    shutDown(s, hooks);
-    EXPECT_EQ(log(), "0 activate 4711 failed");
+    shutDown(s, hooks); // File, Exit ends the viewer
+    EXPECT_EQ(log(), shut);
+    EXPECT_FALSE(driver.isRunning(4711));
     EXPECT_TRUE(QFile::exists(dir.filePath("PlayedList.txt")));
-    EXPECT_EQ(messages.shown.size(), 1);
+    EXPECT_EQ(messages.shown.size(), gone ? 1 : 0);
+}
+INSTANTIATE_TEST_SUITE_P(Notation, ViewerAliveOrGone, ::testing::Bool());
+
+// "Load Sheet 1", "Load Sheet 2" and File "Load Sheet 2" end notation mode
+// and show their sheet window (window 2 through the real sheet views); only
+// the menu entry keeps the overlay down.
+TEST_F(NotationTest, SheetButtonsAndMenuEntryShowTheirSheetWindow) {
+    WindowRegistry windows;
+    installSheetViews(s, windows,
+                      {[this](PdfViewer*& v) {
+                           v = &viewer2;
+                           return static_cast<QWidget*>(nullptr);
+                       },
+                       [] {}, [] {}});
+    MainWindow w{s, player};
+    const std::tuple<const char*, std::function<void()>, Prop<bool>*, Flag> cases[] = {
+        {"Command16", [&] { w.findChild<QPushButton*>("Command16")->click(); }, &s.adobeF.Visible,
+         kTrue},
+        {"Command17", [&] { w.findChild<QPushButton*>("Command17")->click(); }, &s.adobeF2.Visible,
+         kTrue},
+        {"LA2", [&] { w.findChild<QAction*>("LA2")->trigger(); }, &s.adobeF2.Visible, 0}};
+    for (const auto& [name, click, shown, armed] : cases) {
+        SCOPED_TRACE(name);
+        s.adobeF.Visible.set(false);
+        s.adobeF2.Visible.set(false);
+        s.velmor.CNWC.set(0);
+        notationOn();
+        ASSERT_GT(s.velmor.NWCId, 0);
+        s.velmor.Command10Visible.set(false);
+        s.g.OverlayArmed = kTrue;
+        click();
+        EXPECT_EQ(std::tuple(shown->get(), s.velmor.NWCId, s.velmor.CNWC.get(),
+                             s.velmor.Command10Visible.get(), s.g.OverlayArmed),
+                  std::tuple(true, 0, 0, true, armed));
+    }
+    windows.unload("AdobeF2");
+    EXPECT_TRUE(messages.shown.isEmpty()) << messages.shown.join('\n').toStdString();
 }
 
 // A saved "Control NWCViewer" does not come back; a running viewer is only
@@ -202,9 +228,10 @@ TEST(HelpWindows, OpenFromTheirEntriesAndArmTheOverlayOnClose) {
     WindowRegistry windows;
     installHelp(s, windows);
     MainWindow w{s, player};
+    SheetWindow sheet{s, nullptr};
     const std::tuple<const char*, std::function<void()>, const char*> cases[] = {
         {"HLPF", [&] { w.findChild<QAction*>("HH")->trigger(); }, "MELLIVANE HELP"},
-        {"PDFHelp", [&] { s.adobeF_Command11_Click(); }, "PDF HELP"}};
+        {"PDFHelp", [&] { sheet.findChild<QPushButton*>("Command11")->click(); }, "PDF HELP"}};
     for (const auto& [name, open, heading] : cases) {
         SCOPED_TRACE(name);
         s.g.OverlayArmed = kTrue;
