@@ -3,8 +3,8 @@
 // server sends "@SPEED/..." to all; from the change to the last client's
 // read, over 200 tokens, twice: with the clients' thread always awake (as
 // 100 machines would each wait on their own socket) and with it asleep
-// between reads (on loopback each send then also pays for waking it).  Storm: 200 clients connect, send junk (some of it
-// half tokens), and vanish, by a clean close or a reset, again and again for
+// between reads (on loopback each send then also pays for waking it).  Storm: 200 clients connect,
+// send junk (some of it half tokens), and vanish, by a clean close or a reset, again and again for
 // 20 s, while the server keeps sending to the 100; a 10 ms timer on the
 // server's GUI thread measures how late it runs, and the server's memory is
 // compared before and after.
