@@ -23,6 +23,7 @@
 #include <QPushButton>
 #include <QTemporaryDir>
 #include <QTest>
+#include <cmath>
 #include <gtest/gtest.h>
 
 using namespace mv;
@@ -183,6 +184,13 @@ TEST_F(SheetViewsTest, RightDragIsRelativeAndStopsNarrowingAt1000) {
     EXPECT_EQ(s.adobeF2.AcroPDF1Width.get(), 900);
     sheetTwoAdjustAll(s, 9900); // wider from the last drag step: yes
     EXPECT_EQ(s.adobeF2.AcroPDF1Width.get(), 1200);
+}
+
+TEST(Px, TwipsFromAFileStayInsideInt) {
+    EXPECT_EQ(px(1e300), 1 << 24);
+    EXPECT_EQ(px(-1e300), -(1 << 24));
+    EXPECT_EQ(px(std::nan("")), 0);
+    EXPECT_EQ(px(-22), -1);
 }
 
 TEST(ChooseScreen, NameWithSizeThenIndex) {
