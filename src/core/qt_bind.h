@@ -47,8 +47,13 @@ inline Subscription bindVisible(Prop<bool>& p, QWidget* w) {
 }
 
 // Twips to pixels at the widget edge: 15 twips a pixel.
+// Any number read from a file or typed lands within +-2^24 pixels (no
+// screen is nearer that, and Qt's sums of places stay inside int); NaN is 0.
 constexpr int px(double twips) {
-    return static_cast<int>(twips >= 0 ? twips / 15 + 0.5 : twips / 15 - 0.5);
+    constexpr double kLimit = 1 << 24;
+    const double p = twips >= 0 ? twips / 15 + 0.5 : twips / 15 - 0.5;
+    if (!(p == p)) return 0;
+    return static_cast<int>(p > kLimit ? kLimit : p < -kLimit ? -kLimit : p);
 }
 
 } // namespace mv

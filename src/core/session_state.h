@@ -251,7 +251,8 @@ struct SheetTwoState {
     Field PDFTop{QStringLiteral("600")};     // "PDF": VScroll2 at load
     Field PDFOffset{QStringLiteral("0")};    // "Offset": added to VScroll2
     double Top = 0, Left = 0, Height = 0;    // the window's place, twips
-    Field PageNR{QStringLiteral("1")};       // "Page"
+    Field PageNR;                            // "Page": "" until a song loads
+    bool Opening = false;                    // reading "AdobeF2.ini": its Offset moves nothing yet
     Field Text11{QStringLiteral("4")};
     Prop<bool> Text11Visible{false};
     PdfViewer* AcroPDF1 = nullptr;
@@ -259,6 +260,7 @@ struct SheetTwoState {
     // of VScroll1), the carrier Picture3 and the viewer's place inside it.
     Prop<double> Width{16620};
     Prop<double> VScroll1Left{14340};
+    Prop<double> VScroll1Top{-75}, VScroll1Height{8895}; // song loading sets them
     Prop<double> Picture3Width{14310}, Picture3Height{10335};
     Prop<double> AcroPDF1Left{0}, AcroPDF1Top{0}, AcroPDF1Width{14760}, AcroPDF1Height{9075};
 };

@@ -7,6 +7,7 @@
 #include "sheet/pedal_keys.h"
 #include "sheet/sheet_widgets.h"
 
+#include <QKeyEvent>
 #include <QMouseEvent>
 #include <QPushButton>
 #include <QTouchEvent>
@@ -114,8 +115,8 @@ bool ButtonPanel::eventFilter(QObject* watched, QEvent* e) {
 OverlayWidget::OverlayWidget(Session& s, QWidget* sheet) : QWidget(sheet), s_(s) {
     setObjectName(QStringLiteral("Form1"));
     setAttribute(Qt::WA_AcceptTouchEvents);
-    setAutoFillBackground(false); // nothing drawn: the sheet shows through
-    setFocusPolicy(Qt::StrongFocus);
+    setAutoFillBackground(false);   // nothing drawn: the sheet shows through
+    setFocusPolicy(Qt::ClickFocus); // out of the sheet window's tab order
     subs_.push_back(s.form1.Raised.subscribe([this] { raiseOver(); }));
     subs_.push_back(s.form1.Visible.subscribe([this] { setVisible(s_.form1.Visible.get()); }));
     if (s.form1.Visible.get()) raiseOver();
@@ -143,7 +144,15 @@ void OverlayWidget::raiseOver() {
 }
 
 void OverlayWidget::press(QPointF at) {
+    if (!hasFocus()) setFocus(Qt::MouseFocusReason); // a touch gives no click focus
     runGuarded(s_.messages, [&] { Form1_MouseDown(s_, at.x() * 15, at.y() * 15); });
+}
+
+// Pedal keys turn pages; every other key stops here, so the sheet window's
+// letter keys stay quiet while the overlay has the focus.
+void OverlayWidget::keyPressEvent(QKeyEvent* e) {
+    runGuarded(s_.messages, [&] { pedalKeyPress(s_, e->key(), e->isAutoRepeat()); });
+    e->accept();
 }
 
 void OverlayWidget::release() {

@@ -11,14 +11,32 @@ namespace mv {
 
 void installSheetTwo(Session& s) {
     s.adobeF2.VScroll2.always([&s] { VScroll2_Change(s); });
-    s.adobeF2.PDFOffset.always([&s] { VScroll2_Change(s); });
+    s.adobeF2.PDFOffset.always([&s] {
+        if (!s.adobeF2.Opening) VScroll2_Change(s);
+    });
 }
 
 void openSheetTwo(Session& s) {
     SheetTwoState& w = s.adobeF2;
     const SheetOneState& f = s.adobeF;
-    readAdobeF2(s);                                 // 1
-    w.VScroll2.set(roundWord(w.PDFTop.value()));    // 2
+    // Each opening counts its pages afresh: a page number left from before
+    // would take the first slider change as that page's shift.
+    w.PageNR.setText(QString());
+    // The file's Offset would run the slider's change mid-read and put the
+    // slider's old value over the PDF it has just read.
+    const QString offset = w.PDFOffset.text();
+    w.Opening = true;
+    try {
+        readAdobeF2(s); // 1
+    } catch (...) {
+        w.Opening = false;
+        throw;
+    }
+    w.Opening = false;
+    const int before = w.VScroll2.get();
+    w.VScroll2.set(roundWord(w.PDFTop.value())); // 2
+    // A slider already at that value ran no change: the Offset read applies now.
+    if (w.PDFOffset.text() != offset && w.VScroll2.get() == before) VScroll2_Change(s);
     w.Height = s.screenHeight - 1000;               // 3
     w.AcroPDF1Width.set(w.VScroll1Left.get() - 50); // 4
     w.Picture3Width.set(w.VScroll1Left.get() - 50);

@@ -20,10 +20,12 @@ namespace mv {
 
 struct Session;
 
-// Wires VScroll2_Change to VScroll2 and to the text of PDFOffset.  Once.
+// Wires VScroll2_Change to VScroll2 and to the text of PDFOffset (not while
+// the opening reads "AdobeF2.ini").  Once.
 void installSheetTwo(Session& s);
 
-// The six steps of the opening: "AdobeF2.ini" (when there is one), VScroll2
+// The six steps of the opening, PageNR "" first: "AdobeF2.ini" (when there
+// is one; its Offset applies once VScroll2 has its PDF value), VScroll2
 // from PDFTop, the height from the screen, the viewer and carrier widths
 // from the strip's anchor, the cursor and the viewer from window 1's.
 // A PDFTop outside -5000..5000 is a Failure after step 1 (the file's texts

@@ -118,6 +118,8 @@ SheetTwoWindow::SheetTwoWindow(Session& s, QWidget* viewer, QWidget* parent)
                                           &w.AcroPDF1Top, &w.AcroPDF1Width, &w.AcroPDF1Height})
         subs_.push_back(n->subscribe([this] { placeLayers(); }));
     subs_.push_back(w.VScroll1Left.subscribe([this] { layoutStrip(); }));
+    subs_.push_back(w.VScroll1Top.subscribe([this] { layoutStrip(); }));
+    subs_.push_back(w.VScroll1Height.subscribe([this] { layoutStrip(); }));
     subs_.push_back(w.Width.subscribe([this, &w] { resize(px(w.Width.get()), height()); }));
     subs_.push_back(bindVisible(w.Visible, this));
 
@@ -147,7 +149,8 @@ void SheetTwoWindow::placeLayers() {
 
 void SheetTwoWindow::layoutStrip() {
     const double L = s_.adobeF2.VScroll1Left.get();
-    placeTwips(vscroll1_, L, -75, 240, 8895);
+    const SheetTwoState& w = s_.adobeF2;
+    placeTwips(vscroll1_, L, w.VScroll1Top.get(), 240, w.VScroll1Height.get());
     for (int i = 0; i < strip_.size(); ++i) {
         const bool wide = qobject_cast<QLabel*>(strip_[i]) || qobject_cast<QPushButton*>(strip_[i]);
         const bool bar = strip_[i] == vscroll2_;
@@ -210,6 +213,12 @@ void SheetTwoWindow::moveEvent(QMoveEvent* e) {
         s_.adobeF2.Top = y() * 15.0;
     }
     QWidget::moveEvent(e);
+}
+
+// The height "AdobeF2.ini" judges the top by: the window as it stands.
+void SheetTwoWindow::resizeEvent(QResizeEvent* e) {
+    if (!isFullScreen()) s_.adobeF2.Height = frameGeometry().height() * 15.0;
+    QWidget::resizeEvent(e);
 }
 
 int SheetTwoWindow::screenIndex() const {

@@ -59,7 +59,8 @@ void installSheetViews(Session& s, WindowRegistry& windows, SheetViewHooks hooks
         p->showSongList = [&windows] {
             QWidget* main = windows.find(QStringLiteral("Velmor"));
             if (!main) return;
-            if (main->isMinimized()) main->showNormal();
+            // Minimised, maximised or full screen alike: back to normal.
+            if (main->windowState() != Qt::WindowNoState) main->showNormal();
             main->activateWindow();
             if (auto* list = main->findChild<QWidget*>(QStringLiteral("File1"))) list->setFocus();
         };
@@ -69,7 +70,10 @@ void installSheetViews(Session& s, WindowRegistry& windows, SheetViewHooks hooks
         if (s.bControl.Visible.get()) windows.get(QStringLiteral("BControl"));
     });
     windows.define(QStringLiteral("Form1"), [&s, &windows] {
-        return new OverlayWidget(s, windows.get(QStringLiteral("AdobeF")));
+        auto* o = new OverlayWidget(s, windows.get(QStringLiteral("AdobeF")));
+        // It goes with sheet window 1; the next raise makes it anew.
+        QObject::connect(o, &QObject::destroyed, [&s] { s.form1.Visible.set(false); });
+        return o;
     });
     s.form1.Visible.always([&s, &windows] {
         if (s.form1.Visible.get()) windows.get(QStringLiteral("Form1"));

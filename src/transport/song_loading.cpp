@@ -87,6 +87,8 @@ void sheetsAndNotation(Session& s, const QString& sheet1, const QString& sheet2,
         }
         if (w2.Visible.get()) {
             w2.Picture1.Visible.set(false);
+            w2.VScroll1Top.set(w2.Top + 200);
+            w2.VScroll1Height.set(w2.Height - 1200);
             w2.VScroll1.set(roundWord(v.ScrollOffset.value()));
             if (w2.AcroPDF1) {
                 w2.AcroPDF1->setZoom(static_cast<float>(zoom));

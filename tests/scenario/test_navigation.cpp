@@ -48,6 +48,7 @@ TEST_F(NavigationTest, NextAndPrevTurnAndGoToTheTopOfThePage) {
     FakeViewer v2;
     s.adobeF2.AcroPDF1 = &v2;
     s.adobeF2.Visible.set(true);
+    s.adobeF2.PageNR.setText("1"); // as a song load leaves it
     s.g.MapHeaderLines[2] = "350#2";
     s.velmor.AddNext.setText("-200");
     Command3_Click(s);
@@ -139,6 +140,7 @@ TEST_F(NavigationTest, EditModeTogglesThePageFlagsOfTheTic) {
     EXPECT_EQ(s.adobeF.Text10.text(), "False");
     // Prev PG in edit mode with Prv set turns forward and counts window 2's
     // page even when it is hidden.
+    s.adobeF2.PageNR.setText("1");
     s.adobeF.Text10.setText("True");
     Command4_Click(s);
     EXPECT_EQ(s.adobeF2.PageNR.text(), "2");

@@ -218,6 +218,7 @@ TEST_F(PlayLoopTest, SecondWindowFollowsWithItsOwnCorrectionsAndPageAdjustment) 
     FakeViewer viewer2(&viewerCalls, QStringLiteral("2:"));
     s.adobeF2.AcroPDF1 = &viewer2;
     s.adobeF2.Visible.set(true);
+    s.adobeF2.PageNR.setText("1"); // as a song load leaves it
     s.adobeF2.AdjLeft.setText("30");
     s.adobeF2.ScrollOffset.setText("100");
     QStringList w2;

@@ -6,6 +6,7 @@
 #include "core/setup_screen.h"
 #include "core/window_registry.h"
 #include "cursormap/cursor_fields.h"
+#include "cursormap/map_file.h"
 #include "cursormap/play_loop.h"
 #include "fakes.h"
 #include "recording/recording_install.h"
@@ -15,12 +16,14 @@
 #include "sheet/sheet_two.h"
 #include "sheet/sheet_views_install.h"
 #include "sheet/sheet_window.h"
+#include "transport/song_loading.h"
 
 #include <QFile>
 #include <QLineEdit>
 #include <QPushButton>
 #include <QTemporaryDir>
 #include <QTest>
+#include <cmath>
 #include <gtest/gtest.h>
 
 using namespace mv;
@@ -146,6 +149,26 @@ TEST_F(SheetViewsTest, SliderStoresPerPageInMemoryAndOffsetMovesTheViewer) {
     EXPECT_EQ(lines.size(), 7); // six and the last line end
     EXPECT_EQ(lines.mid(0, 3), (QStringList{"0", "0", "10"}));
     EXPECT_EQ(lines[5], "45");
+    // Nor in the map; a new start reading that map has none.
+    streamOpen(s, dir.filePath("song.map"));
+    streamHeader(s);
+    streamClose(s);
+    Session fresh{clock, messages};
+    fresh.adobeF2.Visible.set(true);
+    ASSERT_TRUE(headerTake(fresh, dir.filePath("song.map"), [](const QString&) {}));
+    EXPECT_EQ(fresh.g.MapHeaderLines[1], "#1");
+    EXPECT_EQ(fresh.g.MapHeaderLines[7], "");
+}
+
+TEST_F(SheetViewsTest, OpeningKeepsThePageShiftsAndRestoresTheFilesPDF) {
+    writeFile("AdobeF2.ini", "0\r\n0\r\n250\r\n0\r\n0\r\n40\r\n");
+    s.g.MapHeaderLines[1] = "350#1";
+    s.adobeF2.PageNR.setText("1"); // left from an earlier opening
+    s.showSheet2();
+    EXPECT_EQ(s.adobeF2.PageNR.text(), "");
+    EXPECT_EQ(s.adobeF2.PDFTop.text(), "250");
+    EXPECT_EQ(s.adobeF2.VScroll2.get(), 250);
+    EXPECT_EQ(s.g.MapHeaderLines[1], "350#1");
 }
 
 TEST_F(SheetViewsTest, RightDragIsRelativeAndStopsNarrowingAt1000) {
@@ -161,6 +184,13 @@ TEST_F(SheetViewsTest, RightDragIsRelativeAndStopsNarrowingAt1000) {
     EXPECT_EQ(s.adobeF2.AcroPDF1Width.get(), 900);
     sheetTwoAdjustAll(s, 9900); // wider from the last drag step: yes
     EXPECT_EQ(s.adobeF2.AcroPDF1Width.get(), 1200);
+}
+
+TEST(Px, TwipsFromAFileStayInsideInt) {
+    EXPECT_EQ(px(1e300), 1 << 24);
+    EXPECT_EQ(px(-1e300), -(1 << 24));
+    EXPECT_EQ(px(std::nan("")), 0);
+    EXPECT_EQ(px(-22), -1);
 }
 
 TEST(ChooseScreen, NameWithSizeThenIndex) {
@@ -204,6 +234,44 @@ TEST_F(SheetViewsTest, OverlayRhythmAndItsSetters) {
     s.g.OverlayArmed = kTrue;
     clock.advanceBy(10000);
     EXPECT_FALSE(s.form1.Visible.get());
+}
+
+TEST_F(SheetViewsTest, OverlayClocksSetters) {
+    const struct {
+        const char* what;
+        std::function<void()> act;
+        int armed, ticks;
+    } cases[] = {
+        {"panel press", [&] { BControl_MouseDown(s, "Command4"); }, kTrue, 1},
+        {"panel release", [&] { BControl_MouseUp(s, "Command4"); }, kTrue, 51},
+        {"Disp List press", [&] { BControl_MouseDown(s, "Command17"); }, 0, 7},
+        {"Disp List release", [&] { BControl_MouseUp(s, "Command17"); }, kTrue, 1},
+        {"list middle press", [&] { File1_MouseDown(s, 4, 0, 0, 0); }, kTrue, 40},
+    };
+    for (const auto& c : cases) {
+        s.g.OverlayArmed = kTrue;
+        s.g.OverlayTicks = 7;
+        c.act();
+        EXPECT_EQ(s.g.OverlayArmed, c.armed) << c.what;
+        EXPECT_EQ(s.g.OverlayTicks, c.ticks) << c.what;
+    }
+}
+
+TEST_F(SheetViewsTest, OverlayTakesOnlyPedalKeysAndComesBackWithItsSheet) {
+    s.velmor.ShowB.set(1);
+    raiseOverlay(s, false);
+    QWidget* overlay = w("Form1");
+    EXPECT_FALSE(overlay->focusPolicy() & Qt::TabFocus);
+    for (char letter : {'n', '/'}) // the sheet window's "next page"
+        QTest::keyClick(overlay, letter);
+    EXPECT_EQ(v1.page, 1);
+    QTest::keyClick(overlay, Qt::Key_PageDown);
+    EXPECT_EQ(v1.page, 2);
+    windows.unload("AdobeF");
+    windows.get("AdobeF")->show();
+    raiseOverlay(s, false);
+    ASSERT_TRUE(windows.isLoaded("Form1"));
+    EXPECT_TRUE(windows.find("Form1")->isVisible());
 }
 
 TEST_F(SheetViewsTest, TouchZonesAtTheirBoundariesAndFootControl) {
@@ -283,6 +351,7 @@ TEST_F(SheetViewsTest, FootSwitchTurnsOnTheFocusAndRestsOnDispList) {
 
 TEST_F(SheetViewsTest, PedalKeysTurnOnePageAPress) {
     s.showSheet2();
+    s.adobeF2.PageNR.setText("1"); // as a song load leaves it
     auto key = [](QWidget* to, int k, bool repeat = false) {
         QKeyEvent e(QEvent::KeyPress, k, Qt::NoModifier, QString(), repeat);
         QApplication::sendEvent(to, &e);

@@ -122,6 +122,8 @@ TEST_F(SongLoadingTest, MissingSheetsAndAnOverflowingVolumeStillLoadToTheEnd) {
     FakeViewer viewer2;
     s.adobeF2.AcroPDF1 = &viewer2;
     s.adobeF2.Visible.set(true);
+    s.adobeF2.Top = 1500;
+    s.adobeF2.Height = 9000;
     int reloads = 0;
     s.reloadSheetWindow2 = [&] { ++reloads; };
     file("Duet.mp3");
@@ -138,6 +140,8 @@ TEST_F(SongLoadingTest, MissingSheetsAndAnOverflowingVolumeStillLoadToTheEnd) {
     EXPECT_EQ(s.velmor.ZoomIt.text(), "120");
     EXPECT_FALSE(s.files.isOpen(3) || s.files.isOpen(4));
     EXPECT_EQ(s.adobeF.VScroll1.get(), 500);
+    EXPECT_EQ(s.adobeF2.VScroll1Top.get(), 1700); // window 2's own top and height
+    EXPECT_EQ(s.adobeF2.VScroll1Height.get(), 7800);
     EXPECT_EQ(s.g.OverlayTicks, 40);
 }
 
