@@ -16,7 +16,8 @@ cp "$src/Amazing Grace."* "$work/songs/"              # four pages
 cp "$src/Greensleeves.pdf" "$work/songs-2/Amazing Grace.pdf" # two pages
 run() { # run <script> <screens...>
   local script=$1; shift; local rc=0
-  xvfb-run -a -s "$*" "$bin" --audio null --songs "$work/songs" --config-dir "$work/cfg" \
+  # The X screens themselves, whatever platform the test run asks for.
+  QT_QPA_PLATFORM=xcb xvfb-run -a -s "$*" "$bin" --audio null --songs "$work/songs" --config-dir "$work/cfg" \
     --script "$script" 2>"$work/err.txt" || rc=$?
   grep -v 'pw.conf\|XDG_RUNTIME' "$work/err.txt" >&2 || true
   return $rc
