@@ -42,17 +42,10 @@ SheetTwoWindow::SheetTwoWindow(Session& s, QWidget* viewer, QWidget* parent)
     setWindowTitle(QStringLiteral("Sheet 2"));
     SheetTwoState& w = s.adobeF2;
 
-    picture3_ = new QWidget(this);
-    picture3_->setObjectName(QStringLiteral("Picture3"));
-    picture3_->setAutoFillBackground(true);
-    acroPDF1_ = viewer ? viewer : new QWidget;
-    acroPDF1_->setParent(picture3_);
-    acroPDF1_->setObjectName(QStringLiteral("AcroPDF1"));
-    text11_ = new QLabel(w.Text11.text(), picture3_);
-    text11_->setObjectName(QStringLiteral("Text11"));
-    text11_->setFont(QFont(QStringLiteral("DejaVu Sans"), 120, QFont::Bold));
-    text11_->setAlignment(Qt::AlignCenter);
-    placeTwips(text11_, 5760, 1920, 3135, 2775);
+    const SheetLayers layers = makeSheetLayers(this, viewer, w.Text11.text(), 5760, 1920);
+    picture3_ = layers.picture3;
+    acroPDF1_ = layers.acroPDF1;
+    text11_ = layers.text11;
     subs_.push_back(w.Text11.subscribe([this, &w] { text11_->setText(w.Text11.text()); }));
     subs_.push_back(bindVisible(w.Text11Visible, text11_));
 

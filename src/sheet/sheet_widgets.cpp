@@ -30,6 +30,22 @@ void placeTwips(QWidget* w, double left, double top, double width, double height
     w->setGeometry(px(left), px(top), wpx, hpx);
 }
 
+SheetLayers makeSheetLayers(QWidget* window, QWidget* viewer, const QString& text,
+                            double text11Left, double text11Top) {
+    auto* picture3 = new QWidget(window);
+    picture3->setObjectName(QStringLiteral("Picture3"));
+    picture3->setAutoFillBackground(true);
+    QWidget* acroPDF1 = viewer ? viewer : new QWidget;
+    acroPDF1->setParent(picture3);
+    acroPDF1->setObjectName(QStringLiteral("AcroPDF1"));
+    auto* text11 = new QLabel(text, picture3);
+    text11->setObjectName(QStringLiteral("Text11"));
+    text11->setFont(QFont(QStringLiteral("DejaVu Sans"), 120, QFont::Bold));
+    text11->setAlignment(Qt::AlignCenter);
+    placeTwips(text11, text11Left, text11Top, 3135, 2775);
+    return {picture3, acroPDF1, text11};
+}
+
 TwipRect twipsOf(const QRect& r) {
     return {r.x() * 15.0, r.y() * 15.0, r.width() * 15.0, r.height() * 15.0};
 }

@@ -4,6 +4,7 @@
 
 #include "sheet/sheet_geometry.h"
 
+#include <QLabel>
 #include <QRect>
 #include <QWidget>
 
@@ -27,6 +28,17 @@ class CursorWidget : public QWidget {
 // Places `w` at left, top (twips); a negative width or height keeps that
 // side of the widget as it is.
 void placeTwips(QWidget* w, double left, double top, double width = -1, double height = -1);
+
+// The layers of a sheet window: the carrier Picture3, the viewer AcroPDF1
+// on it (an empty widget when `viewer` is null) and the big number Text11
+// with `text`, placed at left, top (twips) over the sheet.
+struct SheetLayers {
+    QWidget* picture3;
+    QWidget* acroPDF1;
+    QLabel* text11;
+};
+SheetLayers makeSheetLayers(QWidget* window, QWidget* viewer, const QString& text,
+                            double text11Left, double text11Top);
 
 // A rectangle in pixels as twips.
 TwipRect twipsOf(const QRect& r);

@@ -47,18 +47,10 @@ SheetWindow::SheetWindow(Session& s, QWidget* viewer, QWidget* parent) : QWidget
     setWindowTitle(QStringLiteral("Sheet"));
     SheetOneState& f = s.adobeF;
 
-    picture3_ = new QWidget(this);
-    picture3_->setObjectName(QStringLiteral("Picture3"));
-    picture3_->setAutoFillBackground(true);
-    acroPDF1_ = viewer ? viewer : new QWidget;
-    acroPDF1_->setParent(picture3_);
-    acroPDF1_->setObjectName(QStringLiteral("AcroPDF1"));
-    text11_ = new QLabel(f.Text11.text(), picture3_);
-    text11_->setObjectName(QStringLiteral("Text11"));
-    QFont big(QStringLiteral("DejaVu Sans"), 120, QFont::Bold);
-    text11_->setFont(big);
-    text11_->setAlignment(Qt::AlignCenter);
-    place(text11_, 5520, 3720, 3135, 2775);
+    const SheetLayers layers = makeSheetLayers(this, viewer, f.Text11.text(), 5520, 3720);
+    picture3_ = layers.picture3;
+    acroPDF1_ = layers.acroPDF1;
+    text11_ = layers.text11;
     subs_.push_back(f.Text11.subscribe([this, &f] { text11_->setText(f.Text11.text()); }));
     subs_.push_back(bindVisible(f.Text11Visible, text11_));
 
