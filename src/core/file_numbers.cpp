@@ -112,6 +112,13 @@ bool FileTable::eof(int number) const {
     return s.next >= s.lines.size();
 }
 
+QStringList FileTable::readRest(int number) {
+    QStringList rest;
+    while (!eof(number))
+        rest << readLine(number);
+    return rest;
+}
+
 QString FileTable::readLine(int number) {
     Slot& s = slot(number);
     if (s.mode != FileMode::Input) throw failures::badFileNumber();

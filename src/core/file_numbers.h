@@ -47,6 +47,9 @@ class FileTable {
     // The next line without its end (CR LF, CR or LF).  At the end: failure
     // 62; not open: failure 52.
     QString readLine(int number);
+    // The lines left, each without its end; the number is at its end then.
+    // Not open: failure 52.
+    QStringList readRest(int number);
     // Writes text + CR LF.  Not open for output: failure 52.
     void writeLine(int number, const QString& text);
     // The path a number was opened with, empty when closed.

@@ -21,10 +21,8 @@ void readPlayedList(Session& s) {
     if (!QFileInfo(path).isFile()) return;
     s.files.close(1);
     s.files.open(1, path, FileMode::Input);
-    while (!s.files.eof(1)) {
-        const QString l = s.files.readLine(1);
+    for (const QString& l : s.files.readRest(1))
         if (!l.isEmpty()) s.velmor.PlayedList += l;
-    }
     s.files.close(1);
 }
 

@@ -44,9 +44,7 @@ ListFile parseListFile(const QStringList& lines, bool keepEmpty) {
 ListFile readListFile(Session& s, const QString& path, bool keepEmpty) {
     s.files.close(1);
     s.files.open(1, path, FileMode::Input);
-    QStringList lines;
-    while (!s.files.eof(1))
-        lines << s.files.readLine(1);
+    const QStringList lines = s.files.readRest(1);
     s.files.close(1);
     return parseListFile(lines, keepEmpty);
 }

@@ -155,9 +155,7 @@ void IndexForm_Print(Session& s, Library& lib) {
             s.files.writeLine(1, l);
         s.files.commit(1);
         s.files.open(1, scratch, FileMode::Input);
-        QStringList lines;
-        while (!s.files.eof(1))
-            lines << s.files.readLine(1);
+        const QStringList lines = s.files.readRest(1);
         s.files.close(1);
         renderIndex(printer, lines);
     } catch (const Failure& f) {
