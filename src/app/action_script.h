@@ -50,6 +50,9 @@
 //   checkexists path yes|no        the file exists
 //   checkfile path expected        the two files hold the same bytes
 //   screenshot path.png            the screen (all windows) as a PNG
+//   dayclock seconds               the day clock reads that many seconds past
+//                                  midnight now, and runs on from there (a
+//                                  script starts at 43200, noon, at any hour)
 //   quit                           close the program
 // A failed check is printed ("FAIL line N: ...") and makes the exit code 1;
 // the script goes on.

@@ -289,6 +289,13 @@ int main(int argc, char** argv) {
             s.g.PlayStartTick = s.clock.tickMs();
             playLoop(s);
         };
+        // A scripted run starts at noon on the day clock, whatever the hour:
+        // the waits that only run at some hours (after a play, until late
+        // evening) then behave the same in every run.  `dayclock` moves it.
+        clock.pinDayClock(12 * 3600.0);
+        runner->extra[QStringLiteral("dayclock")] = [&clock](const QStringList& args) {
+            clock.pinDayClock(args.value(0).toDouble());
+        };
         console.addScriptAnswers(*runner);
         runner->start();
     }

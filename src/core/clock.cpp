@@ -14,6 +14,8 @@ struct SystemClock::Impl {
     QElapsedTimer steady;
     QHash<int, QTimer*> timers;
     int nextId = 1;
+    bool pinned = false;
+    double pinnedDay = 0; // seconds since midnight at steady 0
 };
 
 SystemClock::SystemClock() : d(new Impl) { d->steady.start(); }
@@ -31,7 +33,17 @@ int64_t SystemClock::tickMs() const {
 
 double SystemClock::preciseMs() const { return double(d->steady.nsecsElapsed()) / 1e6 + 1000; }
 
+void SystemClock::pinDayClock(double seconds) {
+    d->pinned = true;
+    d->pinnedDay = seconds - double(d->steady.elapsed()) / 1000.0;
+}
+
 float SystemClock::dayClock() const {
+    if (d->pinned) {
+        const double t =
+            std::fmod(d->pinnedDay + double(d->steady.elapsed()) / 1000.0, 86400.0);
+        return static_cast<float>(t < 0 ? t + 86400.0 : t);
+    }
     return static_cast<float>(QTime::currentTime().msecsSinceStartOfDay() / 1000.0);
 }
 

@@ -40,6 +40,10 @@ class SystemClock final : public Clock {
     int every(int periodMs, std::function<void()> fn) override;
     void cancel(int id) override;
     void sleepBlocking(int ms) override;
+    // From now on the day clock reads `seconds` (taken modulo a day) and runs
+    // on with the steady clock, whatever the time of day: a scripted run's
+    // optional waits then do not depend on the hour it runs at.
+    void pinDayClock(double seconds);
 
   private:
     struct Impl;

@@ -11,6 +11,7 @@
 
 #include <QDir>
 #include <QTemporaryDir>
+#include <QThread>
 #include <QTimer>
 #include <gtest/gtest.h>
 
@@ -122,6 +123,18 @@ TEST(EventPump, GuardedWaitsAtTheEdgesOfTheDay) {
         EXPECT_EQ(clock.tickMs(), c.tick) << c.day;
         EXPECT_LT(clock.dayClock(), c.dayBelow) << c.day;
     }
+}
+
+TEST(SystemClock, APinnedDayClockRunsOnFromThePinAndWrapsAtMidnight) {
+    SystemClock c;
+    for (const double pin : {43200.0, 90000.0}) {
+        c.pinDayClock(pin);
+        const double expected = std::fmod(pin, 86400.0);
+        EXPECT_NEAR(c.dayClock(), expected, 0.5) << pin;
+    }
+    c.pinDayClock(86399.95);
+    QThread::msleep(100);
+    EXPECT_LT(c.dayClock(), 1.0f);
 }
 
 TEST(EventPump, ActionsDueDuringAWaitRunInsideItAndNestedWaitsMakeItLate) {
