@@ -40,8 +40,7 @@ void SystemClock::pinDayClock(double seconds) {
 
 float SystemClock::dayClock() const {
     if (d->pinned) {
-        const double t =
-            std::fmod(d->pinnedDay + double(d->steady.elapsed()) / 1000.0, 86400.0);
+        const double t = std::fmod(d->pinnedDay + double(d->steady.elapsed()) / 1000.0, 86400.0);
         return static_cast<float>(t < 0 ? t + 86400.0 : t);
     }
     return static_cast<float>(QTime::currentTime().msecsSinceStartOfDay() / 1000.0);
