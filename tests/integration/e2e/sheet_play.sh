@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # The real binary under Xvfb, driven by an action script: readout fields move
 # the cursor, a map plays with its scroll and page flags, the readouts return
-# to 0 after it.  Usage: sheet_play.sh <mellivane binary>
+# to 0 after it (at once late in the evening).  Usage: sheet_play.sh <mellivane binary>
 source "$(dirname "$0")/lib.sh"
 printf '%s\r\n' 200 1500 3000 0 False False 300 3000 4500 8000 False False \
   300 4500 4500 0 True False > "$work/song.map"
@@ -24,6 +24,12 @@ screenshot $work/play.png
 wait 3600
 check AdobeF.Text1 0
 check AdobeF.Text4 0
+checkvisible AdobeF.Picture1 no
+# late in the evening the play ends at its last tic, without the 3 s wait
+dayclock 81000
+playmap $work/song.map
+wait 1200
+check AdobeF.Text1 0
 checkvisible AdobeF.Picture1 no
 quit
 SCRIPT
