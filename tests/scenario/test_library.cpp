@@ -14,6 +14,7 @@
 #include "library/random_choice.h"
 #include "library/song_list.h"
 #include "library/z_marking.h"
+#include "test_files.h"
 #include "transport/song_loading.h"
 
 #include <QAction>
@@ -63,13 +64,14 @@ class LibraryTest : public ::testing::Test {
         SetPath(s);
     }
     void write(const QString& name, const QByteArray& bytes) {
-        QFile f(dir.filePath(name));
-        ASSERT_TRUE(f.open(QIODevice::WriteOnly));
-        f.write(bytes);
+        ASSERT_TRUE(writeFile(dir.filePath(name), bytes));
     }
-    QByteArray read(const QString& name) {
-        QFile f(dir.filePath(name));
-        return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray("(missing)");
+    // Every file of the song folder as "name=its bytes", in name order.
+    QStringList folder() {
+        QStringList files;
+        for (const QString& n : QDir(dir.path()).entryList(QDir::Files | QDir::Hidden))
+            files << n + "=" + readFile(dir.filePath(n));
+        return files;
     }
     void select(const QString& name) {
         s.velmor.File1ListIndex.set(s.velmor.File1List.get().indexOf(name));
@@ -88,13 +90,9 @@ class LibraryTest : public ::testing::Test {
 // file permissions hold.
 void asNobody(const std::function<void()>& fn) {
     const bool root = geteuid() == 0;
-    if (root) {
-        ASSERT_EQ(seteuid(65534), 0);
-    }
+    ASSERT_TRUE(!root || seteuid(65534) == 0);
     fn();
-    if (root) {
-        ASSERT_EQ(seteuid(0), 0);
-    }
+    ASSERT_TRUE(!root || seteuid(0) == 0);
 }
 
 } // namespace
@@ -107,21 +105,17 @@ TEST_F(LibraryTest, SelRLeavesOutZXMixPlayedAndEntryZero) {
     // Range 4 (Zebra not drawn): the numbers give picks 1, 2, 3, 4, 1 ...
     ScriptedRandom r({0.0, 0.25, 0.5, 0.99});
     SelR(s, r);
-    EXPECT_EQ(loads, QStringList{"Song.mp3"});
-    EXPECT_EQ(std::pair(r.draws, r.seeds), std::pair(3, 1));
-    EXPECT_TRUE(s.velmor.PlayedList.endsWith("Played.mp3,Song.mp3,"));
-    EXPECT_EQ(s.velmor.SuppressLoad, 0);
+    EXPECT_EQ(
+        std::tuple(loads, r.draws, r.seeds, s.velmor.PlayedList, s.velmor.SuppressLoad),
+        std::tuple(QStringList{"Song.mp3"}, 3, 1, "/songs/Other.mp3,Played.mp3,Song.mp3,", 0));
 
     // Everything left is played: 1000 rounds, then the message; nothing loads.
     SelR(s, r);
-    EXPECT_EQ(r.draws, 1003);
-    EXPECT_EQ(m.shown.last(), "Please clear the played list. ");
-    EXPECT_EQ(loads.size(), 1);
-    EXPECT_EQ(s.velmor.SuppressLoad, 0);
-
+    EXPECT_EQ(std::tuple(r.draws, m.shown.last(), loads.size(), s.velmor.SuppressLoad),
+              std::tuple(1003, "Please clear the played list. ", 1, 0));
     s.Command3_Click();
-    EXPECT_EQ(s.velmor.PlayedList, "");
-    EXPECT_EQ(m.shown.last(), "Already Played list is now clear.");
+    EXPECT_EQ(std::tuple(s.velmor.PlayedList, m.shown.last()),
+              std::tuple("", "Already Played list is now clear."));
 
     // A Z made after start-up lies inside the range: drawn, never loaded.
     select("Played.mp3");
@@ -130,7 +124,7 @@ TEST_F(LibraryTest, SelRLeavesOutZXMixPlayedAndEntryZero) {
     ASSERT_EQ(s.velmor.File1List.get()[4], "Z Played.mp3");
     ScriptedRandom z({0.99, 0.25});
     SelR(s, z);
-    EXPECT_EQ(std::pair(loads.last(), z.draws), std::pair(QString("Song.mp3"), 2));
+    EXPECT_EQ(std::tuple(loads.last(), z.draws), std::tuple(QString("Song.mp3"), 2));
 
     // "Select Random MP3" with the program's generator: only Song comes.
     const auto real = makeRandomSource();
@@ -147,9 +141,8 @@ TEST_F(LibraryTest, SelROnAListOfOneIsTheErrorMessage) {
     songs({"Only.mp3"});
     ScriptedRandom r({0.5});
     SelR(s, r);
-    EXPECT_EQ(m.shown.last(), "Error 380 Invalid property value");
-    EXPECT_TRUE(loads.isEmpty());
-    EXPECT_EQ(s.velmor.SuppressLoad, 0);
+    EXPECT_EQ(std::tuple(m.shown, loads, s.velmor.SuppressLoad),
+              std::tuple(QStringList{"Error 380 Invalid property value"}, QStringList{}, 0));
 }
 
 TEST_F(LibraryTest, SetZAndRemoveZWithAMissingSiblingAndAnExistingTarget) {
@@ -165,27 +158,24 @@ TEST_F(LibraryTest, SetZAndRemoveZWithAMissingSiblingAndAnExistingTarget) {
               QStringList{"Are you sure you want to put a Z at the beginning of 'Blue.mp3'."});
     EXPECT_FALSE(s.files.isOpen(1));
     // The target of the sheet was there: both stay.
-    for (auto [name, bytes] : {std::pair{"Z Blue.mp3", "Blue.mp3"},
-                               {"Z Blue.MAP", "map"},
-                               {"Blue.pdf", "sheet"},
-                               {"z blue.PDF", "older sheet"},
-                               {"Blue.mp3", "(missing)"}})
-        EXPECT_EQ(read(name), bytes) << name;
-    EXPECT_EQ(s.velmor.File1List.get(), (QStringList{"Other.mp3", "Song.mp3", "Z Blue.mp3"}));
-    EXPECT_EQ(s.velmor.File1ListIndex.get(), 1);
-    EXPECT_TRUE(loads.isEmpty());
+    EXPECT_EQ(folder(),
+              (QStringList{"Blue.pdf=sheet", "Other.mp3=Other.mp3", "Song.mp3=Song.mp3",
+                           "Z Blue.MAP=map", "Z Blue.mp3=Blue.mp3", "z blue.PDF=older sheet"}));
+    EXPECT_EQ(std::tuple(s.velmor.File1List.get(), s.velmor.File1ListIndex.get(), loads),
+              std::tuple(QStringList{"Other.mp3", "Song.mp3", "Z Blue.mp3"}, 1, QStringList{}));
 
     select("Z Blue.mp3");
     m.yesNoAnswers = {false};
     s.Command6_Click();
     EXPECT_EQ(m.shown.last(),
               "Are you sure you want to remove the Z at the beginning of 'Z Blue.mp3'.");
-    EXPECT_EQ(read("Z Blue.mp3"), "Blue.mp3"); // No: nothing changed
+    EXPECT_EQ(readFile(dir.filePath("Z Blue.mp3")), "Blue.mp3"); // No: nothing changed
     m.yesNoAnswers = {true};
     s.Command6_Click();
-    EXPECT_EQ(read("Blue.mp3"), "Blue.mp3");
-    EXPECT_EQ(read("Blue.MAP"), "map");
-    EXPECT_EQ(read("z blue.PDF"), "older sheet"); // "Blue.pdf" stands in the way
+    // "Blue.pdf" stands in the way of "z blue.PDF".
+    EXPECT_EQ(folder(),
+              (QStringList{"Blue.MAP=map", "Blue.mp3=Blue.mp3", "Blue.pdf=sheet",
+                           "Other.mp3=Other.mp3", "Song.mp3=Song.mp3", "z blue.PDF=older sheet"}));
     EXPECT_EQ(m.shown.size(), 3);
 }
 
@@ -199,20 +189,22 @@ TEST_F(LibraryTest, ARenameThatFailsLosesNoFile) {
     asNobody([&] { s.Command5_Click(); });
     // Renamed up to the sheet, which could not be copied: the description alone.
     EXPECT_EQ(m.shown.last(), "Path/File access error");
-    EXPECT_EQ(read("Z Blue.mp3"), "Blue.mp3");
-    EXPECT_TRUE(QFile::exists(dir.filePath("Blue.pdf")));
-    EXPECT_EQ(read("Blue.map"), "map");
-    EXPECT_FALSE(QFile::exists(dir.filePath("Z Blue.pdf")));
+    const QStringList renamedUpToTheSheet{"Blue.map=map", "Blue.pdf=sheet", "Other.mp3=Other.mp3",
+                                          "Z Blue.mp3=Blue.mp3"};
+    EXPECT_EQ(folder(), renamedUpToTheSheet);
 
     // A folder that cannot be written: nothing moves.
     QFile(dir.filePath("Blue.pdf")).setPermissions(QFileDevice::Permissions(0x6644));
     QFile(dir.path()).setPermissions(QFileDevice::Permissions(0x5555));
     select("Other.mp3");
+    m.shown.clear();
     asNobody([&] { s.Command5_Click(); });
-    EXPECT_EQ(m.shown.last(), "Path/File access error");
-    EXPECT_EQ(read("Other.mp3"), "Other.mp3");
-    EXPECT_FALSE(QFile::exists(dir.filePath("Z Other.mp3")));
     QFile(dir.path()).setPermissions(QFileDevice::Permissions(0x7777));
+    EXPECT_EQ(
+        std::tuple(m.shown, folder()),
+        std::tuple(QStringList{"Are you sure you want to put a Z at the beginning of 'Other.mp3'.",
+                               "Path/File access error"},
+                   renamedUpToTheSheet));
 }
 
 TEST_F(LibraryTest, PlayListClicksFindByContainmentFromEntryOne) {
@@ -243,8 +235,8 @@ TEST_F(LibraryTest, PlayListClicksFindByContainmentFromEntryOne) {
     duringLoad = [this] { s.playLst.List1.set({"Song.mp3", "A first.mp3"}); };
     List1_LeftPress(s, lib, 1);
     duringLoad = nullptr;
-    EXPECT_FALSE(s.playLst.Visible.get());
-    EXPECT_EQ(readListFile(s, file, true).items, QStringList{"A first.mp3"});
+    EXPECT_EQ(std::tuple(s.playLst.Visible.get(), readListFile(s, file, true).items),
+              std::tuple(false, QStringList{"A first.mp3"}));
 
     // A right press removes the selected item; CloseDelete unloads.
     s.Command15_Click();
@@ -267,9 +259,9 @@ TEST_F(LibraryTest, AListFileThatCannotBeReadOrWrittenLosesNothing) {
     EXPECT_EQ(m.shown.last(), "Error 75 Path/File access error");
     s.playLst.List1.set({"New"});
     asNobody([&] { unloadLibraryWindows(s, lib); }); // the file is not written over
-    EXPECT_FALSE(s.playLst.Visible.get());
     QFile(file).setPermissions(QFileDevice::Permissions(0x6644));
-    EXPECT_EQ(readListFile(s, file, true).items, QStringList{"Kept"});
+    EXPECT_EQ(std::tuple(s.playLst.Visible.get(), readListFile(s, file, true).items),
+              std::tuple(false, QStringList{"Kept"}));
 
     // Shown again, the file is read; a folder that cannot be written keeps the list.
     s.playLst.Visible.set(true);
@@ -278,9 +270,8 @@ TEST_F(LibraryTest, AListFileThatCannotBeReadOrWrittenLosesNothing) {
     const qsizetype said = m.shown.size();
     asNobody([&] { unloadLibraryWindows(s, lib); }); // said, and shut-down goes on
     QFile(config.path()).setPermissions(QFileDevice::Permissions(0x7777));
-    EXPECT_EQ(m.shown.size(), said + 1);
-    EXPECT_EQ(s.playLst.List1.get(), QStringList{"Kept"});
-    EXPECT_TRUE(lib.playLstLoaded);
+    EXPECT_EQ(std::tuple(m.shown.size(), s.playLst.List1.get(), lib.playLstLoaded),
+              std::tuple(said + 1, QStringList{"Kept"}, true));
 }
 
 TEST_F(LibraryTest, ASetSavedAndLoadedWithItsCheckBoxes) {
@@ -319,12 +310,10 @@ TEST_F(LibraryTest, ASetSavedAndLoadedWithItsCheckBoxes) {
     EXPECT_EQ(lib.dirx.File1.get(), (QStringList{"Gig.SSS"}));
     lib.dirx.File1Index.set(0);
     Dirx_Go(s, lib);
-    EXPECT_EQ(s.playLst.List1.get(), (QStringList{"A.mp3", "B.mp3"}));
-    EXPECT_EQ(std::tuple(s.playLst.CloseSelect.get(), s.playLst.CloseDelete.get(),
-                         s.playLst.DelItem.get()),
-              std::tuple(1, 0, 1));
-    EXPECT_FALSE(s.files.isOpen(3));
-    EXPECT_FALSE(lib.dirx.Visible.get());
+    EXPECT_EQ(std::tuple(s.playLst.List1.get(), s.playLst.CloseSelect.get(),
+                         s.playLst.CloseDelete.get(), s.playLst.DelItem.get(), s.files.isOpen(3),
+                         lib.dirx.Visible.get()),
+              std::tuple(QStringList{"A.mp3", "B.mp3"}, 1, 0, 1, false, false));
 }
 
 TEST_F(LibraryTest, SetupRevealsAndHidesTheCheckBoxes) {
@@ -345,10 +334,9 @@ TEST_F(LibraryTest, PrintIndexAppendsACopyUntilClosedAndACancelledPrintIsSaid) {
     s.Command9_Click();
     s.Command9_Click();
     const QString once = indexText(s.velmor.File1List.get());
-    EXPECT_EQ(lib.indexForm.Text1.get(), once + once);
-    EXPECT_TRUE(lib.indexForm.Visible.get());
-    EXPECT_EQ(s.velmor.SuppressLoad, 0);
-    EXPECT_TRUE(loads.isEmpty());
+    EXPECT_EQ(std::tuple(lib.indexForm.Text1.get(), lib.indexForm.Visible.get(),
+                         s.velmor.SuppressLoad, loads),
+              std::tuple(once + once, true, 0, QStringList{}));
     IndexForm_Print(s, lib); // no printing platform: as a cancelled dialog
     EXPECT_EQ(m.shown.last(), "Cancel was selected.");
     IndexForm_Close(s, lib);

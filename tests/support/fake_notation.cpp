@@ -3,6 +3,7 @@
 #include "core/values.h"
 
 #include <QFileInfo>
+#include <algorithm>
 
 namespace mv::test {
 
@@ -28,15 +29,11 @@ void FakeNotationDriver::activateTask(int32_t id) {
 }
 
 void FakeNotationDriver::activateTitle(const QString& title) {
-    const QString what = QStringLiteral("title ") + title;
-    if (!unavailable.isEmpty()) fail(what);
-    for (const QString& t : titles)
-        if (t.contains(title, Qt::CaseInsensitive)) {
-            note(what);
-            front_ = -1;
-            return;
-        }
-    fail(what);
+    const auto holds = [&](const QString& t) { return t.contains(title, Qt::CaseInsensitive); };
+    if (!unavailable.isEmpty() || std::none_of(titles.begin(), titles.end(), holds))
+        fail(QStringLiteral("title ") + title);
+    note(QStringLiteral("title ") + title);
+    front_ = -1;
 }
 
 void FakeNotationDriver::sendKeys(const QString& keys) {
