@@ -141,7 +141,7 @@ TEST_F(SheetViewsTest, SliderStoresPerPageInMemoryAndOffsetMovesTheViewer) {
     s.adobeF2.PageNR.setText("37"); // no slot: the viewer moves, then the failure
     EXPECT_THROW(s.adobeF2.VScroll2.set(10), Failure);
     EXPECT_EQ(s.adobeF2.AcroPDF1Top.get(), 55);
-    // Unloading writes the six lines (the third and fourth are the window's
+    // Unloading writes the six lines (the fourth and fifth are the window's
     // place); page 7's shift is in no file.
     s.adobeF2.PageNR.setText("1");
     w("AdobeF2")->close();
