@@ -31,18 +31,12 @@ using namespace mv::test;
 namespace {
 
 // Returns its numbers in turn, over and over.
-class ScriptedRandom : public RandomSource {
-  public:
-    explicit ScriptedRandom(std::vector<double> v) : v_(std::move(v)) {}
+struct ScriptedRandom : RandomSource {
+    explicit ScriptedRandom(std::vector<double> v) : values(std::move(v)) {}
     void randomize(int64_t) override { ++seeds; }
-    double next() override {
-        ++draws;
-        return v_[(draws - 1) % v_.size()];
-    }
+    double next() override { return values[size_t(draws++) % values.size()]; }
+    std::vector<double> values;
     int seeds = 0, draws = 0;
-
-  private:
-    std::vector<double> v_;
 };
 
 class LibraryTest : public ::testing::Test {
