@@ -33,6 +33,14 @@ struct Computer {
         s.velmor.IPAddress.setText("127.0.0.1");
         s.velmor.PortNr.setText(QString::number(kPort));
     }
+    // The panel at a glance: the button's caption, the dot, element 0's state.
+    QString panel() const {
+        return panelText(s.velmor.ConnectIt.text(), s.velmor.Shape1.get(),
+                         sync->Winsock1(0).State());
+    }
+    static QString panelText(const QString& button, bool dot, int state) {
+        return QStringLiteral("%1 dot=%2 element0=%3").arg(button).arg(dot).arg(state);
+    }
     void logTokens() {
         s.File1_MouseDown = [this](int b, int, double x, double y) {
             log << QStringLiteral("select %1 (%2 %3,%4)")
@@ -44,10 +52,8 @@ struct Computer {
         s.WindowsMediaPlayer1_MouseDown = [this](int b, int, double x, double y) {
             log << QStringLiteral("start (%1 %2,%3)").arg(b).arg(x).arg(y);
         };
-        auto sheet = [this](const char* what) {
-            return [this, what] {
-                log << QString::fromLatin1(what) + (s.g.StopRequested ? " after the stop" : "");
-            };
+        auto sheet = [this](QString what) {
+            return [this, what] { log << what + (s.g.StopRequested ? " after the stop" : ""); };
         };
         s.adobeF_Command14_Click = sheet("autoscroll");
         s.adobeF_Command3_Click = sheet("next");
@@ -141,15 +147,12 @@ TEST_F(SyncClientTest, EachReadIsActedOnAsAWhole) {
 
 TEST_F(SyncClientTest, EndHidesTheRestAndTurnsTheClientIntoAListener) {
     EXPECT_EQ(clock.tickMs(), 1000 + 2000 + 1); // the 2 s wait, then connected at once
-    EXPECT_EQ(client.s.velmor.ConnectIt.text(), "Disconnect");
-    EXPECT_TRUE(client.s.velmor.Shape1.get());
+    EXPECT_EQ(client.panel(), Computer::panelText("Disconnect", true, sockstate::kConnected));
     EXPECT_EQ(client.s.velmor.Label29.text(), "1");
     reads({"&COMMAND3/&START/&END/@SPEED/2"});
     EXPECT_TRUE(client.log.isEmpty());
     EXPECT_EQ(client.s.velmor.Speed.text(), "1");
-    EXPECT_FALSE(client.s.velmor.Shape1.get());
-    EXPECT_EQ(client.s.velmor.ConnectIt.text(), "Connect");
-    EXPECT_EQ(client.sync->Winsock1(0).State(), sockstate::kListening);
+    EXPECT_EQ(client.panel(), Computer::panelText("Connect", false, sockstate::kListening));
     clock.advanceBy(5);
     EXPECT_EQ(link->State(), sockstate::kClosing); // the server's element sees the close
 }
@@ -159,14 +162,11 @@ TEST_F(SyncClientTest, AServerThatVanishesLeavesTheDot) {
     link->Close();
     clock.advanceBy(5);
     EXPECT_TRUE(client.log.isEmpty());
-    EXPECT_EQ(client.sync->Winsock1(0).State(), sockstate::kClosed);
-    EXPECT_TRUE(client.s.velmor.Shape1.get());
+    EXPECT_EQ(client.panel(), Computer::panelText("Disconnect", true, sockstate::kClosed));
     // Disconnect: the client's element 0 listens on the port.
     server->Close();
     client.s.ConnectIt_Click();
-    EXPECT_EQ(client.s.velmor.ConnectIt.text(), "Connect");
-    EXPECT_FALSE(client.s.velmor.Shape1.get());
-    EXPECT_EQ(client.sync->Winsock1(0).State(), sockstate::kListening);
+    EXPECT_EQ(client.panel(), Computer::panelText("Connect", false, sockstate::kListening));
     EXPECT_EQ(client.sync->Winsock1(0).LocalPort(), kPort);
     EXPECT_TRUE(client.messages.shown.isEmpty());
 }
@@ -174,9 +174,7 @@ TEST_F(SyncClientTest, AServerThatVanishesLeavesTheDot) {
 TEST_F(SyncClientTest, ADisconnectWithAPortThatIsNoNumberStillDisconnects) {
     client.s.velmor.PortNr.setText(QStringLiteral("x"));
     client.s.ConnectIt_Click();
-    EXPECT_EQ(client.s.velmor.ConnectIt.text(), "Connect");
-    EXPECT_FALSE(client.s.velmor.Shape1.get());
-    EXPECT_EQ(client.sync->Winsock1(0).State(), sockstate::kClosed);
+    EXPECT_EQ(client.panel(), Computer::panelText("Connect", false, sockstate::kClosed));
     ASSERT_EQ(client.messages.shown.size(), 1);
     EXPECT_TRUE(client.messages.shown[0].contains(u"\"x\" is not a number"));
 }
@@ -210,9 +208,7 @@ TEST(SyncConnect, AConnectThatFailsSaysSoAndHidesTheDot) {
         client.s.ConnectIt_Click();
         EXPECT_EQ(client.messages.shown, QStringList{c.message});
         EXPECT_EQ(clock.tickMs() - 1000, c.tookMs);
-        EXPECT_FALSE(client.s.velmor.Shape1.get());
-        EXPECT_EQ(client.s.velmor.ConnectIt.text(), "Connect");
-        EXPECT_EQ(client.sync->Winsock1(0).State(), sockstate::kClosed);
+        EXPECT_EQ(client.panel(), Computer::panelText("Connect", false, sockstate::kClosed));
     }
 }
 
@@ -248,12 +244,11 @@ TEST_F(SyncServerTest, ADisconnectedServerKeepsCountingAndPassesClosedClientsOve
     client();
     EXPECT_EQ(server.s.g.ClientCount, 2);
     EXPECT_EQ(server.s.velmor.Label29.text(), "2");
-    EXPECT_EQ(server.s.velmor.ConnectIt.text(), "Disconnect");
+    EXPECT_EQ(server.panel(), Computer::panelText("Disconnect", true, sockstate::kListening));
     server.s.ConnectIt_Click(); // Disconnect: every client is told, the dot goes
     clock.advanceBy(5);
     EXPECT_EQ(received, (std::list<QByteArray>{"&END/", "&END/"}));
-    EXPECT_FALSE(server.s.velmor.Shape1.get());
-    EXPECT_EQ(server.s.velmor.ConnectIt.text(), "Connect");
+    EXPECT_EQ(server.panel(), Computer::panelText("Connect", false, sockstate::kListening));
     a.Close(); // as a client does on "&END/"
     clock.advanceBy(5);
     EXPECT_EQ(server.sync->Winsock1(1).State(), sockstate::kClosed);
