@@ -8,10 +8,12 @@
 #include "fakes.h"
 #include "sheet/navigation.h"
 #include "stage.h"
+#include "test_files.h"
 #include "transport/play_start.h"
 #include "transport/stop_pause.h"
 
 #include <QFile>
+#include <QRegularExpression>
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
 
@@ -52,8 +54,7 @@ TEST_F(TransportTest, ModesRefuseTheStartAfterResettingTheFlags) {
     s.velmor.Command10.setText("Continue");
     press(5);
     EXPECT_EQ(messages.shown, QStringList{"You are in edit mode"});
-    EXPECT_EQ(s.g.Paused, 0);
-    EXPECT_EQ(s.g.AbortScroll, kTrue);
+    EXPECT_EQ((std::array{s.g.Paused, s.g.AbortScroll}), (std::array{Flag(0), kTrue}));
     EXPECT_EQ(s.velmor.Command10.text(), "Pause");
     EXPECT_EQ(s.g.SongFile, dir.filePath("Song.MP3")); // a PDF list plays the MP3
     s.adobeF.Shape2.set(false);
@@ -123,9 +124,7 @@ TEST_F(TransportTest, RandomChoiceRenamingAndClientStopsEndARunningPlayEachInIts
     s.velmor.FirstNote.setText("0");
     s.velmor.IamaServer.set(1);
     s.velmor.Shape1.set(true);
-    const QStringList rec = {"1000", "1", "1", "0", "False", "False"};
-    map(rec + QStringList{"1000", "2", "1", "0", "False", "False"} +
-        QStringList{"1000", "3", "1", "0", "False", "False"});
+    map(rec("1000", "1", "1", "0") + rec("1000", "2", "1", "0") + rec("1000", "3", "1", "0"));
     auto playWith = [&](void (*stop)(Session&)) {
         s.adobeF.Text1.setText("0"); // as after a play that ran its last steps
         moves.clear();
@@ -134,10 +133,7 @@ TEST_F(TransportTest, RandomChoiceRenamingAndClientStopsEndARunningPlayEachInIts
         t0 = clock.tickMs();
         clock.at(t0 + 1500, [this, stop] { stop(s); });
         press(0);
-        QStringList texts; // without their times
-        for (const QString& m : moves)
-            texts << m.section(' ', 1);
-        return texts.join(' ');
+        return moves.replaceInStrings(QRegularExpression("^\\d+ "), "").join(' '); // no times
     };
     // Random choice: the tic in progress ends, then the steps after the loop.
     EXPECT_EQ(playWith(&stopForRandomChoice), "X=1 X=2 X=0");
@@ -162,7 +158,7 @@ TEST_F(TransportTest, RandomChoiceRenamingAndClientStopsEndARunningPlayEachInIts
 TEST_F(TransportTest, PauseFallsOnATicAndContinueGivesTheNextTicItsWholeTime) {
     s.velmor.PDFDLY.setText("0");
     s.velmor.FirstNote.setText("0");
-    map({"1000", "1", "1", "0", "False", "False", "1000", "2", "1", "0", "False", "False"});
+    map(rec("1000", "1", "1", "0") + rec("1000", "2", "1", "0"));
     clock.at(t0 + 300, [this] { Command10_Click(s); });
     clock.at(t0 + 4000, [this] { Command10_Click(s); });
     press(0);
@@ -190,7 +186,7 @@ TEST_F(TransportTest, FadeTakesFadeTimeFromVolume50AndRestoresIt) {
 }
 
 TEST_F(TransportTest, SongChangeDuringTheCountOffEndsTheLoopAfterTheFirstTic) {
-    map({"100", "1", "1", "0", "False", "False", "100", "2", "1", "0", "False", "False"});
+    map(rec("100", "1", "1", "0") + rec("100", "2", "1", "0"));
     clock.at(t0 + 1000, [this] { s.g.StopRequested = kTrue; });
     press(0);
     EXPECT_EQ(moves.first(), "4501 X=1");
