@@ -190,6 +190,7 @@ TEST_F(NavigationTest, KeysOnTheRealWindowAndSpaceOnAutoScroll) {
     SheetWindow w(s, nullptr);
     w.show();
     QTest::keyClick(&w, 'n');
+    EXPECT_EQ(viewer.page, 2);
     QTest::keyClick(&w, 'N'); // capital N does nothing
     EXPECT_EQ(viewer.page, 2);
     auto* command14 = w.findChild<QPushButton*>(QStringLiteral("Command14"));

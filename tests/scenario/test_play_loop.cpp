@@ -1,6 +1,7 @@
 // Whole plays of small maps in virtual time, over a fake player and viewer:
 // the ordered trace of readouts, cursor, scroll values and page calls, and
-// what pause, stop, speed, Tic Offset, No Scroll and No Cursor do to it.
+// what stop, speed, Tic Offset, No Scroll, No Cursor and Tick do to it.
+// How sheet window 2 follows a play is test_sheet_views' part.
 
 #include "core/session_state.h"
 #include "cursormap/cursor_fields.h"
@@ -224,26 +225,6 @@ TEST_F(PlayLoopTest, ZeroSpeedLeavesTicsUndividedAndRateUnavailablePlaysNormally
     s.velmor.Speed.setText(".5");
     play(rec("1000", "3", "1", "0"));
     EXPECT_TRUE(trace.contains("0 TIC=1000"));
-}
-
-TEST_F(PlayLoopTest, SecondWindowFollowsWithItsOwnCorrectionsAndPageAdjustment) {
-    FakeViewer viewer2(&viewer.calls, QStringLiteral("2:"));
-    auto& two = s.adobeF2;
-    two.AcroPDF1 = &viewer2;
-    two.Visible.set(true);
-    two.PageNR.setText("1"); // as a song load leaves it
-    two.AdjLeft.setText("30");
-    two.ScrollOffset.setText("100");
-    watch(two.Picture1.Left, "2:left");
-    watch(two.Picture1.Top, "2:top");
-    play(QStringList(kMapHeader).replaceInStrings("#2", "250#2") +
-         rec("10", "1000", "2000", "300", true));
-    // X + XOffset + AdjLeft; Y through the field with the zoom, then without.
-    EXPECT_EQ(only("2:(left|top)").mid(0, 2), (QStringList{"10 2:left=1030", "10 2:top=2100"}));
-    EXPECT_EQ((QStringList{two.PageNR.text(), QString::number(two.VScroll2.get()),
-                           QString::number(two.VScroll1.get())}),
-              (QStringList{"2", "250", "800"}));
-    EXPECT_EQ(viewer.calls, (QStringList{"gotoNextPage", "2:gotoNextPage"}));
 }
 
 } // namespace
