@@ -37,7 +37,11 @@ class NavigationTest : public ::testing::Test, protected Stage {
         s.adobeF.VScroll1.set(500);
     }
     int V() const { return s.adobeF.VScroll1.get(); }
+    // Where sheet window 1 stands: its page and its scroll value.
+    QString at() const { return QStringLiteral("page %1 V %2").arg(viewer.page).arg(V()); }
     void editMode() { s.adobeF.Shape2.set(true); }
+    // The page flags of the tic at the cursor: Nxt and Prv.
+    QString flags() const { return s.adobeF.Text9.text() + ' ' + s.adobeF.Text10.text(); }
 
     QStringList sent;
     int focusGiven = 0;
@@ -51,45 +55,45 @@ TEST_F(NavigationTest, NextAndPrevTurnAndGoToTheTopOfThePage) {
     s.adobeF2.PageNR.setText("1"); // as a song load leaves it
     s.g.MapHeaderLines[2] = "350#2";
     s.velmor.AddNext.setText("-200");
+    auto two = [&] {
+        return QStringLiteral("%1 page %2 V %3 adjust %4")
+            .arg(s.adobeF2.PageNR.text())
+            .arg(v2.page)
+            .arg(s.adobeF2.VScroll1.get())
+            .arg(s.adobeF2.VScroll2.get());
+    };
     Command3_Click(s);
-    EXPECT_EQ(viewer.page, 2);
-    EXPECT_EQ(V(), 300); // Next PG alone adds AddNext
-    EXPECT_EQ(s.g.NextPageMark, kTrue);
-    EXPECT_EQ(s.g.AbortScroll, kTrue);
-    EXPECT_EQ(s.adobeF2.PageNR.text(), "2");
-    EXPECT_EQ(v2.page, 2);
-    EXPECT_EQ(s.adobeF2.VScroll1.get(), 300);
-    EXPECT_EQ(s.adobeF2.VScroll2.get(), 350);
+    EXPECT_EQ(at(), "page 2 V 300"); // Next PG alone adds AddNext
+    EXPECT_EQ((std::array{s.g.NextPageMark, s.g.AbortScroll}), (std::array{kTrue, kTrue}));
+    EXPECT_EQ(two(), "2 page 2 V 300 adjust 350");
     Command4_Click(s);
     Command4_Click(s); // on the first page the viewer stays, V goes to the top
-    EXPECT_EQ(viewer.page, 1);
-    EXPECT_EQ(V(), 500);
+    EXPECT_EQ(at(), "page 1 V 500");
     EXPECT_EQ(s.g.PrevPageMark, kTrue);
     EXPECT_EQ(s.adobeF2.PageNR.text(), "1"); // never below 1
     EXPECT_EQ(sent, (QStringList{"&COMMAND3/", "&COMMAND4/", "&COMMAND4/"}));
     EXPECT_EQ(focusGiven, 3);
 }
 
-TEST_F(NavigationTest, SmoothScrollReachesAutoScrollInScrollStepSteps) {
+// Space up to 100 twips past the top of the page scrolls to AutoScroll
+// itself (not plus the offset) in steps of 20, 10 ms apart; further down it
+// turns the page.
+TEST_F(NavigationTest, SpaceScrollsSmoothlyNearTheTopAndTurnsThePageFurtherDown) {
     int steps = 0;
     s.adobeF.VScroll1.always([&] { ++steps; });
-    const int64_t t0 = clock.tickMs();
-    Command14_Click(s);
-    EXPECT_EQ(V(), 8000);  // AutoScroll itself, not plus the offset
-    EXPECT_EQ(steps, 375); // 500 -> 8000 by 20
-    EXPECT_EQ(clock.tickMs() - t0, 374 * 10);
-    EXPECT_EQ(sent, QStringList{"&AUTOSCROLL/"});
-    EXPECT_EQ(focusGiven, 1);
-}
-
-TEST_F(NavigationTest, SpaceAtTopPlus100ScrollsAndAtTopPlus101TurnsThePage) {
-    for (auto [start, page, v] : {std::tuple{600, 1, 8000}, {601, 2, 500}}) {
+    const std::pair<int, const char*> cases[] = {{500, "page 1 V 8000, 375 steps in 3740 ms"},
+                                                 {600, "page 1 V 8000, 370 steps in 3690 ms"},
+                                                 {601, "page 2 V 500, 1 steps in 0 ms"}};
+    for (auto [start, want] : cases) {
         s.adobeF.VScroll1.set(start);
+        steps = 0;
+        const int64_t t0 = clock.tickMs();
         Command14_Click(s);
-        EXPECT_EQ(viewer.page, page) << start;
-        EXPECT_EQ(V(), v) << start;
+        EXPECT_EQ(at() + QStringLiteral(", %1 steps in %2 ms").arg(steps).arg(clock.tickMs() - t0),
+                  want);
     }
-    EXPECT_EQ(sent, (QStringList{"&AUTOSCROLL/", "&COMMAND3/"}));
+    EXPECT_EQ(sent, (QStringList{"&AUTOSCROLL/", "&AUTOSCROLL/", "&COMMAND3/"}));
+    EXPECT_EQ(focusGiven, 3);
 }
 
 TEST_F(NavigationTest, SecondSpaceDuringAScroll) {
@@ -97,16 +101,14 @@ TEST_F(NavigationTest, SecondSpaceDuringAScroll) {
     // running scroll sees AbortScroll after its wait and ends.
     clock.at(clock.tickMs() + 200, [this] { Command14_Click(s); });
     Command14_Click(s);
-    EXPECT_EQ(viewer.page, 2);
-    EXPECT_EQ(V(), 500);
+    EXPECT_EQ(at(), "page 2 V 500");
     EXPECT_EQ(s.g.AbortScroll, 0);
     // Within 100 of the top: a second loop runs inside the first; the outer
     // one then takes one more step and ends.
     s.adobeF.VScroll1.set(500);
     clock.at(clock.tickMs() + 25, [this] { Command14_Click(s); });
     Command14_Click(s);
-    EXPECT_EQ(V(), 8020);
-    EXPECT_EQ(viewer.page, 2);
+    EXPECT_EQ(at(), "page 2 V 8020");
 }
 
 TEST_F(NavigationTest, ManualScrollJumpsToTheHalfPageAndWritesScrInEditMode) {
@@ -116,8 +118,7 @@ TEST_F(NavigationTest, ManualScrollJumpsToTheHalfPageAndWritesScrInEditMode) {
     editMode();
     s.g.CursorIndex = 4;
     Command6_Click(s);
-    EXPECT_EQ(s.adobeF.Text7.text(), "8000");
-    EXPECT_EQ(s.tic.Scr[4], "8000");
+    EXPECT_EQ((QStringList{s.adobeF.Text7.text(), s.tic.Scr[4]}), (QStringList{"8000", "8000"}));
     EXPECT_TRUE(s.adobeF.Picture1.isRed());
 }
 
@@ -126,18 +127,14 @@ TEST_F(NavigationTest, EditModeTogglesThePageFlagsOfTheTic) {
     s.adobeF.Text9.setText("False");
     s.adobeF.Text10.setText("False");
     Command3_Click(s);
-    EXPECT_EQ(s.adobeF.Text9.text(), "True");
-    EXPECT_EQ(viewer.page, 2);
+    EXPECT_EQ(flags() + ", page " + QString::number(viewer.page), "True False, page 2");
     Command3_Click(s); // takes the flag away and turns back
-    EXPECT_EQ(s.adobeF.Text9.text(), "False");
-    EXPECT_EQ(s.adobeF.Text10.text(), "False");
-    EXPECT_EQ(viewer.page, 1);
+    EXPECT_EQ(flags() + ", page " + QString::number(viewer.page), "False False, page 1");
     EXPECT_EQ(s.g.PrevPageMark, kTrue);
     // A press on a tic with Prv set cancels it against the page it adds.
     s.adobeF.Text10.setText("True");
     Command3_Click(s);
-    EXPECT_EQ(s.adobeF.Text9.text(), "False");
-    EXPECT_EQ(s.adobeF.Text10.text(), "False");
+    EXPECT_EQ(flags(), "False False");
     // Prev PG in edit mode with Prv set turns forward and counts window 2's
     // page even when it is hidden.
     s.adobeF2.PageNR.setText("1");
@@ -151,8 +148,7 @@ TEST_F(NavigationTest, FailuresShowTheirDescriptionAndWhatWasDoneStands) {
     s.velmor.AddNext.setText("-1000");
     Command3_Click(s);
     EXPECT_EQ(messages.shown, QStringList{"Invalid property value"});
-    EXPECT_EQ(viewer.page, 2); // the page has turned
-    EXPECT_EQ(V(), 500);
+    EXPECT_EQ(at(), "page 2 V 500"); // the page has turned
     EXPECT_EQ(focusGiven, 0);
     s.velmor.AddNext.setText("0");
     s.adobeF.Visible.set(false);
@@ -175,9 +171,8 @@ TEST_F(NavigationTest, JumpNextWalksToTheNextScrollChangeOrPageFlag) {
     s.adobeF.Text5.setText("5"); // added to X of every tic passed
     JumpNext(s);
     EXPECT_EQ(s.g.CursorIndex, 3);
-    EXPECT_EQ(s.tic.X[1], "25");
-    EXPECT_EQ(s.tic.X[3], "45");
-    EXPECT_EQ(V(), 8500);
+    EXPECT_EQ((QStringList{s.tic.X[1], s.tic.X[3]}), (QStringList{"25", "45"}));
+    EXPECT_EQ(at(), "page 1 V 8500");
     JumpNext(s); // the page flag stops it
     EXPECT_EQ(s.g.CursorIndex, 4);
     EXPECT_EQ(viewer.page, 2);
@@ -215,15 +210,16 @@ TEST_F(NavigationTest, KeysOnTheRealWindowAndSpaceOnAutoScroll) {
 }
 
 TEST_F(NavigationTest, ZoomFieldsMirrorAndOnlyZoomsAbove25ReachTheViewer) {
-    s.velmor.ZoomIt.setText("25");
-    EXPECT_EQ(s.adobeF.ZoomThis.text(), "25");
-    EXPECT_TRUE(viewer.calls.isEmpty());
-    s.adobeF.ZoomThis.setText("26.7");
-    EXPECT_EQ(s.velmor.ZoomIt.text(), "26.7");
+    QStringList mirrored;
+    for (auto [field, text, other] : {std::tuple{&s.velmor.ZoomIt, "25", &s.adobeF.ZoomThis},
+                                      {&s.adobeF.ZoomThis, "26.7", &s.velmor.ZoomIt},
+                                      // passes the value test, is no clean number
+                                      {&s.velmor.ZoomIt, "30x", &s.adobeF.ZoomThis}}) {
+        field->setText(text);
+        mirrored << other->text();
+    }
+    EXPECT_EQ(mirrored, (QStringList{"25", "26.7", "30x"}));
     EXPECT_EQ(viewer.calls, QStringList{"setZoom(26)"});
-    s.velmor.ZoomIt.setText("30x"); // passes the value test, is no clean number
-    EXPECT_EQ(viewer.calls.size(), 1);
-    EXPECT_EQ(s.adobeF.ZoomThis.text(), "30x");
     s.velmor.PDFLeftD.setText("-300");
     EXPECT_EQ(s.g.PDFLeftDefault, "-300");
 }

@@ -13,7 +13,6 @@
 #include "sync/sync_install.h"
 #include "transport/volume_speed.h"
 
-#include <algorithm>
 #include <gtest/gtest.h>
 #include <list>
 
@@ -33,6 +32,14 @@ struct Computer {
         s.velmor.IPAddress.setText("127.0.0.1");
         s.velmor.PortNr.setText(QString::number(kPort));
     }
+    // The panel at a glance: the button's caption, the dot, element 0's state.
+    QString panel() const {
+        return panelText(s.velmor.ConnectIt.text(), s.velmor.Shape1.get(),
+                         sync->Winsock1(0).State());
+    }
+    static QString panelText(const QString& button, bool dot, int state) {
+        return QStringLiteral("%1 dot=%2 element0=%3").arg(button).arg(dot).arg(state);
+    }
     void logTokens() {
         s.File1_MouseDown = [this](int b, int, double x, double y) {
             log << QStringLiteral("select %1 (%2 %3,%4)")
@@ -44,15 +51,16 @@ struct Computer {
         s.WindowsMediaPlayer1_MouseDown = [this](int b, int, double x, double y) {
             log << QStringLiteral("start (%1 %2,%3)").arg(b).arg(x).arg(y);
         };
-        auto sheet = [this](const char* what) {
-            return [this, what] {
-                log << QString::fromLatin1(what) + (s.g.StopRequested ? " after the stop" : "");
-            };
+        auto sheet = [this](QString what) {
+            return [this, what] { log << what + (s.g.StopRequested ? " after the stop" : ""); };
         };
         s.adobeF_Command14_Click = sheet("autoscroll");
         s.adobeF_Command3_Click = sheet("next");
         s.adobeF_Command4_Click = sheet("prev");
         s.adobeF_Command6_Click = sheet("manual");
+        s.velmor.Speed.always([this] { log << "speed " + s.velmor.Speed.text(); });
+        s.velmor.VScroll1.always(
+            [this] { log << "limit " + QString::number(s.velmor.VScroll1.get()); });
     }
     FakeMessages messages;
     Session s;
@@ -92,7 +100,6 @@ struct ReadCase {
     const char* what;
     QList<QByteArray> reads;
     QStringList log;
-    QString speed = "1";
     bool stopped = false;
 };
 
@@ -101,39 +108,38 @@ TEST_F(SyncClientTest, EachReadIsActedOnAsAWhole) {
     const QStringList list = {"12 Song B.mp3", "Song.mp3", "Song B.mp3",
                               QString(254, u'x') + "y.mp3", longName + ".mp3"};
     const ReadCase cases[] = {
-        {"the page token acts before the stop", {"&STOP/&COMMAND4/"}, {"prev"}, "1", true},
+        {"the page token acts before the stop", {"&STOP/&COMMAND4/"}, {"prev"}, true},
         {"the sheet tokens in their order, once each",
          {"&COMMAND6/&COMMAND4/&COMMAND3/&AUTOSCROLL/&COMMAND3/"},
          {"autoscroll", "next", "prev", "manual"}},
-        {"a start read with a select is part of the name", {"&SELECT/Song.mp3&START/"}, {}},
+        // Every read with a select turns the volume limit down, found or not.
+        {"a start read with a select is part of the name",
+         {"&SELECT/Song.mp3&START/"},
+         {"limit 1"}},
         {"the first entry that contains the name",
          {"&SELECT/song b.MP3"},
-         {"select 12 Song B.mp3 (1 1,1)"}},
-        {"a token before a select spoils the name", {"&COMMAND3/&SELECT/Song.mp3"}, {"next"}},
+         {"limit 1", "select 12 Song B.mp3 (1 1,1)"}},
+        {"a token before a select spoils the name",
+         {"&COMMAND3/&SELECT/Song.mp3"},
+         {"next", "limit 1"}},
         {"a long name matches by its first 255 characters",
          {"&SELECT/" + longName.toLatin1() + "-tail"},
-         {"select " + longName + ".mp3 (1 1,1)"}},
-        {"a speed", {"@SPEED/1.1"}, {}, "1.1"},
-        {"a speed cut to ten characters", {"@SPEED/1.234567891234"}, {}, "1.23456789"},
+         {"limit 1", "select " + longName + ".mp3 (1 1,1)"}},
+        {"a speed", {"@SPEED/1.1"}, {"speed 1.1"}},
+        {"a speed cut to ten characters", {"@SPEED/1.234567891234"}, {"speed 1.23456789"}},
         {"a time is read and ignored, and hides the speed", {"&TIME/12:00:00@SPEED/2"}, {}},
         {"a token split over two reads is lost", {"&COMMAN", "D3/", "&ST", "OP/"}, {}},
     };
     for (const ReadCase& c : cases) {
         SCOPED_TRACE(c.what);
-        client.log.clear();
         client.s.g.StopRequested = 0;
         client.s.velmor.Speed.setText("1");
         client.s.velmor.VScroll1.set(100);
         client.s.velmor.File1List.set(list);
+        client.log.clear();
         reads(c.reads);
         EXPECT_EQ(client.log, c.log);
-        EXPECT_EQ(client.s.velmor.Speed.text(), c.speed);
         EXPECT_EQ(client.s.g.StopRequested != 0, c.stopped);
-        // Every read with a select turns the volume limit down, found or not.
-        const bool selects = std::any_of(c.reads.begin(), c.reads.end(), [](const QByteArray& r) {
-            return r.contains("&SELECT/");
-        });
-        EXPECT_EQ(client.s.velmor.VScroll1.get(), selects ? 1 : 100);
     }
     EXPECT_TRUE(client.s.velmor.Shape1.get());
     EXPECT_TRUE(client.messages.shown.isEmpty());
@@ -141,15 +147,11 @@ TEST_F(SyncClientTest, EachReadIsActedOnAsAWhole) {
 
 TEST_F(SyncClientTest, EndHidesTheRestAndTurnsTheClientIntoAListener) {
     EXPECT_EQ(clock.tickMs(), 1000 + 2000 + 1); // the 2 s wait, then connected at once
-    EXPECT_EQ(client.s.velmor.ConnectIt.text(), "Disconnect");
-    EXPECT_TRUE(client.s.velmor.Shape1.get());
+    EXPECT_EQ(client.panel(), Computer::panelText("Disconnect", true, sockstate::kConnected));
     EXPECT_EQ(client.s.velmor.Label29.text(), "1");
     reads({"&COMMAND3/&START/&END/@SPEED/2"});
-    EXPECT_TRUE(client.log.isEmpty());
-    EXPECT_EQ(client.s.velmor.Speed.text(), "1");
-    EXPECT_FALSE(client.s.velmor.Shape1.get());
-    EXPECT_EQ(client.s.velmor.ConnectIt.text(), "Connect");
-    EXPECT_EQ(client.sync->Winsock1(0).State(), sockstate::kListening);
+    EXPECT_TRUE(client.log.isEmpty()); // neither the tokens nor the speed
+    EXPECT_EQ(client.panel(), Computer::panelText("Connect", false, sockstate::kListening));
     clock.advanceBy(5);
     EXPECT_EQ(link->State(), sockstate::kClosing); // the server's element sees the close
 }
@@ -159,14 +161,11 @@ TEST_F(SyncClientTest, AServerThatVanishesLeavesTheDot) {
     link->Close();
     clock.advanceBy(5);
     EXPECT_TRUE(client.log.isEmpty());
-    EXPECT_EQ(client.sync->Winsock1(0).State(), sockstate::kClosed);
-    EXPECT_TRUE(client.s.velmor.Shape1.get());
+    EXPECT_EQ(client.panel(), Computer::panelText("Disconnect", true, sockstate::kClosed));
     // Disconnect: the client's element 0 listens on the port.
     server->Close();
     client.s.ConnectIt_Click();
-    EXPECT_EQ(client.s.velmor.ConnectIt.text(), "Connect");
-    EXPECT_FALSE(client.s.velmor.Shape1.get());
-    EXPECT_EQ(client.sync->Winsock1(0).State(), sockstate::kListening);
+    EXPECT_EQ(client.panel(), Computer::panelText("Connect", false, sockstate::kListening));
     EXPECT_EQ(client.sync->Winsock1(0).LocalPort(), kPort);
     EXPECT_TRUE(client.messages.shown.isEmpty());
 }
@@ -174,9 +173,7 @@ TEST_F(SyncClientTest, AServerThatVanishesLeavesTheDot) {
 TEST_F(SyncClientTest, ADisconnectWithAPortThatIsNoNumberStillDisconnects) {
     client.s.velmor.PortNr.setText(QStringLiteral("x"));
     client.s.ConnectIt_Click();
-    EXPECT_EQ(client.s.velmor.ConnectIt.text(), "Connect");
-    EXPECT_FALSE(client.s.velmor.Shape1.get());
-    EXPECT_EQ(client.sync->Winsock1(0).State(), sockstate::kClosed);
+    EXPECT_EQ(client.panel(), Computer::panelText("Connect", false, sockstate::kClosed));
     ASSERT_EQ(client.messages.shown.size(), 1);
     EXPECT_TRUE(client.messages.shown[0].contains(u"\"x\" is not a number"));
 }
@@ -210,9 +207,7 @@ TEST(SyncConnect, AConnectThatFailsSaysSoAndHidesTheDot) {
         client.s.ConnectIt_Click();
         EXPECT_EQ(client.messages.shown, QStringList{c.message});
         EXPECT_EQ(clock.tickMs() - 1000, c.tookMs);
-        EXPECT_FALSE(client.s.velmor.Shape1.get());
-        EXPECT_EQ(client.s.velmor.ConnectIt.text(), "Connect");
-        EXPECT_EQ(client.sync->Winsock1(0).State(), sockstate::kClosed);
+        EXPECT_EQ(client.panel(), Computer::panelText("Connect", false, sockstate::kClosed));
     }
 }
 
@@ -248,12 +243,11 @@ TEST_F(SyncServerTest, ADisconnectedServerKeepsCountingAndPassesClosedClientsOve
     client();
     EXPECT_EQ(server.s.g.ClientCount, 2);
     EXPECT_EQ(server.s.velmor.Label29.text(), "2");
-    EXPECT_EQ(server.s.velmor.ConnectIt.text(), "Disconnect");
+    EXPECT_EQ(server.panel(), Computer::panelText("Disconnect", true, sockstate::kListening));
     server.s.ConnectIt_Click(); // Disconnect: every client is told, the dot goes
     clock.advanceBy(5);
     EXPECT_EQ(received, (std::list<QByteArray>{"&END/", "&END/"}));
-    EXPECT_FALSE(server.s.velmor.Shape1.get());
-    EXPECT_EQ(server.s.velmor.ConnectIt.text(), "Connect");
+    EXPECT_EQ(server.panel(), Computer::panelText("Connect", false, sockstate::kListening));
     a.Close(); // as a client does on "&END/"
     clock.advanceBy(5);
     EXPECT_EQ(server.sync->Winsock1(1).State(), sockstate::kClosed);

@@ -8,10 +8,12 @@
 #include "fakes.h"
 #include "sheet/navigation.h"
 #include "stage.h"
+#include "test_files.h"
 #include "transport/play_start.h"
 #include "transport/stop_pause.h"
 
 #include <QFile>
+#include <QRegularExpression>
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
 
@@ -20,10 +22,10 @@ using namespace mv::test;
 
 namespace {
 
-class TransportTest : public ::testing::Test, protected Stage {
-  protected:
-    explicit TransportTest(double dayStart = 43200.3) : Stage(1000, dayStart) {}
-    void SetUp() override {
+// A session with a song folder, its readouts logged with the milliseconds
+// since the test began: the count-off in `counts`, the cursor's X in `moves`.
+struct Transport : Stage {
+    explicit Transport(double dayStart = 43200.3) : Stage(1000, dayStart) {
         attachSheetOne(s, player, viewer);
         installNavigation(s);
         installPlayStart(s);
@@ -44,14 +46,15 @@ class TransportTest : public ::testing::Test, protected Stage {
     int64_t t0 = 0;
 };
 
+class TransportTest : public ::testing::Test, protected Transport {};
+
 TEST_F(TransportTest, ModesRefuseTheStartAfterResettingTheFlags) {
     s.adobeF.Shape2.set(true);
     s.g.Paused = kTrue;
     s.velmor.Command10.setText("Continue");
     press(5);
     EXPECT_EQ(messages.shown, QStringList{"You are in edit mode"});
-    EXPECT_EQ(s.g.Paused, 0);
-    EXPECT_EQ(s.g.AbortScroll, kTrue);
+    EXPECT_EQ((std::array{s.g.Paused, s.g.AbortScroll}), (std::array{Flag(0), kTrue}));
     EXPECT_EQ(s.velmor.Command10.text(), "Pause");
     EXPECT_EQ(s.g.SongFile, dir.filePath("Song.MP3")); // a PDF list plays the MP3
     s.adobeF.Shape2.set(false);
@@ -121,9 +124,7 @@ TEST_F(TransportTest, RandomChoiceRenamingAndClientStopsEndARunningPlayEachInIts
     s.velmor.FirstNote.setText("0");
     s.velmor.IamaServer.set(1);
     s.velmor.Shape1.set(true);
-    const QStringList rec = {"1000", "1", "1", "0", "False", "False"};
-    map(rec + QStringList{"1000", "2", "1", "0", "False", "False"} +
-        QStringList{"1000", "3", "1", "0", "False", "False"});
+    map(rec("1000", "1", "1", "0") + rec("1000", "2", "1", "0") + rec("1000", "3", "1", "0"));
     auto playWith = [&](void (*stop)(Session&)) {
         s.adobeF.Text1.setText("0"); // as after a play that ran its last steps
         moves.clear();
@@ -132,10 +133,7 @@ TEST_F(TransportTest, RandomChoiceRenamingAndClientStopsEndARunningPlayEachInIts
         t0 = clock.tickMs();
         clock.at(t0 + 1500, [this, stop] { stop(s); });
         press(0);
-        QStringList texts; // without their times
-        for (const QString& m : moves)
-            texts << m.section(' ', 1);
-        return texts.join(' ');
+        return moves.replaceInStrings(QRegularExpression("^\\d+ "), "").join(' '); // no times
     };
     // Random choice: the tic in progress ends, then the steps after the loop.
     EXPECT_EQ(playWith(&stopForRandomChoice), "X=1 X=2 X=0");
@@ -160,7 +158,7 @@ TEST_F(TransportTest, RandomChoiceRenamingAndClientStopsEndARunningPlayEachInIts
 TEST_F(TransportTest, PauseFallsOnATicAndContinueGivesTheNextTicItsWholeTime) {
     s.velmor.PDFDLY.setText("0");
     s.velmor.FirstNote.setText("0");
-    map({"1000", "1", "1", "0", "False", "False", "1000", "2", "1", "0", "False", "False"});
+    map(rec("1000", "1", "1", "0") + rec("1000", "2", "1", "0"));
     clock.at(t0 + 300, [this] { Command10_Click(s); });
     clock.at(t0 + 4000, [this] { Command10_Click(s); });
     press(0);
@@ -181,15 +179,14 @@ TEST_F(TransportTest, FadeTakesFadeTimeFromVolume50AndRestoresIt) {
     EXPECT_EQ(clock.tickMs() - start, 3000); // 50 steps of 3 x 0.02 s
     EXPECT_EQ(player.calls.filter("volume(").size(), 51);
     EXPECT_EQ(player.calls.filter("volume(").at(49), "volume(1)");
-    EXPECT_EQ(player.settingsVolume(), 50);
-    EXPECT_EQ(s.velmor.HScroll1.get(), 50);
+    EXPECT_EQ((std::array{player.settingsVolume(), s.velmor.HScroll1.get()}), (std::array{50, 50}));
     EXPECT_EQ(player.URL(), "");
     EXPECT_EQ(s.g.StopRequested, kTrue);
     EXPECT_EQ(sent, QStringList{"&STOP/"});
 }
 
 TEST_F(TransportTest, SongChangeDuringTheCountOffEndsTheLoopAfterTheFirstTic) {
-    map({"100", "1", "1", "0", "False", "False", "100", "2", "1", "0", "False", "False"});
+    map(rec("100", "1", "1", "0") + rec("100", "2", "1", "0"));
     clock.at(t0 + 1000, [this] { s.g.StopRequested = kTrue; });
     press(0);
     EXPECT_EQ(moves.first(), "4501 X=1");
@@ -210,31 +207,20 @@ TEST_F(TransportTest, ManualPlayStartsTheMusicOnly) {
     EXPECT_TRUE(player.calls.isEmpty());
 }
 
-class AfterMidnight : public TransportTest {
-  protected:
-    AfterMidnight() : TransportTest(5.0) {}
-};
-
-TEST_F(AfterMidnight, NoCountOffNoFirstNoteDelayInTheFirst20Seconds) {
-    map({"100", "1", "1", "0", "False", "False"});
-    press(0);
-    EXPECT_TRUE(counts.isEmpty());
-    EXPECT_TRUE(sent.isEmpty());
-    EXPECT_EQ(moves.first(), "100 X=1");
-}
-
-class BeforeMidnight : public TransportTest {
-  protected:
-    BeforeMidnight() : TransportTest(86398.5) {}
-};
-
-TEST_F(BeforeMidnight, CountOffAcrossMidnightEndsOnTime) {
-    map({"100", "1", "1", "0", "False", "False"});
-    press(0);
-    EXPECT_EQ(counts, (QStringList{"1500 3", "2500 2", "3500 1"}));
-    // The count-off ended 2.5 s after midnight: the first-note delay stands
-    // behind the day clock's guard and is skipped.
-    EXPECT_EQ(moves.first(), "4000 X=1");
+// In the first 20 s of a day there is no count-off and no first-note delay.
+// A count-off across midnight ends on time; it ended 2.5 s after midnight, so
+// the first-note delay stands behind the day clock's guard and is skipped.
+TEST(TransportDay, AfterMidnightNoCountOffAndACountOffAcrossMidnightEndsOnTime) {
+    const std::tuple<double, QStringList, QString> cases[] = {
+        {5.0, {}, "100 X=1"}, {86398.5, {"1500 3", "2500 2", "3500 1"}, "4000 X=1"}};
+    for (const auto& [day, counts, firstMove] : cases) {
+        Transport t(day);
+        t.map({"100", "1", "1", "0", "False", "False"});
+        t.press(0);
+        EXPECT_EQ(t.counts, counts) << day;
+        EXPECT_EQ(t.moves.first(), firstMove) << day;
+        EXPECT_TRUE(t.sent.isEmpty()) << day;
+    }
 }
 
 } // namespace
@@ -243,18 +229,17 @@ TEST_F(BeforeMidnight, CountOffAcrossMidnightEndsOnTime) {
 
 namespace {
 TEST_F(TransportTest, SpeedArrowsWriteTheSumsNumberTextAndTheVolumeBarDrivesThePlayer) {
-    Command12_Click(s);
-    EXPECT_EQ(s.velmor.Speed.text(), ".95");
-    Command12_Click(s);
-    EXPECT_EQ(s.velmor.Speed.text(), ".9");
-    Command13_Click(s);
-    Command13_Click(s);
-    Command13_Click(s);
-    EXPECT_EQ(s.velmor.Speed.text(), "1.05");
+    QStringList speeds;
+    for (auto click : {Command12_Click, Command12_Click, Command13_Click, Command13_Click,
+                       Command13_Click, Command12_Click}) {
+        click(s);
+        speeds << s.velmor.Speed.text();
+    }
     s.velmor.Speed.setText(".05");
     Command12_Click(s);
     Command12_Click(s); // nothing keeps it above 0
-    EXPECT_EQ(s.velmor.Speed.text(), "-.05");
+    speeds << s.velmor.Speed.text();
+    EXPECT_EQ(speeds, (QStringList{".95", ".9", ".95", "1", "1.05", "1", "-.05"}));
     installVolume(s);
     s.velmor.HScroll1.set(73);
     EXPECT_EQ(player.settingsVolume(), 73);
