@@ -14,6 +14,7 @@
 #include "sheet/sheet_window.h"
 #include "stage.h"
 #include "test_files.h"
+#include "units_helpers.h"
 
 #include <QApplication>
 #include <QDir>
@@ -70,6 +71,12 @@ class RecordingTest : public ::testing::Test, protected Stage {
         click(control(name), {2, 2}, b);
     }
     void button(const char* name) { qobject_cast<QPushButton*>(control(name))->click(); }
+    // A left press on a button, delivered when events are next served.
+    void postPress(const char* name) {
+        QApplication::postEvent(
+            control(name), new QMouseEvent(QEvent::MouseButtonPress, QPointF(2, 2), QPointF(2, 2),
+                                           Qt::LeftButton, Qt::LeftButton, Qt::NoModifier));
+    }
     void at(int64_t ms, std::function<void()> fn) { clock.at(t0 + ms, std::move(fn)); }
     QByteArray map() { return readFile(dir.filePath("Song.map")); }
     void writeMap(const QStringList& lines) {
@@ -229,18 +236,12 @@ TEST_F(RecordingTest, PressesServedInsideAWalkLeaveTheRowsAlone) {
         press("Command5"); // row 1
         bool posted = false;
         Subscription sub = s.adobeF.Picture1.Red.subscribe([&] {
-            if (!s.adobeF.Picture1.Red.get() || std::exchange(posted, true)) return;
-            QApplication::postEvent(control("Command5"),
-                                    new QMouseEvent(QEvent::MouseButtonPress, QPointF(2, 2),
-                                                    QPointF(2, 2), Qt::LeftButton, Qt::LeftButton,
-                                                    Qt::NoModifier));
+            if (s.adobeF.Picture1.Red.get() && !std::exchange(posted, true)) postPress("Command5");
         });
         press(walker);
         EXPECT_TRUE(posted);
         EXPECT_EQ(s.g.CursorIndex, 3);
-        EXPECT_EQ((QStringList{s.tic.Tic[3], s.tic.X[3], s.tic.Y[3], s.tic.Scr[3], s.tic.Nxt[3],
-                               s.tic.Prv[3]}),
-                  (QStringList{"2000", "1000", "4000", "0", "True", "False"}));
+        EXPECT_EQ(ticRow(s.tic, 3), rec("2000", "1000", "4000", "0", true));
         mouse(control("Command5"), QEvent::MouseButtonDblClick, {2, 2}, Qt::LeftButton,
               Qt::LeftButton);
         EXPECT_EQ(s.g.CursorIndex, 4);
@@ -248,9 +249,7 @@ TEST_F(RecordingTest, PressesServedInsideAWalkLeaveTheRowsAlone) {
     }
     // An Edit press served inside a step saves and leaves: the step ends there.
     press("Command7");
-    QApplication::postEvent(control("Command7"),
-                            new QMouseEvent(QEvent::MouseButtonPress, QPointF(2, 2), QPointF(2, 2),
-                                            Qt::LeftButton, Qt::LeftButton, Qt::NoModifier));
+    postPress("Command7");
     press("Command5");
     EXPECT_FALSE(s.adobeF.Shape2.get() || s.adobeF.Picture1.Visible.get());
 }
