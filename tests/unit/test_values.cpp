@@ -55,8 +55,6 @@ TEST(PrintForm, SignOrBlankThenNumberThenBlank) {
     EXPECT_FLOAT_EQ(static_cast<float>(val(printFormSingle(4110.4))), 4110.4f);
 }
 
-// The overflow's message is checked where a shown failure reaches the user
-// (test_song_loading: "Error 6 Overflow").
 TEST(Rounding, NearestWithTiesToEvenAndOverflowFails) {
     const Cases<double, int> cases = {{2.5, 2},          {3.5, 4},         {-2.5, -2},
                                       {8500.4999, 8500}, {32767.4, 32767}, {-32768.5, -32768}};
@@ -66,6 +64,7 @@ TEST(Rounding, NearestWithTiesToEvenAndOverflowFails) {
         EXPECT_EQ(failureNumber([&] { roundWord(bad); }), 6) << bad;
     EXPECT_EQ(roundLong(2147483647.4), 2147483647);
     EXPECT_EQ(failureNumber([&] { roundLong(2147483648.0); }), 6);
+    EXPECT_EQ(failures::overflow().message(), "Error 6 Overflow"); // what the user is shown
 }
 
 // A number that must be the whole text, and a flag that must be exactly "True".
