@@ -14,6 +14,7 @@
 #include "sheet/sheet_window.h"
 #include "stage.h"
 #include "test_files.h"
+#include "units_helpers.h"
 
 #include <QApplication>
 #include <QDir>
@@ -70,6 +71,12 @@ class RecordingTest : public ::testing::Test, protected Stage {
         click(control(name), {2, 2}, b);
     }
     void button(const char* name) { qobject_cast<QPushButton*>(control(name))->click(); }
+    // A left press on a button, delivered when events are next served.
+    void postPress(const char* name) {
+        QApplication::postEvent(
+            control(name), new QMouseEvent(QEvent::MouseButtonPress, QPointF(2, 2), QPointF(2, 2),
+                                           Qt::LeftButton, Qt::LeftButton, Qt::NoModifier));
+    }
     void at(int64_t ms, std::function<void()> fn) { clock.at(t0 + ms, std::move(fn)); }
     QByteArray map() { return readFile(dir.filePath("Song.map")); }
     void writeMap(const QStringList& lines) {
@@ -86,10 +93,11 @@ TEST_F(RecordingTest, ClicksOnTheSheetBecomeTheMapAsTheyCome) {
     s.files.open(1, dir.filePath("Song.map"), FileMode::Input); // a play (TIC beeps) reads it
     t0 = clock.tickMs();
     button("Command2"); // Record
-    EXPECT_TRUE(s.adobeF.Shape1.get() && s.adobeF.Shape3.get());
-    EXPECT_FALSE(s.files.isOpen(1)); // that play ends: it would move the tic base
-    EXPECT_EQ(player.URL(), dir.filePath("Song.mp3"));
-    EXPECT_EQ(map(), QByteArray()); // emptied at the press
+    // The lights come on; that play ends (it would move the tic base); the
+    // song is loaded; the map is emptied at the press.
+    EXPECT_EQ(readouts(s.adobeF.Shape1.get(), s.adobeF.Shape3.get(), s.files.isOpen(1),
+                       player.URL(), map().size()),
+              (QStringList{"true", "true", "false", dir.filePath("Song.mp3"), "0"}));
     QWidget* sheet = window.carrier();
     at(2340, [&] { click(sheet, {120, 160}); });
     at(3000, [&] { button("Command3"); }); // Next PG leaves its mark for the next click
@@ -103,8 +111,9 @@ TEST_F(RecordingTest, ClicksOnTheSheetBecomeTheMapAsTheyCome) {
     EXPECT_EQ(map(), crlf(kMapHeader + rec("2340", " 1700 ", " 1900 ", "0")));
     clock.advanceTo(t0 + 6500);
     button("Command2");
-    EXPECT_FALSE(s.adobeF.Shape1.get() || s.adobeF.Picture1.Visible.get());
-    EXPECT_EQ(s.adobeF.Text4.text(), "1885");
+    EXPECT_EQ(
+        readouts(s.adobeF.Shape1.get(), s.adobeF.Picture1.Visible.get(), s.adobeF.Text4.text()),
+        (QStringList{"false", "false", "1885"}));
     EXPECT_EQ(map(), crlf(kMapHeader + rec("2340", " 1700 ", " 1900 ", "0") +
                           rec("1875", " 3650 ", " 1900 ", "0", true) +
                           rec("1885", " 3650 ", " 4000 ", "8000")));
@@ -186,12 +195,10 @@ TEST_F(RecordingTest, AppendWritesAfterTheRowOnShowAndKeepsTheLaterRows) {
     EXPECT_FALSE(s.adobeF.Shape4.get());
     // No second sheet line was read; row 1 was shown, so trimmed; row 2 is
     // the click; rows 3 and 4 stand as they were.
-    QStringList want = kFixture.mid(2);
-    want[0] = "#1";
-    want[14] = want[15] = "2000";
-    const QStringList row2 = rec("1500", "4400", "2500", "0");
-    std::copy(row2.begin(), row2.end(), want.begin() + 19);
-    EXPECT_EQ(splitLines(map()), want);
+    EXPECT_EQ(splitLines(map()),
+              (QStringList{"#1", "#2", "#3", "#4", "#5", "#6", " 80^"} +
+               rec("2000", " 1000 ", " 2000 ", "0") + rec("2000", "2000", "2000", "0") +
+               rec("1500", "4400", "2500", "0") + kFixture.mid(9 + 3 * 6)));
 }
 
 TEST_F(RecordingTest, SaveGoesThroughEditAndAFailedWriteKeepsTheTable) {
@@ -202,19 +209,18 @@ TEST_F(RecordingTest, SaveGoesThroughEditAndAFailedWriteKeepsTheTable) {
     const int64_t start = clock.tickMs();
     adobeF::SAV_Click(s);
     EXPECT_GE(clock.tickMs() - start, 1000);
-    EXPECT_EQ(settingsSaved, 1);
-    EXPECT_FALSE(s.adobeF.Shape2.get());
-    EXPECT_EQ(splitLines(map()).mid(0, 2), (QStringList{"120@", "#1"}));
+    EXPECT_EQ(readouts(settingsSaved, s.adobeF.Shape2.get(), splitLines(map()).mid(0, 2).join('|')),
+              (QStringList{"1", "false", "120@|#1"}));
     // The folder has gone by the time edit mode is left: the changes stay.
     press("Command7");
     press("Command5");
     button("Command10");
     ASSERT_TRUE(QDir(dir.path()).removeRecursively());
     press("Command7");
-    ASSERT_EQ(messages.shown.size(), 2);
-    EXPECT_TRUE(messages.shown[1].startsWith("The map could not be written to "));
-    EXPECT_TRUE(s.adobeF.Shape2.get());
-    EXPECT_EQ(s.tic.Tic[1], "3001"); // row 1 deleted, the rest still there
+    // Row 1 deleted, the rest still there.
+    EXPECT_EQ(readouts(messages.shown.size(), messages.shown.value(1).left(32),
+                       s.adobeF.Shape2.get(), s.tic.Tic[1]),
+              (QStringList{"2", "The map could not be written to ", "true", "3001"}));
 }
 
 TEST_F(RecordingTest, PressesServedInsideAWalkLeaveTheRowsAlone) {
@@ -229,18 +235,12 @@ TEST_F(RecordingTest, PressesServedInsideAWalkLeaveTheRowsAlone) {
         press("Command5"); // row 1
         bool posted = false;
         Subscription sub = s.adobeF.Picture1.Red.subscribe([&] {
-            if (!s.adobeF.Picture1.Red.get() || std::exchange(posted, true)) return;
-            QApplication::postEvent(control("Command5"),
-                                    new QMouseEvent(QEvent::MouseButtonPress, QPointF(2, 2),
-                                                    QPointF(2, 2), Qt::LeftButton, Qt::LeftButton,
-                                                    Qt::NoModifier));
+            if (s.adobeF.Picture1.Red.get() && !std::exchange(posted, true)) postPress("Command5");
         });
         press(walker);
         EXPECT_TRUE(posted);
         EXPECT_EQ(s.g.CursorIndex, 3);
-        EXPECT_EQ((QStringList{s.tic.Tic[3], s.tic.X[3], s.tic.Y[3], s.tic.Scr[3], s.tic.Nxt[3],
-                               s.tic.Prv[3]}),
-                  (QStringList{"2000", "1000", "4000", "0", "True", "False"}));
+        EXPECT_EQ(ticRow(s.tic, 3), rec("2000", "1000", "4000", "0", true));
         mouse(control("Command5"), QEvent::MouseButtonDblClick, {2, 2}, Qt::LeftButton,
               Qt::LeftButton);
         EXPECT_EQ(s.g.CursorIndex, 4);
@@ -248,9 +248,7 @@ TEST_F(RecordingTest, PressesServedInsideAWalkLeaveTheRowsAlone) {
     }
     // An Edit press served inside a step saves and leaves: the step ends there.
     press("Command7");
-    QApplication::postEvent(control("Command7"),
-                            new QMouseEvent(QEvent::MouseButtonPress, QPointF(2, 2), QPointF(2, 2),
-                                            Qt::LeftButton, Qt::LeftButton, Qt::NoModifier));
+    postPress("Command7");
     press("Command5");
     EXPECT_FALSE(s.adobeF.Shape2.get() || s.adobeF.Picture1.Visible.get());
 }

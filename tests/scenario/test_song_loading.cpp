@@ -11,6 +11,7 @@
 #include "test_files.h"
 #include "transport/play_start.h"
 #include "transport/song_loading.h"
+#include "units_helpers.h"
 
 #include <QDir>
 #include <QListWidget>
@@ -73,29 +74,26 @@ TEST_F(SongLoadingTest, LeftPressResetsFindsSiblingsAndAppliesTheHeader) {
     s.adobeF.Picture1.Visible.set(true);
     const int64_t t0 = clock.tickMs();
     select("Song MIX.mp3");
-    EXPECT_EQ(s.g.SongBase, folder + "/Song.mp3");
-    EXPECT_EQ(s.g.SongFile, folder + "/Song MIX.mp3"); // the MIX recording plays
-    EXPECT_TRUE(s.adobeF.Shape3.get());                // the lock light
-    EXPECT_EQ(s.velmor.ZoomIt.text(), "90");
-    EXPECT_EQ(s.velmor.PDFLeft.text(), "150");
-    EXPECT_EQ(player.settingsVolume(), 40);
-    EXPECT_EQ(s.velmor.HScroll1.get(), 40);
-    EXPECT_EQ(s.g.StopRequested, kTrue);
-    EXPECT_EQ(s.g.CursorPlaySwitch, 0);
-    EXPECT_EQ(s.bControl.Command6.text(), "Cursor Play");
-    EXPECT_EQ(s.g.MapHeaderLines[2], "");
-    EXPECT_FALSE(s.adobeF.Picture1.Visible.get());
-    EXPECT_EQ(s.velmor.PlayedList, folder + "/Song MIX.mp3,");
-    EXPECT_EQ(clock.tickMs() - t0, 500); // the half second before the sheet
+    // The MIX recording plays under the plain name; the lock light comes on;
+    // the header's zoom, left and volume (80 % of the 50 % limit) apply; a
+    // cursor play is stopped and its button reset; the song joins the played
+    // list; half a second passes before the sheet.
+    EXPECT_EQ(readouts(s.g.SongBase, s.g.SongFile, s.adobeF.Shape3.get(), s.velmor.ZoomIt.text(),
+                       s.velmor.PDFLeft.text(), player.settingsVolume(), s.velmor.HScroll1.get(),
+                       s.g.StopRequested, s.g.CursorPlaySwitch, s.bControl.Command6.text(),
+                       s.g.MapHeaderLines[2], s.adobeF.Picture1.Visible.get(), s.velmor.PlayedList,
+                       clock.tickMs() - t0),
+              (QStringList{folder + "/Song.mp3", folder + "/Song MIX.mp3", "true", "90", "150",
+                           "40", "40", "-1", "0", "Cursor Play", "", "false",
+                           folder + "/Song MIX.mp3,", "500"}));
     // ZoomIt was "100" already: step 10 changes nothing, the header zooms to 90.
     EXPECT_EQ(calls,
               (QStringList{"gotoFirstPage", "setZoom(90)", "LoadFile(" + folder + "/SONG.PDF)",
                            "gotoFirstPage", "setPageMode(none)", "setZoom(90)", "gotoPreviousPage",
                            "gotoPreviousPage", "gotoPreviousPage"}));
-    EXPECT_EQ(s.adobeF.VScroll1.get(), 500);
-    EXPECT_EQ(s.adobeF.AcroPDF1Height.get(), 1.55 * s.screenHeight);
-    EXPECT_EQ(s.g.OverlayTicks, 40);
-    EXPECT_TRUE(player.calls.contains("URL()"));
+    EXPECT_EQ(readouts(s.adobeF.VScroll1.get(), s.adobeF.AcroPDF1Height.get(), s.g.OverlayTicks,
+                       player.calls.contains("URL()")),
+              readouts(500, 1.55 * s.screenHeight, 40, true));
     installPlayStart(s);
     s.WindowsMediaPlayer1_MouseDown(1, 0, 0, 0);
     EXPECT_EQ(s.g.PlayLoopCount, 1); // the map's one tic played
@@ -105,10 +103,9 @@ TEST_F(SongLoadingTest, NumberPrefixSharesTheMapOnlyWithIgnoreNumber) {
     file("12 Tune.mp3");
     file("Tune.map", "");
     s.velmor.ZoomIt.setText("120");
-    select("12 Tune.mp3");
-    EXPECT_FALSE(s.adobeF.Shape3.get()); // no map: no lock, no header
-    EXPECT_EQ(s.velmor.ZoomIt.text(), "100");
-    EXPECT_EQ(player.settingsVolume(), 50);
+    select("12 Tune.mp3"); // no map: no lock, no header
+    EXPECT_EQ(readouts(s.adobeF.Shape3.get(), s.velmor.ZoomIt.text(), player.settingsVolume()),
+              (QStringList{"false", "100", "50"}));
     s.velmor.IGNNR.set(1);
     select("12 Tune.mp3");
     EXPECT_TRUE(s.adobeF.Shape3.get()); // an empty map is a map
@@ -133,16 +130,14 @@ TEST_F(SongLoadingTest, MissingSheetsAndAnOverflowingVolumeStillLoadToTheEnd) {
     select("Duet.mp3");
     EXPECT_EQ(messages.shown,
               QStringList{"Could not find " + dir.filePath("second") + "/Duet.pdf"});
-    EXPECT_EQ(reloads, 1);
-    EXPECT_EQ(s.adobeF2.PageNR.text(), "1");
-    EXPECT_TRUE(calls.contains("unloadFile") && viewer2.calls.contains("unloadFile"));
-    EXPECT_EQ(player.settingsVolume(), 50);
-    EXPECT_EQ(s.velmor.ZoomIt.text(), "120");
-    EXPECT_FALSE(s.files.isOpen(3) || s.files.isOpen(4));
-    EXPECT_EQ(s.adobeF.VScroll1.get(), 500);
-    EXPECT_EQ(s.adobeF2.VScroll1Top.get(), 1700); // window 2's own top and height
-    EXPECT_EQ(s.adobeF2.VScroll1Height.get(), 7800);
-    EXPECT_EQ(s.g.OverlayTicks, 40);
+    // Window 2's scroll bar follows its own top and height.
+    EXPECT_EQ(
+        readouts(reloads, s.adobeF2.PageNR.text(), calls.contains("unloadFile"),
+                 viewer2.calls.contains("unloadFile"), player.settingsVolume(),
+                 s.velmor.ZoomIt.text(), s.files.isOpen(3) || s.files.isOpen(4),
+                 s.adobeF.VScroll1.get(), s.adobeF2.VScroll1Top.get(),
+                 s.adobeF2.VScroll1Height.get(), s.g.OverlayTicks),
+        (QStringList{"1", "1", "true", "true", "50", "120", "false", "500", "1700", "7800", "40"}));
 }
 
 // A failure of the viewer while the sheet loads ends the load with the one
@@ -150,7 +145,10 @@ TEST_F(SongLoadingTest, MissingSheetsAndAnOverflowingVolumeStillLoadToTheEnd) {
 TEST_F(SongLoadingTest, ViewerFailuresEndTheSheetLoadWithTheMessageButNotTheTurnBefore) {
     file("Bad.mp3");
     file("Bad.pdf");
-    for (const QString failing : {"LoadFile", "gotoFirstPage"}) { // its first call fails
+    // The call that fails first, the message's start, the load's end reached.
+    const std::tuple<QString, QString, int> cases[] = {
+        {"LoadFile", "Error 75 Unread You must start", 0}, {"gotoFirstPage", "", 40}};
+    for (const auto& [failing, message, overlayTicks] : cases) {
         messages.shown.clear();
         s.g.OverlayTicks = 0;
         viewer.onCall = [failing, failed = false](const QString& call) mutable {
@@ -159,11 +157,9 @@ TEST_F(SongLoadingTest, ViewerFailuresEndTheSheetLoadWithTheMessageButNotTheTurn
             throw Failure(75, "Unread");
         };
         select("Bad.mp3");
-        const bool sheetLoad = failing == "LoadFile";
-        EXPECT_EQ(messages.shown.join("").left(30),
-                  sheetLoad ? "Error 75 Unread You must start" : "");
-        EXPECT_EQ(s.g.OverlayTicks, sheetLoad ? 0 : 40);  // the load's end reached or not
-        EXPECT_EQ(s.g.SongBase, dir.path() + "/Bad.mp3"); // what was done stands
+        // What was done before the failure stands.
+        EXPECT_EQ(readouts(messages.shown.join("").left(30), s.g.OverlayTicks, s.g.SongBase),
+                  readouts(message, overlayTicks, dir.path() + "/Bad.mp3"));
     }
 }
 
@@ -171,14 +167,12 @@ TEST_F(SongLoadingTest, SuppressLoadStopsAfterTheResetAndRightPressAddsToThePlay
     file("A.mp3");
     s.velmor.SuppressLoad = kTrue;
     select("A.mp3");
-    EXPECT_EQ(s.g.AbortScroll, kTrue);
-    EXPECT_TRUE(s.g.SongBase.isEmpty());
-    EXPECT_TRUE(calls.isEmpty());
+    EXPECT_EQ(readouts(s.g.AbortScroll, s.g.SongBase, calls.join(',')),
+              (QStringList{"-1", "", ""}));
     s.velmor.SuppressLoad = 0;
     select("A.mp3", 2);
-    EXPECT_TRUE(s.playLst.Visible.get());
-    EXPECT_EQ(s.playLst.List1.get(), QStringList{"A.mp3"});
-    EXPECT_TRUE(s.g.SongBase.isEmpty());
+    EXPECT_EQ(readouts(s.playLst.Visible.get(), s.playLst.List1.get().join(','), s.g.SongBase),
+              (QStringList{"true", "A.mp3", ""}));
     select("A.mp3", 3);
     EXPECT_EQ(s.g.OverlayTicks, 40);
 }

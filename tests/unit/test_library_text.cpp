@@ -6,8 +6,8 @@
 #include "library/play_list.h"
 #include "library/print_index.h"
 #include "library/z_marking.h"
+#include "test_files.h"
 
-#include <QFile>
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
 
@@ -32,7 +32,7 @@ TEST(IndexText, EntryZeroMixAndLongNamesByteForByte) {
 }
 
 TEST(IndexText, PagesOf120NamesInTwoColumnsOf60) {
-    for (int n : {60, 61, 120, 121, 240, 241}) {
+    for (int n : {60, 61, 120, 121, 240, 241, 6000}) { // no limit on the length
         QStringList list{"First entry.mp3"};
         for (int k = 1; k <= n; ++k)
             list << song(k) + ".mp3";
@@ -51,13 +51,6 @@ TEST(IndexText, PagesOf120NamesInTwoColumnsOf60) {
             EXPECT_EQ(rows[4].mid(50).trimmed(), onPage > 60 ? song(p * 120 + 61) : "") << n;
         }
     }
-    // No limit on the length: 6000 names are 50 pages.
-    QStringList big{"entry 0"};
-    for (int k = 1; k <= 6000; ++k)
-        big << song(k) + ".mp3";
-    const QString text = indexText(big);
-    EXPECT_EQ(text.count(QChar(12)), 49);
-    EXPECT_TRUE(text.contains(song(6000)));
 }
 
 TEST(ListFile, RoundTripThroughFileNumberOne) {
@@ -67,9 +60,8 @@ TEST(ListFile, RoundTripThroughFileNumberOne) {
     QTemporaryDir d;
     const QString path = d.filePath("Gig.SSS");
     writeListFile(s, path, {1, 0, 1, {"Blue Moon.mp3", "", "Z Song.mp3"}});
-    QFile f(path);
-    ASSERT_TRUE(f.open(QIODevice::ReadOnly));
-    EXPECT_EQ(f.readAll(), QByteArray(" 1 \r\n 0 \r\n 1 \r\nBlue Moon.mp3\r\n\r\nZ Song.mp3\r\n"));
+    EXPECT_EQ(readFile(path),
+              QByteArray(" 1 \r\n 0 \r\n 1 \r\nBlue Moon.mp3\r\n\r\nZ Song.mp3\r\n"));
     const ListFile kept = readListFile(s, path, true);
     EXPECT_EQ(kept.items, (QStringList{"Blue Moon.mp3", "", "Z Song.mp3"}));
     EXPECT_EQ(std::tuple(kept.closeSelect, kept.closeDelete, kept.delItem), std::tuple(1, 0, 1));
@@ -82,14 +74,12 @@ TEST(ListFile, RoundTripThroughFileNumberOne) {
 }
 
 TEST(ZNames, SetAndRemove) {
-    const struct {
-        const char *name, *without;
-    } cases[] = {{"ZEBRA.MP3", "EBRA.MP3"},
-                 {"Z Z SONG", "Z SONG"},
-                 {"z song.mp3", "song.mp3"},
-                 {"Song.mp3", "ong.mp3"}};
-    for (const auto& c : cases)
-        EXPECT_EQ(nameWithoutZ(c.name), c.without) << c.name;
+    const std::pair<const char*, const char*> cases[] = {{"ZEBRA.MP3", "EBRA.MP3"},
+                                                         {"Z Z SONG", "Z SONG"},
+                                                         {"z song.mp3", "song.mp3"},
+                                                         {"Song.mp3", "ong.mp3"}};
+    for (const auto& [name, without] : cases)
+        EXPECT_EQ(nameWithoutZ(name), without) << name;
     EXPECT_EQ(nameWithZ("Z SONG"), "Z Z SONG");
     EXPECT_EQ(zSiblings("Blue.Moon.mp3"),
               (QStringList{"Blue.Moon.mp3", "Blue.NWC", "Blue.pdf", "Blue.map"}));

@@ -7,6 +7,7 @@
 #include "fakes.h"
 #include "stage.h"
 #include "test_files.h"
+#include "units_helpers.h"
 
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
@@ -27,9 +28,6 @@ class MapFileTest : public ::testing::Test, protected Stage {
         EXPECT_TRUE(writeFile(p, bytes));
         return p;
     }
-    QStringList row(int i) const {
-        return {s.tic.Tic[i], s.tic.X[i], s.tic.Y[i], s.tic.Scr[i], s.tic.Nxt[i], s.tic.Prv[i]};
-    }
 
     QTemporaryDir dir;
 };
@@ -48,13 +46,13 @@ TEST_F(MapFileTest, EditLoadKeepsCellsAsReadAndTableWriteReproducesTheEditForm) 
     const QString p = write(crlf(kRecorded));
     s.velmor.ZoomIt.setText("120");
     editLoad(s, p);
-    EXPECT_EQ(s.velmor.ZoomIt.text(), "100");
-    EXPECT_EQ(row(0), (QStringList{"2340", " 1650 ", " 2280 ", "0", "False", "False"}));
-    EXPECT_EQ(row(1), (QStringList{"1875", " 4110 ", " 2280 ", "0", "True", "False"}));
-    EXPECT_TRUE(s.tic.Tic[2].isEmpty());
-    EXPECT_EQ(s.g.CursorStarted, 0);
-    EXPECT_FALSE(s.files.isOpen(3));
-    EXPECT_TRUE(s.g.MapHeaderLines[1].isEmpty()); // the edit load leaves them alone
+    EXPECT_EQ(ticRow(s.tic, 0) + ticRow(s.tic, 1) + ticRow(s.tic, 2).mid(0, 1),
+              rec("2340", " 1650 ", " 2280 ", "0") + rec("1875", " 4110 ", " 2280 ", "0", true) +
+                  QStringList{""});
+    // The edit load leaves the second sheet's lines alone.
+    EXPECT_EQ(readouts(s.velmor.ZoomIt.text(), s.g.CursorStarted, s.files.isOpen(3),
+                       s.g.MapHeaderLines[1]),
+              (QStringList{"100", "0", "false", ""}));
     // Zoom 100 and left 0: the edit form leaves out "@" and "%"; the cells go
     // out as they stand, blanks included.
     player.setSettingsVolume(80);
@@ -76,19 +74,18 @@ TEST_F(MapFileTest, RewrittenHeaderLinesDoubleTheirMarkerAndStillReadRight) {
     lines[3] = "#2"; // nothing before the marker: reads 0, stays two characters
     const QString p = write(crlf(lines));
     EXPECT_TRUE(headerTake(s, p, {}));
-    EXPECT_EQ(s.g.MapHeaderLines[1], "350#1");
-    EXPECT_EQ(s.g.MapHeaderLines[2], "#2");
-    EXPECT_EQ(s.adobeF2.VScroll2.get(), 350);
-    editLoad(s, p);
-    tableWrite(s, p);
-    const QStringList back = splitLines(readFile(p));
-    EXPECT_EQ(back.mid(0, 2), (QStringList{"350#1#1", "#2#2"}));
-    EXPECT_EQ(val(back[0]), 350);
-    // Read again and written again: one more marker each time.
-    headerTake(s, p, {});
-    editLoad(s, p);
-    tableWrite(s, p);
-    EXPECT_EQ(splitLines(readFile(p))[0], "350#1#1#1");
+    EXPECT_EQ(readouts(s.g.MapHeaderLines[1], s.g.MapHeaderLines[2], s.adobeF2.VScroll2.get()),
+              (QStringList{"350#1", "#2", "350"}));
+    // Read and written again: one more marker each time, the number still first.
+    const QStringList rewritten[] = {{"350#1#1", "#2#2"}, {"350#1#1#1", "#2#2#2"}};
+    for (const QStringList& want : rewritten) {
+        editLoad(s, p);
+        tableWrite(s, p);
+        EXPECT_EQ(splitLines(readFile(p)).mid(0, 2), want);
+        s.adobeF2.VScroll2.set(0);
+        EXPECT_TRUE(headerTake(s, p, {}));
+        EXPECT_EQ(s.adobeF2.VScroll2.get(), 350);
+    }
 }
 
 TEST_F(MapFileTest, HeaderTakeAppliesZoomLeftAndVolumeAndPassesOverTics) {
@@ -100,12 +97,10 @@ TEST_F(MapFileTest, HeaderTakeAppliesZoomLeftAndVolumeAndPassesOverTics) {
     s.tic.Tic[0] = "keep";
     QStringList volumes;
     EXPECT_TRUE(headerTake(s, p, [&](const QString& l) { volumes << l; }));
-    EXPECT_EQ(s.velmor.ZoomIt.text(), "90");
-    EXPECT_EQ(s.velmor.PDFLeft.text(), "120");
-    EXPECT_EQ(volumes, QStringList{" 80^"});
-    EXPECT_EQ(s.tic.Tic[0], "keep");              // the table is not touched
-    EXPECT_TRUE(s.g.MapHeaderLines[1].isEmpty()); // window 2 hidden: slots stay
-    EXPECT_FALSE(s.files.isOpen(4));
+    // The table is not touched; window 2 hidden: its slots stay empty.
+    EXPECT_EQ(readouts(s.velmor.ZoomIt.text(), s.velmor.PDFLeft.text(), volumes.join('|'),
+                       s.tic.Tic[0], s.g.MapHeaderLines[1], s.files.isOpen(4)),
+              (QStringList{"90", "120", " 80^", "keep", "", "false"}));
     EXPECT_FALSE(headerTake(s, dir.filePath("none.map"), {}));
 }
 
@@ -115,18 +110,16 @@ TEST_F(MapFileTest, BareRecordsHeaderBetweenRecordsAndARecordCutShort) {
     const QString p = write(crlf({"100", "1", "2", "0", "False", "False", "75@", "-50%", "200", "3",
                                   "4", "0", "False", "False", "300", " 5 "}));
     editLoad(s, p);
-    EXPECT_EQ(row(0), (QStringList{"100", "1", "2", "0", "False", "False"}));
-    EXPECT_EQ(row(1), (QStringList{"200", "3", "4", "0", "False", "False"}));
-    EXPECT_EQ(row(2), (QStringList{"300", " 5 ", "", "", "", ""}));
+    EXPECT_EQ(ticRow(s.tic, 0) + ticRow(s.tic, 1) + ticRow(s.tic, 2) + ticRow(s.tic, 3).mid(0, 1),
+              (rec("100", "1", "2", "0") + rec("200", "3", "4", "0") +
+               QStringList{"300", " 5 ", "", "", "", "", ""}));
     EXPECT_EQ(s.velmor.ZoomIt.text() + s.velmor.PDFLeft.text(), "75-50");
-    EXPECT_TRUE(s.tic.Tic[3].isEmpty());
     // While the File menu's Save runs, zoom and left stay as they are.
     s.velmor.ZoomIt.setText("100");
     s.velmor.PDFLeft.setText("0");
     s.g.SaveInProgress = kTrue;
     editLoad(s, p);
-    EXPECT_EQ(s.velmor.ZoomIt.text() + s.velmor.PDFLeft.text(), "1000");
-    EXPECT_EQ(s.tic.Tic[0], "100");
+    EXPECT_EQ(s.velmor.ZoomIt.text() + s.velmor.PDFLeft.text() + s.tic.Tic[0], "1000100");
 }
 
 TEST_F(MapFileTest, FiveThousandRowsLoadTheNextOneIsTooLarge) {
@@ -137,10 +130,8 @@ TEST_F(MapFileTest, FiveThousandRowsLoadTheNextOneIsTooLarge) {
     s.adobeF.Shape2.set(true);
     editLoad(s, p);
     EXPECT_EQ(messages.shown, QStringList{"Music is to large to edit"});
-    EXPECT_FALSE(s.adobeF.Shape2.get());
-    EXPECT_EQ(s.tic.Tic[4999], "5000");
-    EXPECT_TRUE(s.tic.Tic[5000].isEmpty());
-    EXPECT_FALSE(s.files.isOpen(3));
+    EXPECT_EQ(readouts(s.adobeF.Shape2.get(), s.tic.Tic[4999], s.tic.Tic[5000], s.files.isOpen(3)),
+              (QStringList{"false", "5000", "", "false"}));
     // The table can hold 5001 rows and writes them all.
     s.tic.Tic[5000] = "5001";
     for (auto* c : {&s.tic.X, &s.tic.Y, &s.tic.Scr, &s.tic.Nxt, &s.tic.Prv})
@@ -170,13 +161,12 @@ TEST_F(MapFileTest, NoReaderFailsOnGarbage) {
     QByteArray junk;
     for (int i = 0; i < 4000; ++i)
         junk += char((i * 7919) % 256);
-    junk += "\r\n#7\r\n~\r\n^^^\r\n@%#\r\n99999999999999999999#1\r\n-1e308@\r\n";
-    const QString p = write(junk);
+    const QString p =
+        write(junk + "\r\n#7\r\n~\r\n^^^\r\n@%#\r\n99999999999999999999#1\r\n-1e308@\r\n");
     s.adobeF2.Visible.set(true);
     EXPECT_TRUE(headerTake(s, p, [](const QString&) {}));
     editLoad(s, p);
-    EXPECT_FALSE(s.files.isOpen(3));
-    EXPECT_FALSE(s.files.isOpen(4));
+    EXPECT_FALSE(s.files.isOpen(3) || s.files.isOpen(4));
 }
 
 } // namespace

@@ -8,6 +8,7 @@
 #include "fakes.h"
 #include "stage.h"
 #include "test_files.h"
+#include "units_helpers.h"
 
 #include <QDir>
 #include <QFile>
@@ -77,48 +78,43 @@ TEST_F(SettingsTest, SaveWritesSixtyLinesInTheirKindsAndReadsBackTheSame) {
     ASSERT_TRUE(readLines1to37(back, {}));
     EXPECT_EQ(placedTop, 1); // the sheet window's line puts it at the top
     readLines38to60(back);
-    EXPECT_EQ(back.velmor.Text1.text(), "/home/me/songs");
-    EXPECT_EQ(back.velmor.IGNNR.get(), 1);
-    EXPECT_EQ(back.velmor.IgnZ.get(), 0);
-    EXPECT_EQ(back.velmor.ScrollOffset.text(), " 450 ");
-    EXPECT_EQ(back.velmor.IamaServer.get(), 1);
-    EXPECT_EQ(back.velmor.Scrn1.get(), 1);
-    EXPECT_EQ(back.g.SoundDevice, 2);
-    EXPECT_EQ(back.adobeF.VScroll1Left.get(), 15000);
-    EXPECT_EQ(back.g.PDFLeftDefault, "-300");
-    EXPECT_EQ(back.velmor.WindowTop, 1234.5);
-    EXPECT_EQ(back.velmor.WindowLeft, 1); // the left always starts at 1
+    // What the written lines give back is checked by writing them again; here
+    // what is not written as it was read: the sound device from the Audio Out
+    // marks, the strip's place, the left default, the left that always starts
+    // at 1, and a value equal to its built-in one.
+    EXPECT_EQ(readouts(back.g.SoundDevice, back.adobeF.VScroll1Left.get(), back.g.PDFLeftDefault,
+                       back.velmor.WindowLeft, back.velmor.IgnZ.get()),
+              (QStringList{"2", "15000", "-300", "1", "0"}));
     SaveVelmor(back);
     EXPECT_EQ(lines(), l); // what was read writes back the same
 }
 
-TEST_F(SettingsTest, ShortOlderFilesStopWhereTheyEnd) {
-    QStringList eleven = {"C:\\NWC", "*.mp3", "TRUE",  "", "4.5",  "100",
-                          "0",       "TRUE",  "FALSE", "", "FALSE"};
-    write(eleven);
+TEST_F(SettingsTest, ShortOlderFilesStopWhereTheyEndAndBadValuesAfterLine37Fail) {
+    QStringList l = {"C:\\NWC", "*.mp3", "TRUE",  "", "4.5",  "100",
+                     "0",       "TRUE",  "FALSE", "", "FALSE"};
+    write(l);
     int shown = 0;
     ASSERT_TRUE(openSettings(s));
     EXPECT_FALSE(readLines1to37(s, [&] { ++shown; }));
-    EXPECT_EQ(shown, 1);                         // line 11 shows sheet window 1
-    EXPECT_EQ(s.velmor.LoadPDF.get(), 1);        // whatever it holds
-    EXPECT_EQ(s.velmor.CNWC.get(), 0);           // line 3 "TRUE" all the same
-    EXPECT_EQ(s.velmor.FadeT.text(), "3");       // not reached: built-in
-    EXPECT_EQ(s.velmor.Text1.text(), "C:\\NWC"); // a Windows path is read as it stands
-    EXPECT_FALSE(s.files.isOpen(1));
+    // Line 11 shows sheet window 1 and checks LoadPDF whatever it holds;
+    // line 3's "TRUE" leaves CNWC alone; FadeT is not reached; a Windows path
+    // is read as it stands.
+    EXPECT_EQ(readouts(shown, s.velmor.LoadPDF.get(), s.velmor.CNWC.get(), s.velmor.FadeT.text(),
+                       s.velmor.Text1.text(), s.files.isOpen(1)),
+              (QStringList{"1", "1", "0", "3", "C:\\NWC", "false"}));
     // 37 lines are enough for the first stretch; the second reads nothing.
-    QStringList l37 = eleven;
-    l37.resize(37);
-    write(l37);
+    l.resize(37);
+    write(l);
     ASSERT_TRUE(openSettings(s));
     EXPECT_TRUE(readLines1to37(s, {}));
     readLines38to60(s);
     EXPECT_EQ(s.velmor.ClientDelay.text(), "3.5");
-}
-
-TEST_F(SettingsTest, FoundWhateverTheCaseAndBadValuesAfterLine37Fail) {
-    QStringList l(60, QString());
+    // The file is found whatever the case of its name; line 40 holds no
+    // check box value.
+    l.resize(60);
     l[0] = "/music";
-    l[39] = "5"; // no check box value
+    l[39] = "5";
+    QFile::remove(dir.filePath("Mellivane.ini"));
     write(l, "MELLIVANE.INI");
     ASSERT_TRUE(openSettings(s));
     EXPECT_TRUE(readLines1to37(s, {}));
@@ -131,29 +127,28 @@ TEST_F(SettingsTest, FoundWhateverTheCaseAndBadValuesAfterLine37Fail) {
 // The second sheet window's place file: six lines, the place kept on the
 // screen, a short file read as far as it goes.
 TEST_F(SettingsTest, SecondSheetPlaceFileRoundTripAndShortFiles) {
+    SheetTwoState& a = s.adobeF2;
     EXPECT_FALSE(readAdobeF2(s));
-    EXPECT_EQ(s.adobeF2.PDFTop.text(), "600"); // built-in texts stay
-    s.adobeF2.ScrollOffset.setText(" 120");
-    s.adobeF2.AdjLeft.setText("-45");
-    s.adobeF2.PDFTop.setText("300");
-    s.adobeF2.PDFOffset.setText("15");
-    s.adobeF2.Top = s.screenHeight; // off the screen: written as 0
-    s.adobeF2.Left = 4500;
+    EXPECT_EQ(a.PDFTop.text(), "600"); // built-in texts stay
+    a.ScrollOffset.setText(" 120");
+    a.AdjLeft.setText("-45");
+    a.PDFTop.setText("300");
+    a.PDFOffset.setText("15");
+    a.Top = s.screenHeight; // off the screen: written as 0
+    a.Left = 4500;
     writeAdobeF2(s);
     EXPECT_EQ(lines("AdobeF2.ini"), (QStringList{" 120", "-45", "300", " 0 ", " 4500 ", "15"}));
 
     Session& back = restart();
+    const SheetTwoState& b = back.adobeF2;
     ASSERT_TRUE(readAdobeF2(back));
-    EXPECT_EQ(back.adobeF2.ScrollOffset.text(), " 120");
-    EXPECT_EQ(back.adobeF2.PDFOffset.text(), "15");
-    EXPECT_EQ(back.adobeF2.Left, 4500);
-    EXPECT_FALSE(back.files.isOpen(3));
-
+    EXPECT_EQ(readouts(b.ScrollOffset.text(), b.PDFOffset.text(), b.Left, back.files.isOpen(3)),
+              (QStringList{" 120", "15", "4500", "false"}));
     write({"7", "8", "x"}, "ADOBEF2.INI"); // found whatever the case
     QFile::remove(dir.filePath("AdobeF2.ini"));
     ASSERT_TRUE(readAdobeF2(back));
-    EXPECT_EQ(back.adobeF2.PDFTop.text(), "x");     // texts as they stand
-    EXPECT_EQ(back.adobeF2.PDFOffset.text(), "15"); // not reached
+    // Texts as they stand; the offset is not reached.
+    EXPECT_EQ(readouts(b.PDFTop.text(), b.PDFOffset.text()), (QStringList{"x", "15"}));
 }
 
 // What start-up runs depends on how far the file goes and on whether the
@@ -166,38 +161,37 @@ TEST_F(SettingsTest, StartUpStepsFollowTheLengthOfTheFileAndTheViewerStep) {
     l[0] = dir.path();
     l[1] = "*.PDF";
     l[3] = dir.filePath("NWCViewer.exe");
-    int adjusted = 0, shown = 0;
-    QStringList activated;
+    QStringList ran; // the hooks start-up called, in order
     StartupHooks h;
-    h.adjustAll = [&] { ++adjusted; };
-    h.activateProgram = [&](const QString& t) { activated << t; };
-    h.showMainWindow = [&] { ++shown; };
+    h.adjustAll = [&] { ran << "AdjustAll"; };
+    h.activateProgram = [&](const QString& t) { ran << "activate " + t; };
+    h.showMainWindow = [&] { ran << "main window"; };
 
-    // 20 lines: straight to closing the file; no AdjustAll, no viewer.
+    // 20 lines: straight to closing the file; no AdjustAll, no viewer; the
+    // played list is read and SetPath runs.
     write(l);
     startUp(s, h, {});
-    EXPECT_EQ(adjusted, 0);
-    EXPECT_TRUE(activated.isEmpty());
-    EXPECT_EQ(s.velmor.PlayedList, "PlayedList is here");
-    EXPECT_EQ(s.velmor.File1List.get(), QStringList{"Song.pdf"}); // SetPath ran
-    EXPECT_TRUE(messages.shown.isEmpty());
-    EXPECT_EQ(shown, 1);
+    EXPECT_EQ(readouts(ran.join(','), s.velmor.PlayedList, s.velmor.File1List.get().join(',')),
+              (QStringList{"main window", "PlayedList is here", "Song.pdf"}));
 
     // 60 lines with a bad check box value after the viewer step: the error
-    // is said and start-up ends there; the main window comes up all the same.
+    // is said and start-up ends there (the played list is not read); the main
+    // window comes up all the same.
     l.resize(60);
     l[39] = "7";
     write(l);
+    ran.clear();
     Session& t = restart();
     startUp(t, h, {});
-    EXPECT_EQ(adjusted, 1);
-    EXPECT_EQ(activated, QStringList{"NWCViewer"});
-    ASSERT_EQ(messages.shown.size(), 1);
-    EXPECT_EQ(messages.shown[0], "Error 380 Invalid property value");
-    EXPECT_EQ(t.velmor.PlayedList, ""); // the steps after the error did not run
-    EXPECT_EQ(shown, 2);
+    // The messages are those of both runs.
+    EXPECT_EQ(readouts(ran.join(','), messages.shown.join('|'), t.velmor.PlayedList),
+              (QStringList{"AdjustAll,activate NWCViewer,main window",
+                           "Error 380 Invalid property value", ""}));
 }
 
+// The first run starts on the demo songs; shut-down restores a minimised
+// main window before its place is saved, and leaves files the next start
+// reads.
 TEST_F(SettingsTest, FirstRunStartsOnTheDemoAndShutDownLeavesAFileTheNextStartReads) {
     QTemporaryDir demo;
     QDir(demo.path()).mkpath("songs");
@@ -206,25 +200,27 @@ TEST_F(SettingsTest, FirstRunStartsOnTheDemoAndShutDownLeavesAFileTheNextStartRe
     int shown = 0;
     StartupHooks h;
     h.showMainWindow = [&] { ++shown; };
+    h.restoreMainWindow = [&] { s.velmor.WindowTop = 2250; };
     startUp(s, h, demo.path());
     EXPECT_TRUE(messages.shown.isEmpty());
-    EXPECT_EQ(s.velmor.Text1.text(), demo.path() + "/songs");
-    EXPECT_EQ(s.velmor.File1List.get(), QStringList{"Tune.pdf"});
-    EXPECT_EQ(s.g.SoundDevice, -1);
-    EXPECT_EQ(s.velmor.AudioOutChecks.get(), 0); // nothing checked on a first run
-    EXPECT_EQ(shown, 1);
+    // Nothing is checked in Audio Out on a first run.
+    EXPECT_EQ(readouts(s.velmor.Text1.text(), s.velmor.File1List.get().join(','), s.g.SoundDevice,
+                       s.velmor.AudioOutChecks.get(), shown),
+              (QStringList{demo.path() + "/songs", "Tune.pdf", "-1", "0", "1"}));
     s.velmor.PlayedList = "/a/x.mp3,/a/y.mp3,";
     s.velmor.FadeT.setText("5");
+    s.velmor.WindowTop = -32000; // where a minimised window reports itself
     shutDown(s, h);
     EXPECT_EQ(lines().size(), 60);
+    EXPECT_EQ(lines()[5], "2250");
     EXPECT_EQ(lines("PlayedList.txt"), QStringList{"/a/x.mp3,/a/y.mp3,"});
 
     Session& again = restart();
     startUp(again, h, demo.path());
-    EXPECT_EQ(again.velmor.FadeT.text(), "5");
-    EXPECT_EQ(again.velmor.PlayedList, "/a/x.mp3,/a/y.mp3,");
-    EXPECT_EQ(again.velmor.AudioOutChecks.get(), 1); // a full file checks Default
-    EXPECT_EQ(again.velmor.File1List.get(), QStringList{"Tune.pdf"});
+    // A full file checks Default in Audio Out.
+    EXPECT_EQ(readouts(again.velmor.FadeT.text(), again.velmor.PlayedList,
+                       again.velmor.AudioOutChecks.get(), again.velmor.File1List.get().join(',')),
+              (QStringList{"5", "/a/x.mp3,/a/y.mp3,", "1", "Tune.pdf"}));
 }
 
 // Files that an earlier reader got wrong: each is read by start-up (with no
@@ -234,61 +230,35 @@ TEST_F(SettingsTest, FilesThatCameBackWrongComeBackAsSaved) {
     s.velmor.AudioOutChecks.set(1); // Default, as start-up leaves it
     SaveVelmor(s);
     const QStringList saved = lines();
-    struct Case {
-        const char* what;
-        std::vector<std::pair<int, const char*>> edits; // line (from 1), text
-        std::function<void(const Session&)> check;
-    };
-    const std::vector<Case> cases = {
+    // The settings start-up derives from the file: the list's font size and
+    // the window's width (the large list), and the sound device (Audio Out).
+    // What a case is, its edits (line from 1, text), what start-up derives.
+    const std::tuple<const char*, std::vector<std::pair<int, const char*>>, QStringList> cases[] = {
         {"a bad line after 37 with no viewer step drops nothing after it",
          {{40, "7"}, {41, "2.5"}, {50, "800"}, {59, "TRUE"}, {60, "-150"}},
-         [](const Session& r) {
-             EXPECT_EQ(r.velmor.ClientDelay.text(), "2.5");
-             EXPECT_EQ(r.velmor.BeepX.text(), "800");
-             EXPECT_EQ(r.velmor.FootControl.get(), 1);
-             EXPECT_EQ(r.velmor.PDFLeftD.text(), "-150");
-         }},
-        {"the large list comes back",
-         {{56, "-Zoom"}},
-         [](const Session& r) {
-             EXPECT_EQ(r.velmor.ZM.text(), "-Zoom");
-             EXPECT_EQ(r.velmor.File1FontSize.get(), 18);
-             EXPECT_EQ(r.velmor.WindowWidth.get(), 10250);
-         }},
+         {"10", "4785", "-1"}},
+        {"the large list comes back", {{56, "-Zoom"}}, {"18", "10250", "-1"}},
         {"several Audio Out marks each stay",
          {{30, "False"}, {31, "True"}, {33, "True"}},
-         [](const Session& r) {
-             EXPECT_FALSE(r.velmor.audioOutChecked(-1));
-             EXPECT_TRUE(r.velmor.audioOutChecked(0));
-             EXPECT_TRUE(r.velmor.audioOutChecked(2));
-             EXPECT_EQ(r.g.SoundDevice, 2);
-         }},
+         {"10", "4785", "2"}},
     };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.what);
+    for (const auto& [what, edits, derived] : cases) {
+        SCOPED_TRACE(what);
         QStringList l = saved;
-        for (const auto& [line, text] : c.edits)
+        for (const auto& [line, text] : edits)
             l[line - 1] = text;
         write(l);
         Session& r = restart();
         StartupHooks h;
         startUp(r, h, {});
-        c.check(r);
+        EXPECT_EQ(
+            readouts(r.velmor.File1FontSize.get(), r.velmor.WindowWidth.get(), r.g.SoundDevice),
+            derived);
         shutDown(r, h);
-        QStringList want = l;
-        if (c.edits[0].first == 40) want[39] = saved[39]; // the bad value is not kept
-        EXPECT_EQ(lines(), want);
+        if (edits[0].first == 40) l[39] = saved[39]; // the bad value is not kept
+        EXPECT_EQ(lines(), l);
     }
     EXPECT_TRUE(messages.shown.isEmpty());
-}
-
-// Shut-down restores a minimised main window before its place is saved.
-TEST_F(SettingsTest, ShutDownSavesTheRestoredPlaceOfTheMainWindow) {
-    StartupHooks h;
-    s.velmor.WindowTop = -32000; // where a minimised window reports itself
-    h.restoreMainWindow = [&] { s.velmor.WindowTop = 2250; };
-    shutDown(s, h);
-    EXPECT_EQ(lines()[5], "2250");
 }
 
 } // namespace

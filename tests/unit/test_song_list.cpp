@@ -6,6 +6,7 @@
 #include "library/song_list.h"
 #include "stage.h"
 #include "test_files.h"
+#include "units_helpers.h"
 
 #include <QDir>
 #include <QTemporaryDir>
@@ -18,46 +19,41 @@ namespace {
 struct SongListTest : ::testing::Test, Stage {};
 } // namespace
 
-TEST(SongList, PatternWithoutCaseAndCaseInsensitiveOrderWithZAtTheEnd) {
+TEST_F(SongListTest, PatternWithoutCaseAndCaseInsensitiveOrderAndSetPathRefusesBadInput) {
     QTemporaryDir d;
     for (const char* n :
          {"b.pdf", "A.PDF", "Zebra.pdf", "c.mp3", "02 Song.pdf", "zeta.PDF", "a.map", ".b.pdf"})
         writeFile(d.filePath(n));
     QDir(d.path()).mkdir("folder.pdf"); // folders and hidden files are no songs
-    EXPECT_EQ(listSongs(d.path(), "*.PDF"),
-              (QStringList{"02 Song.pdf", "A.PDF", "b.pdf", "Zebra.pdf", "zeta.PDF"}));
+    const QStringList pdfs = {"02 Song.pdf", "A.PDF", "b.pdf", "Zebra.pdf", "zeta.PDF"};
+    EXPECT_EQ(listSongs(d.path(), "*.PDF"), pdfs);
     EXPECT_EQ(listSongs(d.path(), "*.mp3;*.map"), (QStringList{"a.map", "c.mp3"}));
     EXPECT_TRUE(listSongs(d.path(), "*.wav").isEmpty());
     EXPECT_TRUE(listSongs(d.filePath("none"), "*.pdf").isEmpty());
-}
-
-TEST_F(SongListTest, SetPathRefusesBadPatternsAndFoldersAndKeepsTheList) {
-    QTemporaryDir d;
-    writeFile(d.filePath("one.mp3"));
+    // SetPath lists the folder; a bad pattern or folder is refused and the
+    // list stays as it was.
     s.velmor.Text1.setText(d.path());
-    s.velmor.Text2.setText("*.MP3");
+    s.velmor.Text2.setText("*.PDF");
     SetPath(s);
-    EXPECT_EQ(s.velmor.File1List.get(), QStringList{"one.mp3"});
+    EXPECT_EQ(s.velmor.File1List.get(), pdfs);
     s.velmor.Text2.setText("");
     SetPath(s);
     s.velmor.Text2.setText("*.mp3");
     s.velmor.Text1.setText("C:\\NWC"); // a Windows path simply does not exist here
     SetPath(s);
     EXPECT_EQ(messages.shown, (QStringList{"Type is invalid", "Path is invalid"}));
-    EXPECT_EQ(s.velmor.File1List.get(), QStringList{"one.mp3"});
+    EXPECT_EQ(s.velmor.File1List.get(), pdfs);
 }
 
 TEST_F(SongListTest, SetZCountsTheZGroupFromTheEndAndStopsAtEntryOne) {
     s.velmor.File1List.set({"Alpha", "Beta", "Z Gamma", "Zebra", "Zulu"});
     SetZ(s);
-    EXPECT_EQ(s.velmor.ZCount, 3);
-    EXPECT_EQ(s.velmor.SuppressLoad, 0);
-    EXPECT_EQ(s.velmor.File1ListIndex.get(), 1);
+    EXPECT_EQ(readouts(s.velmor.ZCount, s.velmor.SuppressLoad, s.velmor.File1ListIndex.get()),
+              (QStringList{"3", "0", "1"}));
     s.velmor.File1List.set({"Zero", "Zed", "zebra"}); // lower case is no mark
     SetZ(s);
     EXPECT_EQ(s.velmor.ZCount, 0);
     s.velmor.File1List.set({"Zero", "Zed", "Zoo"}); // the walk passes entry 1: still suppressed
     SetZ(s);
-    EXPECT_EQ(s.velmor.ZCount, 2);
-    EXPECT_EQ(s.velmor.SuppressLoad, kTrue);
+    EXPECT_EQ(readouts(s.velmor.ZCount, s.velmor.SuppressLoad), (QStringList{"2", "-1"}));
 }
