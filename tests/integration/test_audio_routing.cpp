@@ -26,7 +26,6 @@ class AudioRoutingTest : public ::testing::Test {
             QStandardPaths::findExecutable("parec").isEmpty())
             GTEST_SKIP() << "pulseaudio and parec are not installed (scripts/install-deps)";
         QDir(runtime.path()).mkdir("rt");
-        env = QProcessEnvironment::systemEnvironment();
         env.insert("XDG_RUNTIME_DIR", runtime.filePath("rt"));
         env.insert("PULSE_RUNTIME_PATH", runtime.filePath("rt/pulse"));
         // The server runs as our child, so that it ends with the test.
@@ -45,7 +44,6 @@ class AudioRoutingTest : public ::testing::Test {
             qputenv(k, env.value(k).toUtf8());
     }
     void TearDown() override {
-        if (daemon.state() == QProcess::NotRunning) return;
         daemon.terminate();
         if (!daemon.waitForFinished(5000)) daemon.kill();
     }
@@ -56,18 +54,17 @@ class AudioRoutingTest : public ::testing::Test {
                           QStringLiteral("--device=%1.monitor").arg(sink)});
         ASSERT_TRUE(p.waitForStarted(5000));
     }
+    // The level of what the recording `p` heard, once it is stopped.
     static double level(QProcess& p) {
         p.terminate();
         p.waitForFinished(5000);
-        const QByteArray raw = p.readAllStandardOutput();
         Pcm pcm;
-        for (qsizetype i = 0; i + 1 < raw.size(); i += 2)
-            pcm.samples.push_back(qint16(quint8(raw[i]) | (quint8(raw[i + 1]) << 8)) / 32768.0);
-        return pcm.samples.empty() ? 0 : rms(pcm, 0, pcm.samples.size());
+        pcm.samples = firstChannel16(p.readAllStandardOutput());
+        return rms(pcm, 0, pcm.samples.size());
     }
 
     QTemporaryDir runtime;
-    QProcessEnvironment env;
+    QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
     QProcess daemon;
 };
 
@@ -77,8 +74,8 @@ TEST_F(AudioRoutingTest, TheChosenCardPlaysTheMusicAndTheOtherStaysSilent) {
     ASSERT_TRUE(player.isValid());
     QStringList devices;
     runUntil([&] { return (devices = player.audioDevices()).contains("pulse/cardB"); }, 5000);
-    ASSERT_TRUE(devices.contains("pulse/cardA")) << devices.join(' ').toStdString();
-    ASSERT_TRUE(devices.contains("pulse/cardB")) << devices.join(' ').toStdString();
+    for (const char* card : {"pulse/cardA", "pulse/cardB"})
+        ASSERT_TRUE(devices.contains(card)) << devices.join(' ').toStdString();
 
     QProcess a, b;
     record(a, "cardA");

@@ -34,12 +34,10 @@ class KeyLog : public QObject {
         lastTime_ = k->timestamp();
         lastKey_ = key;
         if (key == Qt::Key_Alt || key == Qt::Key_Shift || key == Qt::Key_Control) return false;
-        if (key == Qt::Key_Return || key == Qt::Key_Enter)
-            logLine(QStringLiteral("key Enter"));
-        else if (k->modifiers() & Qt::AltModifier)
-            logLine(QStringLiteral("key Alt+") + QKeySequence(key).toString());
-        else
-            logLine(QStringLiteral("key ") + k->text());
+        const bool alt = k->modifiers() & Qt::AltModifier;
+        logLine("key " + (key == Qt::Key_Return || key == Qt::Key_Enter ? QStringLiteral("Enter")
+                          : alt ? "Alt+" + QKeySequence(key).toString()
+                                : k->text()));
         return false;
     }
 
