@@ -73,9 +73,4 @@ double rms(const Pcm& p, size_t from, size_t count) {
     return std::sqrt(std::inner_product(b, e, b, 0.0) / double(end - from));
 }
 
-size_t firstSound(const Pcm& p, double threshold) {
-    const auto loud = [&](double s) { return std::fabs(s) > threshold; };
-    return size_t(std::find_if(p.samples.begin(), p.samples.end(), loud) - p.samples.begin());
-}
-
 } // namespace mv::test

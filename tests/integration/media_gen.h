@@ -28,7 +28,5 @@ Pcm readWav(const QString& path);
 double frequency(const Pcm& p, size_t from, size_t count);
 // Root mean square over [from, from + count); 0 over no samples.
 double rms(const Pcm& p, size_t from, size_t count);
-// Index of the first sample whose magnitude exceeds `threshold`.
-size_t firstSound(const Pcm& p, double threshold = 0.01);
 
 } // namespace mv::test

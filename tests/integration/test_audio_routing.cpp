@@ -26,10 +26,10 @@ class AudioRoutingTest : public ::testing::Test {
             QStandardPaths::findExecutable("parec").isEmpty())
             GTEST_SKIP() << "pulseaudio and parec are not installed (scripts/install-deps)";
         QDir(runtime.path()).mkdir("rt");
-        env.insert("XDG_RUNTIME_DIR", runtime.filePath("rt"));
-        env.insert("PULSE_RUNTIME_PATH", runtime.filePath("rt/pulse"));
+        // The server, its recorders and the player meet through these.
+        qputenv("XDG_RUNTIME_DIR", runtime.filePath("rt").toUtf8());
+        qputenv("PULSE_RUNTIME_PATH", runtime.filePath("rt/pulse").toUtf8());
         // The server runs as our child, so that it ends with the test.
-        daemon.setProcessEnvironment(env);
         daemon.start("pulseaudio",
                      {"--daemonize=no", "--exit-idle-time=-1", "-n", "--use-pid-file=no",
                       "--load=module-native-protocol-unix auth-anonymous=1",
@@ -39,17 +39,13 @@ class AudioRoutingTest : public ::testing::Test {
         const QString socket = runtime.filePath("rt/pulse/native");
         ASSERT_TRUE(runUntil([&] { return QFileInfo::exists(socket); }, 10000))
             << daemon.readAllStandardError().toStdString();
-        // The player reaches the server through the environment.
-        for (const char* k : {"XDG_RUNTIME_DIR", "PULSE_RUNTIME_PATH"})
-            qputenv(k, env.value(k).toUtf8());
     }
     void TearDown() override {
         daemon.terminate();
         if (!daemon.waitForFinished(5000)) daemon.kill();
     }
     // Starts recording what `sink` plays, as 16-bit mono at 44100 Hz.
-    void record(QProcess& p, const char* sink) {
-        p.setProcessEnvironment(env);
+    static void record(QProcess& p, const char* sink) {
         p.start("parec", {"--raw", "--format=s16le", "--channels=1", "--rate=44100",
                           QStringLiteral("--device=%1.monitor").arg(sink)});
         ASSERT_TRUE(p.waitForStarted(5000));
@@ -64,7 +60,6 @@ class AudioRoutingTest : public ::testing::Test {
     }
 
     QTemporaryDir runtime;
-    QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
     QProcess daemon;
 };
 

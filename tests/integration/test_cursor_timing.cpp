@@ -47,10 +47,10 @@ QString writeSong(const QTemporaryDir& dir) {
 } // namespace
 
 TEST(CursorTiming, MusicAtEveryMoveWithin20msAtSpeed1And08) {
-    QTemporaryDir dir;
-    const QString music = writeSong(dir);
     for (const char* speed : {"1", ".8"}) {
         SCOPED_TRACE(speed);
+        QTemporaryDir dir;
+        const QString music = writeSong(dir);
         SystemClock clock;
         test::FakeMessages messages;
         Session s(clock, messages);

@@ -56,7 +56,7 @@ TEST_F(MpvPlayerTest, HalfSpeedKeepsPitchAPositionLandsAndVolumeFollowsMpvsCubic
         p.setControlsCurrentPosition(2.0);
         EXPECT_NEAR(p.controlsCurrentPosition(), 2.0, 0.01);
     });
-    EXPECT_NEAR(frequency(out, firstSound(out) + 2205, 22050), 700, 7);
+    EXPECT_NEAR(frequency(out, 2205, 22050), 700, 7); // any silence first counts no crossing
     EXPECT_NEAR(out.seconds(), 2.0, 0.15);
 
     // The level of the middle half at volumes 100, 50, 20 and 0.
@@ -76,12 +76,10 @@ TEST_F(MpvPlayerTest, HalfSpeedKeepsPitchAPositionLandsAndVolumeFollowsMpvsCubic
 // nothing; Stop keeps the file, an empty URL drops it.
 TEST_F(MpvPlayerTest, NullOutputRunsInRealTimeAtRate0HoldsBelowEndsAndStopKeepsTheFile) {
     MpvPlayer p(QStringLiteral("null"));
-    p.close();
-    p.close();
-    p.controlsPlay();
-    p.controlsPause();
-    p.controlsStop();
-    p.controlsFastForward();
+    for (auto call :
+         {&MpvPlayer::close, &MpvPlayer::close, &MpvPlayer::controlsPlay, &MpvPlayer::controlsPause,
+          &MpvPlayer::controlsStop, &MpvPlayer::controlsFastForward})
+        (p.*call)();
     p.setControlsCurrentPosition(3);
     p.setSettingsRate(0.8);
     EXPECT_FALSE(p.settingsIsAvailable("Rate"));

@@ -74,19 +74,6 @@ void expectTwoColumnPages(const QString& pdf) {
     EXPECT_EQ(pages[1][0].trimmed(), song(121));
 }
 
-class PrinterOf final : public IndexPrinting {
-  public:
-    explicit PrinterOf(QString name) : name_(std::move(name)) {}
-    bool choosePrinter(QPrinter& printer) override {
-        printer.setPrinterName(name_);
-        return printer.isValid();
-    }
-    std::optional<QString> pdfFileName(const QString&) override { return std::nullopt; }
-
-  private:
-    QString name_;
-};
-
 } // namespace
 
 TEST(PrintIndex, ExportPdfHasTwoColumnsAndSixtyLinesAPage) {
@@ -122,8 +109,15 @@ TEST(PrintIndex, PrintThroughCupsToAPdfPrinter) {
     Session s{clock, m};
     QTemporaryDir config;
     s.configDir = config.path();
+    // The printer chosen in the dialog: the cups-pdf queue.
+    struct : IndexPrinting {
+        bool choosePrinter(QPrinter& printer) override {
+            printer.setPrinterName("PDF");
+            return printer.isValid();
+        }
+        std::optional<QString> pdfFileName(const QString&) override { return std::nullopt; }
+    } printer;
     Library lib;
-    PrinterOf printer("PDF");
     lib.printing = &printer;
     s.velmor.File1List.set(songList());
     printIndex(s, lib);

@@ -5,13 +5,11 @@
 // letter), "open <name>" when its Open dialog is accepted, "exit" on Exit.
 
 #include <QApplication>
-#include <QDialog>
 #include <QFile>
+#include <QInputDialog>
 #include <QKeyEvent>
-#include <QLineEdit>
 #include <QMainWindow>
 #include <QMenuBar>
-#include <QVBoxLayout>
 
 namespace {
 
@@ -59,12 +57,9 @@ int main(int argc, char** argv) {
     w.setWindowTitle(QStringLiteral("NWC Stand-in Viewer"));
     QMenu* file = w.menuBar()->addMenu(QStringLiteral("&File"));
     file->addAction(QStringLiteral("&Open..."), [&w] {
-        QDialog d(&w);
-        d.setWindowTitle(QStringLiteral("Open"));
-        auto* name = new QLineEdit(&d);
-        (new QVBoxLayout(&d))->addWidget(name);
-        QObject::connect(name, &QLineEdit::returnPressed, &d, &QDialog::accept);
-        if (d.exec() == QDialog::Accepted) logLine(QStringLiteral("open ") + name->text());
+        bool ok = false;
+        const QString name = QInputDialog::getText(&w, "Open", "File name:", {}, {}, &ok);
+        if (ok) logLine("open " + name);
     });
     file->addAction(QStringLiteral("E&xit"), [] {
         logLine(QStringLiteral("exit"));
