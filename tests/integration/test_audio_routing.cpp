@@ -26,11 +26,10 @@ class AudioRoutingTest : public ::testing::Test {
             QStandardPaths::findExecutable("parec").isEmpty())
             GTEST_SKIP() << "pulseaudio and parec are not installed (scripts/install-deps)";
         QDir(runtime.path()).mkdir("rt");
-        env = QProcessEnvironment::systemEnvironment();
-        env.insert("XDG_RUNTIME_DIR", runtime.filePath("rt"));
-        env.insert("PULSE_RUNTIME_PATH", runtime.filePath("rt/pulse"));
+        // The server, its recorders and the player meet through these.
+        qputenv("XDG_RUNTIME_DIR", runtime.filePath("rt").toUtf8());
+        qputenv("PULSE_RUNTIME_PATH", runtime.filePath("rt/pulse").toUtf8());
         // The server runs as our child, so that it ends with the test.
-        daemon.setProcessEnvironment(env);
         daemon.start("pulseaudio",
                      {"--daemonize=no", "--exit-idle-time=-1", "-n", "--use-pid-file=no",
                       "--load=module-native-protocol-unix auth-anonymous=1",
@@ -40,34 +39,27 @@ class AudioRoutingTest : public ::testing::Test {
         const QString socket = runtime.filePath("rt/pulse/native");
         ASSERT_TRUE(runUntil([&] { return QFileInfo::exists(socket); }, 10000))
             << daemon.readAllStandardError().toStdString();
-        // The player reaches the server through the environment.
-        for (const char* k : {"XDG_RUNTIME_DIR", "PULSE_RUNTIME_PATH"})
-            qputenv(k, env.value(k).toUtf8());
     }
     void TearDown() override {
-        if (daemon.state() == QProcess::NotRunning) return;
         daemon.terminate();
         if (!daemon.waitForFinished(5000)) daemon.kill();
     }
     // Starts recording what `sink` plays, as 16-bit mono at 44100 Hz.
-    void record(QProcess& p, const char* sink) {
-        p.setProcessEnvironment(env);
+    static void record(QProcess& p, const char* sink) {
         p.start("parec", {"--raw", "--format=s16le", "--channels=1", "--rate=44100",
                           QStringLiteral("--device=%1.monitor").arg(sink)});
         ASSERT_TRUE(p.waitForStarted(5000));
     }
+    // The level of what the recording `p` heard, once it is stopped.
     static double level(QProcess& p) {
         p.terminate();
         p.waitForFinished(5000);
-        const QByteArray raw = p.readAllStandardOutput();
         Pcm pcm;
-        for (qsizetype i = 0; i + 1 < raw.size(); i += 2)
-            pcm.samples.push_back(qint16(quint8(raw[i]) | (quint8(raw[i + 1]) << 8)) / 32768.0);
-        return pcm.samples.empty() ? 0 : rms(pcm, 0, pcm.samples.size());
+        pcm.samples = firstChannel16(p.readAllStandardOutput());
+        return rms(pcm, 0, pcm.samples.size());
     }
 
     QTemporaryDir runtime;
-    QProcessEnvironment env;
     QProcess daemon;
 };
 
@@ -77,8 +69,8 @@ TEST_F(AudioRoutingTest, TheChosenCardPlaysTheMusicAndTheOtherStaysSilent) {
     ASSERT_TRUE(player.isValid());
     QStringList devices;
     runUntil([&] { return (devices = player.audioDevices()).contains("pulse/cardB"); }, 5000);
-    ASSERT_TRUE(devices.contains("pulse/cardA")) << devices.join(' ').toStdString();
-    ASSERT_TRUE(devices.contains("pulse/cardB")) << devices.join(' ').toStdString();
+    for (const char* card : {"pulse/cardA", "pulse/cardB"})
+        ASSERT_TRUE(devices.contains(card)) << devices.join(' ').toStdString();
 
     QProcess a, b;
     record(a, "cardA");

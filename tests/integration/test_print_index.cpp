@@ -13,7 +13,6 @@
 #include <QElapsedTimer>
 #include <QFileInfo>
 #include <QPrinter>
-#include <QPrinterInfo>
 #include <QProcess>
 #include <QRegularExpression>
 #include <QTemporaryDir>
@@ -29,99 +28,78 @@ namespace {
 
 QString song(int k) { return QStringLiteral("Song %1").arg(k, 4, 10, QChar(u'0')); }
 
-QStringList songList(int n) {
+// "Entry zero" and Song 0001 to Song 0130.
+QStringList songList() {
     QStringList l{"Entry zero.mp3"};
-    for (int k = 1; k <= n; ++k)
+    for (int k = 1; k <= 130; ++k)
         l << song(k) + ".mp3";
     return l;
 }
 
-// The pages of a PDF as pdftotext -layout gives them, each a list of its
-// lines that are not blank.
-QList<QStringList> pdfPages(const QString& pdf) {
-    QProcess p;
-    p.start("pdftotext", {"-layout", pdf, "-"});
-    p.waitForFinished(30000);
-    QList<QStringList> pages;
-    for (const QString& page : QString::fromUtf8(p.readAllStandardOutput()).split(QChar(12))) {
-        QStringList lines;
-        for (const QString& l : page.split(u'\n'))
-            if (!l.trimmed().isEmpty()) lines << l;
-        if (!lines.isEmpty()) pages << lines;
-    }
-    return pages;
-}
-
-// Every line of page 1 holds name r and name r + 60; page 2 starts with 121.
-void expectTwoColumnPages(const QList<QStringList>& pages, int names) {
-    ASSERT_EQ(pages.size(), 2);
-    ASSERT_EQ(pages[0].size(), 60);
-    for (int r = 1; r <= 60; ++r) {
-        const QStringList cols =
-            pages[0][r - 1].split(QRegularExpression("\\s{2,}"), Qt::SkipEmptyParts);
-        EXPECT_EQ(cols, (QStringList{song(r), song(r + 60)})) << "line " << r;
-    }
-    EXPECT_EQ(pages[1].size(), names - 120);
-    EXPECT_EQ(pages[1][0].trimmed(), song(121));
-}
-
-bool run(const QString& program, const QStringList& args, QString* out = nullptr) {
+// Runs `program`; its output and errors, or nothing when it failed.
+std::optional<QString> run(const QString& program, const QStringList& args) {
     QProcess p;
     p.start(program, args);
-    if (!p.waitForFinished(15000)) return false;
-    if (out) *out = QString::fromUtf8(p.readAllStandardOutput() + p.readAllStandardError());
-    return p.exitStatus() == QProcess::NormalExit && p.exitCode() == 0;
+    if (!p.waitForFinished(30000) || p.exitStatus() != QProcess::NormalExit || p.exitCode())
+        return std::nullopt;
+    return QString::fromUtf8(p.readAllStandardOutput() + p.readAllStandardError());
 }
 
-// lpstat -r answers 0 either way: its words tell.
-bool schedulerRuns() {
-    QString out;
-    return run("lpstat", {"-r"}, &out) && out.trimmed() == "scheduler is running";
+// Polls every 200 ms until `done` or `ms` pass; true when done.
+bool waitFor(const std::function<bool()>& done, int ms) {
+    QElapsedTimer t;
+    t.start();
+    while (!done() && t.elapsed() < ms)
+        QThread::msleep(200);
+    return done();
 }
 
-class PrinterOf final : public IndexPrinting {
-  public:
-    explicit PrinterOf(QString name) : name_(std::move(name)) {}
-    bool choosePrinter(QPrinter& printer) override {
-        printer.setPrinterName(name_);
-        return printer.isValid();
-    }
-    std::optional<QString> pdfFileName(const QString&) override { return std::nullopt; }
-
-  private:
-    QString name_;
-};
+// Reads the PDF back: every line of page 1 holds name r and name r + 60;
+// page 2 holds the other ten, from 121.
+void expectTwoColumnPages(const QString& pdf) {
+    QList<QStringList> pages;
+    const QString text = run("pdftotext", {"-layout", pdf, "-"}).value_or("");
+    for (const QString& page : text.split(QChar(12))) // blank lines dropped
+        if (const QStringList l = page.split(QRegularExpression("\\s*\n"), Qt::SkipEmptyParts);
+            !l.isEmpty())
+            pages << l;
+    ASSERT_EQ(pages.size(), 2);
+    QStringList want, got;
+    for (int r = 1; r <= 60; ++r)
+        want << song(r) + " | " + song(r + 60);
+    for (const QString& line : pages[0])
+        got << line.split(QRegularExpression("\\s{2,}"), Qt::SkipEmptyParts).join(" | ");
+    EXPECT_EQ(got, want);
+    EXPECT_EQ(pages[1].size(), 10);
+    EXPECT_EQ(pages[1][0].trimmed(), song(121));
+}
 
 } // namespace
 
 TEST(PrintIndex, ExportPdfHasTwoColumnsAndSixtyLinesAPage) {
     QTemporaryDir d;
-    const QString pdf = d.filePath("index.pdf");
-    exportIndexPdf(indexText(songList(130)), pdf);
-    expectTwoColumnPages(pdfPages(pdf), 130);
+    exportIndexPdf(indexText(songList()), d.filePath("index.pdf"));
+    expectTwoColumnPages(d.filePath("index.pdf"));
 }
 
 TEST(PrintIndex, PrintThroughCupsToAPdfPrinter) {
+    // lpstat -r answers 0 either way: its words tell.
+    auto scheduler = [] {
+        return run("lpstat", {"-r"}).value_or("").trimmed() == "scheduler is running";
+    };
     QProcess cupsd;
-    if (!schedulerRuns()) {
+    if (!scheduler()) {
         if (geteuid() != 0) GTEST_SKIP() << "no CUPS scheduler runs, and only root can start cupsd";
         cupsd.start("cupsd", {"-f"});
-        QElapsedTimer t;
-        t.start();
-        while (!schedulerRuns() && t.elapsed() < 15000 && cupsd.state() != QProcess::NotRunning)
-            QThread::msleep(200);
-        if (!schedulerRuns())
-            GTEST_SKIP() << "cupsd could not start: "
-                         << QString::fromUtf8(cupsd.readAllStandardError()).toStdString();
+        if (!waitFor([&] { return scheduler() || cupsd.state() == QProcess::NotRunning; }, 15000) ||
+            !scheduler())
+            GTEST_SKIP() << "cupsd could not start: " << cupsd.readAllStandardError().toStdString();
     }
-    QString why;
     // The PostScript step of the queue through cairo: it keeps the text of
     // the pages, so that pdftotext can read the output back.
-    ASSERT_TRUE(run("lpadmin",
-                    {"-p", "PDF", "-v", "cups-pdf:/", "-m", "lsb/usr/cups-pdf/CUPS-PDF_opt.ppd",
-                     "-E", "-o", "pdftops-renderer-default=pdftocairo"},
-                    &why))
-        << why.toStdString();
+    ASSERT_TRUE(
+        run("lpadmin", {"-p", "PDF", "-v", "cups-pdf:/", "-m", "lsb/usr/cups-pdf/CUPS-PDF_opt.ppd",
+                        "-E", "-o", "pdftops-renderer-default=pdftocairo"}));
     // cups-pdf writes into the PDF folder of the job's user.
     const QString out = QString::fromLocal8Bit(getpwuid(getuid())->pw_dir) + "/PDF";
     const QStringList before = QDir(out).entryList({"*.pdf"}, QDir::Files);
@@ -131,34 +109,38 @@ TEST(PrintIndex, PrintThroughCupsToAPdfPrinter) {
     Session s{clock, m};
     QTemporaryDir config;
     s.configDir = config.path();
+    // The printer chosen in the dialog: the cups-pdf queue.
+    struct : IndexPrinting {
+        bool choosePrinter(QPrinter& printer) override {
+            printer.setPrinterName("PDF");
+            return printer.isValid();
+        }
+        std::optional<QString> pdfFileName(const QString&) override { return std::nullopt; }
+    } printer;
     Library lib;
-    PrinterOf printer("PDF");
     lib.printing = &printer;
-    s.velmor.File1List.set(songList(130));
+    s.velmor.File1List.set(songList());
     printIndex(s, lib);
     IndexForm_Print(s, lib);
-    EXPECT_TRUE(m.shown.isEmpty()) << m.shown.join(" | ").toStdString();
-    EXPECT_TRUE(QFileInfo(config.filePath("VLvar.csv")).size() > 0);
+    EXPECT_EQ(m.shown, QStringList());
+    EXPECT_GT(QFileInfo(config.filePath("VLvar.csv")).size(), 0);
 
     // The job ends in a new PDF; cups-pdf has finished it once its size
-    // stands still.
+    // stands still over half a second.
     QString printed;
     qint64 lastSize = -1;
-    QElapsedTimer t;
-    t.start();
-    while (t.elapsed() < 60000) {
-        for (const QString& f : QDir(out).entryList({"*.pdf"}, QDir::Files))
-            if (!before.contains(f)) printed = QDir(out).filePath(f);
-        const qint64 size = printed.isEmpty() ? -1 : QFileInfo(printed).size();
-        if (size > 0 && size == lastSize) break;
-        lastSize = size;
-        QThread::msleep(500);
-    }
+    waitFor(
+        [&] {
+            for (const QString& f : QDir(out).entryList({"*.pdf"}, QDir::Files))
+                if (!before.contains(f)) printed = QDir(out).filePath(f);
+            const qint64 size = printed.isEmpty() ? -1 : QFileInfo(printed).size();
+            QThread::msleep(300);
+            return size > 0 && std::exchange(lastSize, size) == size;
+        },
+        60000);
     ASSERT_FALSE(printed.isEmpty()) << "no PDF came out in " << out.toStdString();
-    expectTwoColumnPages(pdfPages(printed), 130);
+    expectTwoColumnPages(printed);
     QFile::remove(printed);
-    if (cupsd.state() != QProcess::NotRunning) {
-        cupsd.terminate();
-        cupsd.waitForFinished(5000);
-    }
+    cupsd.terminate();
+    cupsd.waitForFinished(5000);
 }

@@ -5,13 +5,11 @@
 // letter), "open <name>" when its Open dialog is accepted, "exit" on Exit.
 
 #include <QApplication>
-#include <QDialog>
 #include <QFile>
+#include <QInputDialog>
 #include <QKeyEvent>
-#include <QLineEdit>
 #include <QMainWindow>
 #include <QMenuBar>
-#include <QVBoxLayout>
 
 namespace {
 
@@ -34,12 +32,10 @@ class KeyLog : public QObject {
         lastTime_ = k->timestamp();
         lastKey_ = key;
         if (key == Qt::Key_Alt || key == Qt::Key_Shift || key == Qt::Key_Control) return false;
-        if (key == Qt::Key_Return || key == Qt::Key_Enter)
-            logLine(QStringLiteral("key Enter"));
-        else if (k->modifiers() & Qt::AltModifier)
-            logLine(QStringLiteral("key Alt+") + QKeySequence(key).toString());
-        else
-            logLine(QStringLiteral("key ") + k->text());
+        const bool alt = k->modifiers() & Qt::AltModifier;
+        logLine("key " + (key == Qt::Key_Return || key == Qt::Key_Enter ? QStringLiteral("Enter")
+                          : alt ? "Alt+" + QKeySequence(key).toString()
+                                : k->text()));
         return false;
     }
 
@@ -61,12 +57,9 @@ int main(int argc, char** argv) {
     w.setWindowTitle(QStringLiteral("NWC Stand-in Viewer"));
     QMenu* file = w.menuBar()->addMenu(QStringLiteral("&File"));
     file->addAction(QStringLiteral("&Open..."), [&w] {
-        QDialog d(&w);
-        d.setWindowTitle(QStringLiteral("Open"));
-        auto* name = new QLineEdit(&d);
-        (new QVBoxLayout(&d))->addWidget(name);
-        QObject::connect(name, &QLineEdit::returnPressed, &d, &QDialog::accept);
-        if (d.exec() == QDialog::Accepted) logLine(QStringLiteral("open ") + name->text());
+        bool ok = false;
+        const QString name = QInputDialog::getText(&w, "Open", "File name:", {}, {}, &ok);
+        if (ok) logLine("open " + name);
     });
     file->addAction(QStringLiteral("E&xit"), [] {
         logLine(QStringLiteral("exit"));
