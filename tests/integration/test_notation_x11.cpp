@@ -2,13 +2,15 @@
 // manager, driving the stand-in viewer (standin/): the song-load keys reach
 // it in order, a name with blanks arrives whole, shut-down's keys close it,
 // a viewer that has gone cannot be activated; a window is found by its
-// title and through a wrapper script; a Wayland session is refused.  Run
+// title and through a wrapper script; a Wayland session is refused; the
+// driver's failure paths over a stand-in xdotool.  Run
 // by with_openbox.sh; MV_STANDIN names the stand-in.
 
 #include "core/session_state.h"
 #include "core/setup_screen.h"
 #include "core/startup.h"
 #include "core/values.h"
+#include "failure_number.h"
 #include "fakes.h"
 #include "notation/notation_install.h"
 #include "notation/xdotool_driver.h"
@@ -131,6 +133,47 @@ TEST_F(NotationX11, AViewerStartedByAWrapperScriptIsFound) {
     EXPECT_TRUE(driver.unavailableReason().contains("X11 session"));
     EXPECT_THROW(driver.start(standIn), Failure);
     qunsetenv("XDG_SESSION_TYPE");
+}
+
+// The driver's failure paths, over a stand-in xdotool that logs its runs:
+// a program that is not there, an xdotool run that fails, one that hangs
+// (killed at its time limit, the keys released after), no xdotool at all.
+TEST_F(NotationX11, XdotoolRunsThatFailHangOrAreMissingAreFailuresNeverAHang) {
+    const QString xdoLog = dir.filePath("xdo.log"), broken = dir.filePath("broken");
+    const QString fakeXdo = dir.filePath("xdotool"), viewer = dir.filePath("viewer.sh");
+    ASSERT_TRUE(writeFile(fakeXdo, ("#!/bin/sh\necho \"$*\" >> '" + xdoLog + "'\n" + "[ -e '" +
+                                    broken + "' ] && exit 1\ncase $1 in\n" +
+                                    "search|getactivewindow) echo 4242 ;;\n" +
+                                    "type) exec sleep 30 ;;\nesac\n")
+                                       .toUtf8()));
+    ASSERT_TRUE(writeFile(viewer, "#!/bin/sh\nexec sleep 30\n"));
+    for (const QString& f : {fakeXdo, viewer})
+        QFile::setPermissions(f, QFile::permissions(f) | QFileDevice::ExeOwner);
+    XdotoolDriver fake(s.pump, fakeXdo);
+    const auto runs = [&] { return QString::fromUtf8(readFile(xdoLog)).split('\n'); };
+
+    EXPECT_EQ(failureNumber([&] { fake.start(dir.filePath("no-such-viewer")); }), 53);
+    const int32_t id = fake.start(viewer);
+    ASSERT_GT(id, 0);
+    EXPECT_TRUE(runs().contains("windowminimize 4242"));
+    EXPECT_NO_THROW(fake.activateTask(id));
+    // `type` hangs: killed at its limit (3 s and 20 ms a character), then
+    // every modifier released, and the keys fail.
+    const int64_t before = clock.tickMs();
+    const QString text(60, 'a');
+    EXPECT_EQ(failureNumber([&] { fake.sendKeys(text); }), 5);
+    EXPECT_NEAR(double(clock.tickMs() - before), 4200, 500);
+    EXPECT_EQ(runs().mid(runs().size() - 3, 2),
+              QStringList({"type --clearmodifiers -- " + text, "keyup alt shift ctrl Return"}));
+    // An xdotool that fails: nothing is typed into whatever has the focus.
+    ASSERT_TRUE(writeFile(broken, ""));
+    EXPECT_EQ(failureNumber([&] { fake.sendKeys("c"); }), 5);
+    EXPECT_FALSE(runs().contains("type --clearmodifiers -- c"));
+    ::kill(id, SIGKILL);
+
+    XdotoolDriver missing(s.pump, dir.filePath("no-xdotool"));
+    EXPECT_TRUE(missing.unavailableReason().contains("\"xdotool\""));
+    EXPECT_EQ(failureNumber([&] { missing.start(viewer); }), 5);
 }
 
 } // namespace
