@@ -198,6 +198,10 @@ int main(int argc, char** argv) {
     QObject::connect(&player, &MpvPlayer::audioOutputMissing, main, [main] {
         main->setWindowTitle(QStringLiteral("Media Player - no audio output, playing silently"));
     });
+    QObject::connect(&player, &MpvPlayer::musicUnavailable, main, [main] {
+        main->setWindowTitle(
+            QStringLiteral("Media Player - no music: libmpv (package libmpv2) could not start"));
+    });
 
     s.SaveVelmor = [&s] { SaveVelmor(s); };
     StartupHooks hooks;

@@ -83,7 +83,11 @@ void MpvPlayer::attach() const {
     if (attached_) return;
     attached_ = true;
     mpv_ = starting_.get();
-    if (!mpv_) return;
+    if (!mpv_) {
+        QMetaObject::invokeMethod(const_cast<MpvPlayer*>(this), &MpvPlayer::musicUnavailable,
+                                  Qt::QueuedConnection);
+        return;
+    }
     api_ = mpvApi();
     api_->observe_property(mpv_, 1, "time-pos", MPV_FORMAT_DOUBLE);
     api_->observe_property(mpv_, 2, "current-ao", MPV_FORMAT_STRING);

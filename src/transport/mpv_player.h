@@ -63,6 +63,9 @@ class MpvPlayer : public QObject, public MediaPlayer {
   signals:
     // Said once, when the automatic output fell through to the null output.
     void audioOutputMissing();
+    // Said once, when libmpv is missing or its instance can't start: no
+    // music plays (the sheets and the cursor still work).
+    void musicUnavailable();
     // The file ended by itself (or could not be played).
     void endOfFile();
     // The mpv instance is ready: audioDevices() lists the real devices from
