@@ -59,9 +59,11 @@ void mirrorList(QListWidget* w, Prop<QStringList>& items, Prop<int>& index,
 
 } // namespace
 
+void LibraryWindow::guarded(const std::function<void()>& fn) { runGuarded(s_.messages, fn); }
+
 // ---- PlayLst ----
 
-PlayLstWindow::PlayLstWindow(Session& s, Library& lib) : s_(s), lib_(lib) {
+PlayLstWindow::PlayLstWindow(Session& s, Library& lib) : LibraryWindow(s, lib) {
     setWindowTitle(QStringLiteral("Play List"));
     auto* outer = new QVBoxLayout(this);
     // The window may be narrower than its controls: Setup's 4050 twips show
@@ -126,8 +128,6 @@ PlayLstWindow::PlayLstWindow(Session& s, Library& lib) : s_(s), lib_(lib) {
     resize(px(s.playLst.Width.get()), 400);
 }
 
-void PlayLstWindow::guarded(const std::function<void()>& fn) { runGuarded(s_.messages, fn); }
-
 // A left press loads the item under the mouse (the selection when the press
 // is below the items); a right press removes the selected item.  The list
 // getting the focus disarms the overlay.
@@ -156,7 +156,7 @@ void PlayLstWindow::closeEvent(QCloseEvent* e) {
 
 // ---- Dirx ----
 
-DirxWindow::DirxWindow(Session& s, Library& lib) : s_(s), lib_(lib) {
+DirxWindow::DirxWindow(Session& s, Library& lib) : LibraryWindow(s, lib) {
     setWindowTitle(QStringLiteral("Load a set"));
     DirxState& d = lib.dirx;
     auto* outer = new QVBoxLayout(this);
@@ -214,8 +214,6 @@ DirxWindow::DirxWindow(Session& s, Library& lib) : s_(s), lib_(lib) {
     resize(420, 320);
 }
 
-void DirxWindow::guarded(const std::function<void()>& fn) { runGuarded(s_.messages, fn); }
-
 bool DirxWindow::eventFilter(QObject* watched, QEvent* e) {
     if (e->type() == QEvent::FocusOut && watched->objectName() == u"Filetype")
         guarded([this] { Filetype_LostFocus(s_, lib_); });
@@ -244,7 +242,7 @@ void DirxWindow::closeEvent(QCloseEvent* e) {
 
 // ---- IndexForm ----
 
-IndexFormWindow::IndexFormWindow(Session& s, Library& lib) : s_(s), lib_(lib) {
+IndexFormWindow::IndexFormWindow(Session& s, Library& lib) : LibraryWindow(s, lib) {
     setWindowTitle(QStringLiteral("Index"));
     auto* outer = new QVBoxLayout(this);
     auto* text1 = new QPlainTextEdit(this);
@@ -289,8 +287,6 @@ IndexFormWindow::IndexFormWindow(Session& s, Library& lib) : s_(s), lib_(lib) {
     outer->addLayout(buttons);
     resize(760, 600);
 }
-
-void IndexFormWindow::guarded(const std::function<void()>& fn) { runGuarded(s_.messages, fn); }
 
 void IndexFormWindow::closeEvent(QCloseEvent* e) {
     guarded([this] { IndexForm_Close(s_, lib_); });

@@ -20,7 +20,21 @@ class QListWidget;
 
 namespace mv {
 
-class PlayLstWindow : public QWidget {
+// What the three windows share: the session and library their handlers work
+// on, the field subscriptions that live as long as the window, and
+// `guarded`, which runs a handler and shows a failure as a message.
+class LibraryWindow : public QWidget {
+  public:
+    LibraryWindow(Session& s, Library& lib) : s_(s), lib_(lib) {}
+
+  protected:
+    void guarded(const std::function<void()>& fn);
+    Session& s_;
+    Library& lib_;
+    std::vector<Subscription> subs_;
+};
+
+class PlayLstWindow : public LibraryWindow {
     Q_OBJECT
   public:
     PlayLstWindow(Session& s, Library& lib);
@@ -30,14 +44,10 @@ class PlayLstWindow : public QWidget {
     void closeEvent(QCloseEvent* e) override;
 
   private:
-    void guarded(const std::function<void()>& fn);
-    Session& s_;
-    Library& lib_;
     QListWidget* list1_ = nullptr;
-    std::vector<Subscription> subs_;
 };
 
-class DirxWindow : public QWidget {
+class DirxWindow : public LibraryWindow {
     Q_OBJECT
   public:
     DirxWindow(Session& s, Library& lib);
@@ -47,27 +57,15 @@ class DirxWindow : public QWidget {
     void keyPressEvent(QKeyEvent* e) override;
     void changeEvent(QEvent* e) override;
     void closeEvent(QCloseEvent* e) override;
-
-  private:
-    void guarded(const std::function<void()>& fn);
-    Session& s_;
-    Library& lib_;
-    std::vector<Subscription> subs_;
 };
 
-class IndexFormWindow : public QWidget {
+class IndexFormWindow : public LibraryWindow {
     Q_OBJECT
   public:
     IndexFormWindow(Session& s, Library& lib);
 
   protected:
     void closeEvent(QCloseEvent* e) override;
-
-  private:
-    void guarded(const std::function<void()>& fn);
-    Session& s_;
-    Library& lib_;
-    std::vector<Subscription> subs_;
 };
 
 // Real printing: the system's print dialog (CUPS printers and "print to
