@@ -6,9 +6,12 @@
 # where mount namespaces are not allowed.  Usage: no_libmpv.sh <mellivane binary>
 source "$(dirname "$0")/lib.sh"
 root=$(cd "$(dirname "$0")/../../.." && pwd)
-lib=$(ldconfig -p | awk '/libmpv\.so\.2 / { print $NF; exit }')
+# awk reads the whole listing: stopping at the first match would let
+# ldconfig die of SIGPIPE on a long cache, and pipefail turn that into a failure.
+lib=$(PATH=$PATH:/usr/sbin:/sbin ldconfig -p | awk '/libmpv\.so\.2 / && !f { print $NF; f = 1 }')
 test -n "$lib" && lib=$(readlink -f "$lib")
-if [ -z "$lib" ] || ! unshare -m true 2>/dev/null; then
+hide() { unshare -m bash -c 'mount --bind /dev/null "$1" && shift && exec "$@"' _ "$lib" "$@"; }
+if [ -z "$lib" ] || ! hide true 2>/dev/null; then
   echo "e2e no libmpv: skipped (no libmpv, or no mount namespace here)"
   exit 77
 fi
@@ -23,7 +26,6 @@ click AdobeF.Command15
 waitfor 10000 check AdobeF.Text3 2
 quit
 SCRIPT
-unshare -m bash -c 'mount --bind /dev/null "$1" && shift && exec "$@"' _ "$lib" \
-  xvfb-run -a -s "-screen 0 1600x1400x24" "$bin" --audio null --config-dir "$work/config" \
+hide xvfb-run -a -s "-screen 0 1600x1400x24" "$bin" --audio null --config-dir "$work/config" \
   --songs "$work/songs" --script "$work/script.txt" 2> >(grep -v XDG_RUNTIME_DIR >&2)
 echo "e2e no libmpv: passed"
