@@ -23,6 +23,11 @@ namespace {
 
 constexpr int kPort = 7000;
 
+// The panel at a glance: the button's caption, the dot, element 0's state.
+QString panelOf(const QString& button, bool dot, int state) {
+    return QStringLiteral("%1 dot=%2 element0=%3").arg(button).arg(dot).arg(state);
+}
+
 // One session on the fake network, with the handlers the tokens reach
 // replaced by a log.
 struct Computer {
@@ -32,13 +37,8 @@ struct Computer {
         s.velmor.IPAddress.setText("127.0.0.1");
         s.velmor.PortNr.setText(QString::number(kPort));
     }
-    // The panel at a glance: the button's caption, the dot, element 0's state.
     QString panel() const {
-        return panelText(s.velmor.ConnectIt.text(), s.velmor.Shape1.get(),
-                         sync->Winsock1(0).State());
-    }
-    static QString panelText(const QString& button, bool dot, int state) {
-        return QStringLiteral("%1 dot=%2 element0=%3").arg(button).arg(dot).arg(state);
+        return panelOf(s.velmor.ConnectIt.text(), s.velmor.Shape1.get(), sync->Winsock1(0).State());
     }
     void logTokens() {
         s.File1_MouseDown = [this](int b, int, double x, double y) {
@@ -138,20 +138,21 @@ TEST_F(SyncClientTest, EachReadIsActedOnAsAWhole) {
         client.s.velmor.File1List.set(list);
         client.log.clear();
         reads(c.reads);
-        EXPECT_EQ(client.log, c.log);
-        EXPECT_EQ(client.s.g.StopRequested != 0, c.stopped);
+        EXPECT_EQ(std::tuple(client.log, client.s.g.StopRequested != 0),
+                  std::tuple(c.log, c.stopped));
     }
-    EXPECT_TRUE(client.s.velmor.Shape1.get());
-    EXPECT_TRUE(client.messages.shown.isEmpty());
+    EXPECT_EQ(std::tuple(client.s.velmor.Shape1.get(), client.messages.shown),
+              std::tuple(true, QStringList{}));
 }
 
 TEST_F(SyncClientTest, EndHidesTheRestAndTurnsTheClientIntoAListener) {
-    EXPECT_EQ(clock.tickMs(), 1000 + 2000 + 1); // the 2 s wait, then connected at once
-    EXPECT_EQ(client.panel(), Computer::panelText("Disconnect", true, sockstate::kConnected));
-    EXPECT_EQ(client.s.velmor.Label29.text(), "1");
+    // The 2 s wait, then connected at once.
+    EXPECT_EQ(std::tuple(clock.tickMs(), client.panel(), client.s.velmor.Label29.text()),
+              std::tuple(1000 + 2000 + 1, panelOf("Disconnect", true, sockstate::kConnected), "1"));
     reads({"&COMMAND3/&START/&END/@SPEED/2"});
-    EXPECT_TRUE(client.log.isEmpty()); // neither the tokens nor the speed
-    EXPECT_EQ(client.panel(), Computer::panelText("Connect", false, sockstate::kListening));
+    // Neither the tokens nor the speed.
+    EXPECT_EQ(std::tuple(client.log, client.panel()),
+              std::tuple(QStringList{}, panelOf("Connect", false, sockstate::kListening)));
     clock.advanceBy(5);
     EXPECT_EQ(link->State(), sockstate::kClosing); // the server's element sees the close
 }
@@ -160,20 +161,20 @@ TEST_F(SyncClientTest, AServerThatVanishesLeavesTheDot) {
     link->SendData("&COMM");
     link->Close();
     clock.advanceBy(5);
-    EXPECT_TRUE(client.log.isEmpty());
-    EXPECT_EQ(client.panel(), Computer::panelText("Disconnect", true, sockstate::kClosed));
+    EXPECT_EQ(std::tuple(client.log, client.panel()),
+              std::tuple(QStringList{}, panelOf("Disconnect", true, sockstate::kClosed)));
     // Disconnect: the client's element 0 listens on the port.
     server->Close();
     client.s.ConnectIt_Click();
-    EXPECT_EQ(client.panel(), Computer::panelText("Connect", false, sockstate::kListening));
-    EXPECT_EQ(client.sync->Winsock1(0).LocalPort(), kPort);
-    EXPECT_TRUE(client.messages.shown.isEmpty());
+    EXPECT_EQ(
+        std::tuple(client.panel(), client.sync->Winsock1(0).LocalPort(), client.messages.shown),
+        std::tuple(panelOf("Connect", false, sockstate::kListening), kPort, QStringList{}));
 }
 
 TEST_F(SyncClientTest, ADisconnectWithAPortThatIsNoNumberStillDisconnects) {
     client.s.velmor.PortNr.setText(QStringLiteral("x"));
     client.s.ConnectIt_Click();
-    EXPECT_EQ(client.panel(), Computer::panelText("Connect", false, sockstate::kClosed));
+    EXPECT_EQ(client.panel(), panelOf("Connect", false, sockstate::kClosed));
     ASSERT_EQ(client.messages.shown.size(), 1);
     EXPECT_TRUE(client.messages.shown[0].contains(u"\"x\" is not a number"));
 }
@@ -205,9 +206,9 @@ TEST(SyncConnect, AConnectThatFailsSaysSoAndHidesTheDot) {
         client.s.velmor.IPAddress.setText(c.host);
         client.s.velmor.PortNr.setText(c.port);
         client.s.ConnectIt_Click();
-        EXPECT_EQ(client.messages.shown, QStringList{c.message});
-        EXPECT_EQ(clock.tickMs() - 1000, c.tookMs);
-        EXPECT_EQ(client.panel(), Computer::panelText("Connect", false, sockstate::kClosed));
+        EXPECT_EQ(std::tuple(client.messages.shown, clock.tickMs() - 1000, client.panel()),
+                  std::tuple(QStringList{c.message}, c.tookMs,
+                             panelOf("Connect", false, sockstate::kClosed)));
     }
 }
 
@@ -241,22 +242,21 @@ class SyncServerTest : public ::testing::Test {
 TEST_F(SyncServerTest, ADisconnectedServerKeepsCountingAndPassesClosedClientsOver) {
     FakeSocket& a = client();
     client();
-    EXPECT_EQ(server.s.g.ClientCount, 2);
-    EXPECT_EQ(server.s.velmor.Label29.text(), "2");
-    EXPECT_EQ(server.panel(), Computer::panelText("Disconnect", true, sockstate::kListening));
+    EXPECT_EQ(std::tuple(server.s.g.ClientCount, server.s.velmor.Label29.text(), server.panel()),
+              std::tuple(2, "2", panelOf("Disconnect", true, sockstate::kListening)));
     server.s.ConnectIt_Click(); // Disconnect: every client is told, the dot goes
     clock.advanceBy(5);
-    EXPECT_EQ(received, (std::list<QByteArray>{"&END/", "&END/"}));
-    EXPECT_EQ(server.panel(), Computer::panelText("Connect", false, sockstate::kListening));
+    EXPECT_EQ(std::tuple(received, server.panel()),
+              std::tuple(std::list<QByteArray>{"&END/", "&END/"},
+                         panelOf("Connect", false, sockstate::kListening)));
     a.Close(); // as a client does on "&END/"
     clock.advanceBy(5);
     EXPECT_EQ(server.sync->Winsock1(1).State(), sockstate::kClosed);
     client(); // a newcomer, and one that comes back
     client();
-    EXPECT_EQ(server.s.g.ClientCount, 4);
-    EXPECT_EQ(server.sync->elements(), 5);
-    EXPECT_EQ(server.s.velmor.Label29.text(), "4");
-    EXPECT_TRUE(server.s.velmor.Shape1.get());
+    EXPECT_EQ(std::tuple(server.s.g.ClientCount, server.sync->elements(),
+                         server.s.velmor.Label29.text(), server.s.velmor.Shape1.get()),
+              std::tuple(4, 5, "4", true));
     Command3_Click(server.s);
     server.s.velmor.SendAS.set(0); // only the page and scroll tokens stay home
     Command3_Click(server.s);
@@ -275,9 +275,9 @@ TEST_F(SyncServerTest, APageTokenThatFailsOtherwiseIsSaidAndEndsTheSending) {
     client();
     Command3_Click(server.s);
     clock.advanceBy(5);
-    EXPECT_EQ(server.messages.shown, QStringList{"Connection is aborted"});
-    EXPECT_EQ(received.back(), ""); // the loop ended before client 3
-    EXPECT_EQ(a.State(), sockstate::kClosing);
+    // The loop ended before client 3.
+    EXPECT_EQ(std::tuple(server.messages.shown, received.back(), a.State()),
+              std::tuple(QStringList{"Connection is aborted"}, "", sockstate::kClosing));
     server.s.velmor.Speed.setText("2"); // the other senders pass every failure over
     clock.advanceBy(5);
     EXPECT_EQ(received.back(), "@SPEED/2");
