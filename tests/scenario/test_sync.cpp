@@ -41,16 +41,13 @@ struct Computer {
         return panelOf(s.velmor.ConnectIt.text(), s.velmor.Shape1.get(), sync->Winsock1(0).State());
     }
     void logTokens() {
-        s.File1_MouseDown = [this](int b, int, double x, double y) {
-            log << QStringLiteral("select %1 (%2 %3,%4)")
-                       .arg(s.velmor.File1FileName())
-                       .arg(b)
-                       .arg(x)
-                       .arg(y);
+        auto press = [this](QString what) {
+            return [this, what](int b, int, double x, double y) {
+                log << what.arg(s.velmor.File1FileName()).arg(b).arg(x).arg(y);
+            };
         };
-        s.WindowsMediaPlayer1_MouseDown = [this](int b, int, double x, double y) {
-            log << QStringLiteral("start (%1 %2,%3)").arg(b).arg(x).arg(y);
-        };
+        s.File1_MouseDown = press("select %1 (%2 %3,%4)");
+        s.WindowsMediaPlayer1_MouseDown = press("start %1 (%2 %3,%4)"); // with the selected file
         auto sheet = [this](QString what) {
             return [this, what] { log << what + (s.g.StopRequested ? " after the stop" : ""); };
         };
