@@ -93,18 +93,16 @@ class SyncClientTest : public ::testing::Test {
     std::unique_ptr<FakeSocket> server = net.endpoint(), link;
 };
 
-struct ReadCase {
-    const char* what;
-    QList<QByteArray> reads;
-    QStringList log;
-    bool stopped = false;
-};
-
 TEST_F(SyncClientTest, EachReadIsActedOnAsAWhole) {
     const QString longName = QString(255, u'x');
     const QStringList list = {"12 Song B.mp3", "Song.mp3", "Song B.mp3",
                               QString(254, u'x') + "y.mp3", longName + ".mp3"};
-    const ReadCase cases[] = {
+    const struct {
+        const char* what;
+        QList<QByteArray> reads;
+        QStringList log;
+        bool stopped = false;
+    } cases[] = {
         {"the page token acts before the stop", {"&STOP/&COMMAND4/"}, {"prev"}, true},
         {"the sheet tokens in their order, once each",
          {"&COMMAND6/&COMMAND4/&COMMAND3/&AUTOSCROLL/&COMMAND3/"},
@@ -127,7 +125,7 @@ TEST_F(SyncClientTest, EachReadIsActedOnAsAWhole) {
         {"a time is read and ignored, and hides the speed", {"&TIME/12:00:00@SPEED/2"}, {}},
         {"a token split over two reads is lost", {"&COMMAN", "D3/", "&ST", "OP/"}, {}},
     };
-    for (const ReadCase& c : cases) {
+    for (const auto& c : cases) {
         SCOPED_TRACE(c.what);
         client.s.g.StopRequested = 0;
         client.s.velmor.Speed.setText("1");
@@ -176,23 +174,21 @@ TEST_F(SyncClientTest, ADisconnectWithAPortThatIsNoNumberStillDisconnects) {
     EXPECT_TRUE(client.messages.shown[0].contains(u"\"x\" is not a number"));
 }
 
-struct ConnectCase {
-    const char* what;
-    QString host, port;
-    double dayStart;
-    QString message;
-    int64_t tookMs;
-};
-
 TEST(SyncConnect, AConnectThatFailsSaysSoAndHidesTheDot) {
     const QString retry = " Wait a few seconds and try again";
-    const ConnectCase cases[] = {
+    const struct {
+        const char* what;
+        QString host, port;
+        double dayStart;
+        QString message;
+        int64_t tookMs;
+    } cases[] = {
         {"no answer in 10 s", "stage-pc", "7000", 43200, retry, 12000},
         {"refused: nothing listens", "127.0.0.1", "7001", 43200, retry, 12000},
         {"a port that is no number", "127.0.0.1", "70a", 43200, "Type mismatch" + retry, 2000},
         {"in the first 20 s of a day nothing waits", "127.0.0.1", "7000", 5, retry, 0},
     };
-    for (const ConnectCase& c : cases) {
+    for (const auto& c : cases) {
         SCOPED_TRACE(c.what);
         VirtualClock clock{1000, c.dayStart};
         FakeNet net{clock};
