@@ -95,6 +95,7 @@ TEST_F(SheetViewsTest, CursorPlayMovesBothWindowsByTheirOwnCorrections) {
     map << rec("10", "1000", "2000", "300") + rec("10", "1100", "2100", "0", true) +
                rec("10", "1200", "2200", "700", true);
     ASSERT_TRUE(writeFile(dir.filePath("song.map"), crlf(map)));
+    s.velmor.XOffset.setText("7");
     for (bool noAdj : {false, true}) {
         SCOPED_TRACE(noAdj ? "No 2nd PDF Adjustment" : "adjusted");
         s.velmor.NoPDFAdj.set(noAdj ? 1 : 0);
@@ -105,9 +106,9 @@ TEST_F(SheetViewsTest, CursorPlayMovesBothWindowsByTheirOwnCorrections) {
         s.files.open(1, dir.filePath("song.map"), FileMode::Input);
         s.g.PlayStartTick = clock.tickMs();
         playLoop(s);
-        // X + AdjLeft, Y + window 2's Top, Scr + ScrollOffset (the main
-        // window's, 500) on both scroll bars, the page's own shift.
-        EXPECT_EQ(seen, readouts(1230, 2300, 1200, 1200, noAdj ? 0 : -420, px(1230), -px(1200)));
+        // X + X Offset + AdjLeft, Y + window 2's Top, Scr + ScrollOffset (the
+        // main window's, 500) on both scroll bars, the page's own shift.
+        EXPECT_EQ(seen, readouts(1237, 2300, 1200, 1200, noAdj ? 0 : -420, px(1237), -px(1200)));
         // The play's end goes one page back on both; the map's "#2" is a shift of 0.
         EXPECT_EQ(std::tuple(s.adobeF2.PageNR.text(), v2.page, s.adobeF2.VScroll2.get()),
                   std::tuple("2", 2, 0));
