@@ -53,16 +53,10 @@ class NotationX11 : public ::testing::Test {
                 lines << l;
         return lines;
     }
-    // Lets events run until `pred` holds or `ms` have passed.
-    template <class P> bool waitFor(P pred, int ms = 5000) {
-        const int64_t end = clock.tickMs() + ms;
-        while (!pred() && clock.tickMs() < end)
-            s.pump.waitUntil(std::min(end, clock.tickMs() + 50));
-        return pred();
-    }
     // Waits for `line` in the log; the log in the failure message.
     ::testing::AssertionResult logHas(const QString& line) {
-        if (waitFor([&] { return log().contains(line); })) return ::testing::AssertionSuccess();
+        if (runUntil([&] { return log().contains(line); }, 5000))
+            return ::testing::AssertionSuccess();
         return ::testing::AssertionFailure() << log().join('\n').toStdString();
     }
 
@@ -107,7 +101,7 @@ TEST_F(NotationX11, SongLoadReachesTheViewerInOrderAndShutDownClosesIt) {
 
     shutDown(s, hooks);
     EXPECT_TRUE(logHas("exit"));
-    EXPECT_TRUE(waitFor([id] { return ::kill(id, 0) != 0; })) << "the stand-in still runs";
+    EXPECT_TRUE(runUntil([id] { return ::kill(id, 0) != 0; }, 5000)) << "the stand-in still runs";
     EXPECT_THROW(driver.activateTask(id), Failure);
     // With no window activated, keys are refused rather than typed anywhere.
     EXPECT_THROW(driver.sendKeys("x"), Failure);

@@ -8,9 +8,9 @@
 #include "fakes.h"
 #include "library/library.h"
 #include "library/print_index.h"
+#include "test_files.h"
 
 #include <QDir>
-#include <QElapsedTimer>
 #include <QFileInfo>
 #include <QPrinter>
 #include <QProcess>
@@ -43,15 +43,6 @@ std::optional<QString> run(const QString& program, const QStringList& args) {
     if (!p.waitForFinished(30000) || p.exitStatus() != QProcess::NormalExit || p.exitCode())
         return std::nullopt;
     return QString::fromUtf8(p.readAllStandardOutput() + p.readAllStandardError());
-}
-
-// Polls every 200 ms until `done` or `ms` pass; true when done.
-bool waitFor(const std::function<bool()>& done, int ms) {
-    QElapsedTimer t;
-    t.start();
-    while (!done() && t.elapsed() < ms)
-        QThread::msleep(200);
-    return done();
 }
 
 // Reads the PDF back: every line of page 1 holds name r and name r + 60;
@@ -91,7 +82,8 @@ TEST(PrintIndex, PrintThroughCupsToAPdfPrinter) {
     if (!scheduler()) {
         if (geteuid() != 0) GTEST_SKIP() << "no CUPS scheduler runs, and only root can start cupsd";
         cupsd.start("cupsd", {"-f"});
-        if (!waitFor([&] { return scheduler() || cupsd.state() == QProcess::NotRunning; }, 15000) ||
+        if (!runUntil([&] { return scheduler() || cupsd.state() == QProcess::NotRunning; },
+                      15000) ||
             !scheduler())
             GTEST_SKIP() << "cupsd could not start: " << cupsd.readAllStandardError().toStdString();
     }
@@ -129,12 +121,12 @@ TEST(PrintIndex, PrintThroughCupsToAPdfPrinter) {
     // stands still over half a second.
     QString printed;
     qint64 lastSize = -1;
-    waitFor(
+    runUntil(
         [&] {
             for (const QString& f : QDir(out).entryList({"*.pdf"}, QDir::Files))
                 if (!before.contains(f)) printed = QDir(out).filePath(f);
             const qint64 size = printed.isEmpty() ? -1 : QFileInfo(printed).size();
-            QThread::msleep(300);
+            QThread::msleep(500);
             return size > 0 && std::exchange(lastSize, size) == size;
         },
         60000);

@@ -29,7 +29,8 @@ using namespace mv::test;
 
 namespace {
 
-// A map in the recorded form, with a second sheet's line read from a file.
+// The song's map at the start of every test: the recorded form, with a
+// second sheet's line read from a file.
 const QStringList kFixture =
     QStringList{"100@", "0%", "350#1", "#2", "#3", "#4", "#5", "#6", " 80^"} +
     rec("2000", " 1000 ", " 2000 ", "0") + rec("2000", " 2000 ", " 2000 ", "0") +
@@ -54,6 +55,7 @@ class RecordingTest : public ::testing::Test, protected Stage {
         s.velmor.File1ListIndex.set(0);
         s.g.SongBase = dir.filePath("Song.mp3");
         QFile(dir.filePath("Song.mp3")).open(QIODevice::WriteOnly);
+        writeLinesAtomically(dir.filePath("Song.map"), kFixture);
     }
     QWidget* control(const char* name) { return window.findChild<QWidget*>(name); }
     void mouse(QWidget* w, QEvent::Type t, QPoint inWindow, Qt::MouseButton b,
@@ -79,9 +81,6 @@ class RecordingTest : public ::testing::Test, protected Stage {
     }
     void at(int64_t ms, std::function<void()> fn) { clock.at(t0 + ms, std::move(fn)); }
     QByteArray map() { return readFile(dir.filePath("Song.map")); }
-    void writeMap(const QStringList& lines) {
-        writeLinesAtomically(dir.filePath("Song.map"), lines);
-    }
 
     QTemporaryDir dir;
     SheetWindow window;
@@ -89,7 +88,6 @@ class RecordingTest : public ::testing::Test, protected Stage {
 };
 
 TEST_F(RecordingTest, ClicksOnTheSheetBecomeTheMapAsTheyCome) {
-    writeMap(kFixture);
     s.files.open(1, dir.filePath("Song.map"), FileMode::Input); // a play (TIC beeps) reads it
     t0 = clock.tickMs();
     button("Command2"); // Record
@@ -140,7 +138,6 @@ TEST_F(RecordingTest, RecordRefusesAndTakesNothingWithTheSecondWindow) {
 }
 
 TEST_F(RecordingTest, AnEditSessionRewritesTheMap) {
-    writeMap(kFixture);
     s.g.MapHeaderLines[1] = "350#1"; // as the header take leaves it
     press("Command7");               // enter edit mode
     ASSERT_TRUE(s.adobeF.Shape2.get());
@@ -181,7 +178,6 @@ TEST_F(RecordingTest, AnEditSessionRewritesTheMap) {
 }
 
 TEST_F(RecordingTest, AppendWritesAfterTheRowOnShowAndKeepsTheLaterRows) {
-    writeMap(kFixture);
     press("Command7");
     press("Command5"); // row 1
     t0 = clock.tickMs();
@@ -202,7 +198,6 @@ TEST_F(RecordingTest, AppendWritesAfterTheRowOnShowAndKeepsTheLaterRows) {
 }
 
 TEST_F(RecordingTest, SaveGoesThroughEditAndAFailedWriteKeepsTheTable) {
-    writeMap(kFixture);
     int settingsSaved = 0;
     s.SaveVelmor = [&] { ++settingsSaved; };
     s.velmor.ZoomIt.setText("120"); // chosen in setup: the map takes it
@@ -230,7 +225,6 @@ TEST_F(RecordingTest, PressesServedInsideAWalkLeaveTheRowsAlone) {
     // delivers as a double click, is a press all the same.
     for (const char* walker : {"Command5", "JumpB"}) {
         SCOPED_TRACE(walker);
-        writeMap(kFixture);
         press("Command7");
         press("Command5"); // row 1
         bool posted = false;

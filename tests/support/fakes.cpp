@@ -7,14 +7,10 @@
 
 namespace mv::test {
 
-void FakeMessages::msgBox(const QString& text, const QString&) {
-    shown << text;
-    if (onShow) onShow(text);
-}
+void FakeMessages::msgBox(const QString& text, const QString&) { shown << text; }
 
 bool FakeMessages::yesNo(const QString& text, const QString&) {
     shown << text;
-    if (onShow) onShow(text);
     if (yesNoAnswers.empty()) return true;
     bool a = yesNoAnswers.front();
     yesNoAnswers.pop_front();
@@ -24,7 +20,6 @@ bool FakeMessages::yesNo(const QString& text, const QString&) {
 std::optional<QString> FakeMessages::inputBox(const QString& prompt, const QString&,
                                               const QString&) {
     shown << prompt;
-    if (onShow) onShow(prompt);
     if (inputAnswers.isEmpty()) return std::nullopt;
     const QString a = inputAnswers.takeFirst();
     if (a.isNull()) return std::nullopt;
@@ -137,7 +132,6 @@ void FakeViewer::setPageMode(const QString& mode) {
 
 void FakeViewer::setZoom(float percent) {
     log(QStringLiteral("setZoom(%1)").arg(numberText(percent)));
-    zoom = percent;
 }
 
 void FakeBeeper::beep(int hz, int ms) {

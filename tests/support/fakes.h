@@ -27,8 +27,7 @@ class FakeMessages : public Messages {
                                     const QString& initial = {}) override;
     QStringList shown; // every text, in order
     std::deque<bool> yesNoAnswers;
-    QStringList inputAnswers;                   // a null QString answers Cancel
-    std::function<void(const QString&)> onShow; // runs inside the box
+    QStringList inputAnswers; // a null QString answers Cancel
 };
 
 // A player whose position runs on the clock while it plays, at the speed the
@@ -75,8 +74,6 @@ class FakePlayer : public MediaPlayer {
 // not found"); a test makes any other call fail by throwing from onCall.
 class FakeViewer : public PdfViewer {
   public:
-    explicit FakeViewer(QStringList* sharedLog = nullptr, QString tag = {})
-        : log_(sharedLog ? sharedLog : &calls), tag_(std::move(tag)) {}
     void LoadFile(const QString& path) override;
     void unloadFile() override;
     void gotoFirstPage() override;
@@ -88,16 +85,13 @@ class FakeViewer : public PdfViewer {
     QStringList calls;
     int page = 1;
     int pageCount = 10;
-    float zoom = 100;
     std::function<void(const QString&)> onCall; // sees every call as it is logged
 
   private:
     void log(const QString& c) {
-        log_->append(tag_ + c);
-        if (onCall) onCall(tag_ + c);
+        calls << c;
+        if (onCall) onCall(c);
     }
-    QStringList* log_;
-    QString tag_;
 };
 
 class FakeBeeper : public Beeper {

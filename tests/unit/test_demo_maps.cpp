@@ -43,12 +43,6 @@ QMap<QString, QList<Row>> layout() {
     return out;
 }
 
-QStringList mapLines(const QString& song) {
-    const QByteArray bytes = mv::test::readFile(demoDir() + "/songs/" + song + ".map");
-    EXPECT_TRUE(bytes.endsWith("\r\n")) << song.toStdString();
-    return splitLines(bytes);
-}
-
 } // namespace
 
 // Every map fits its measures, and the sheet has a note head (or a rest)
@@ -62,7 +56,9 @@ TEST(DemoSongs, EachMapFitsTheLayoutOfItsSheetAndTheSheetHasTheHeads) {
     constexpr int kScale = 4;              // pixels per point
     for (auto it = songs.begin(); it != songs.end(); ++it) {
         SCOPED_TRACE(it.key().toStdString());
-        const QStringList lines = mapLines(it.key());
+        const QByteArray map = mv::test::readFile(demoDir() + "/songs/" + it.key() + ".map");
+        EXPECT_TRUE(map.endsWith("\r\n"));
+        const QStringList lines = splitLines(map);
         ASSERT_EQ(lines.mid(0, 9), mv::test::kMapHeader);
         ASSERT_EQ(lines.size(), 9 + 6 * it->size());
         QPdfDocument doc;
