@@ -92,6 +92,13 @@ TEST(PrintIndex, PrintThroughCupsToAPdfPrinter) {
     ASSERT_TRUE(
         run("lpadmin", {"-p", "PDF", "-v", "cups-pdf:/", "-m", "lsb/usr/cups-pdf/CUPS-PDF_opt.ppd",
                         "-E", "-o", "pdftops-renderer-default=pdftocairo"}));
+    // The queue has no unfinished job; the backend has written its PDF by
+    // then.  An earlier run's job must not be taken for this one's.
+    auto queueIdle = [] {
+        QThread::msleep(200);
+        return run("lpstat", {"-o", "PDF"}).value_or("x").trimmed().isEmpty();
+    };
+    ASSERT_TRUE(runUntil(queueIdle, 60000));
     // cups-pdf writes into the PDF folder of the job's user.
     const QString out = QString::fromLocal8Bit(getpwuid(getuid())->pw_dir) + "/PDF";
     const QStringList before = QDir(out).entryList({"*.pdf"}, QDir::Files);
@@ -117,17 +124,14 @@ TEST(PrintIndex, PrintThroughCupsToAPdfPrinter) {
     EXPECT_EQ(m.shown, QStringList());
     EXPECT_GT(QFileInfo(config.filePath("VLvar.csv")).size(), 0);
 
-    // The job ends in a new PDF; cups-pdf has finished it once its size
-    // stands still over half a second.
+    // The job ends in a new PDF, complete once the queue is idle again.
     QString printed;
-    qint64 lastSize = -1;
     runUntil(
         [&] {
+            if (!queueIdle()) return false;
             for (const QString& f : QDir(out).entryList({"*.pdf"}, QDir::Files))
                 if (!before.contains(f)) printed = QDir(out).filePath(f);
-            const qint64 size = printed.isEmpty() ? -1 : QFileInfo(printed).size();
-            QThread::msleep(500);
-            return size > 0 && std::exchange(lastSize, size) == size;
+            return !printed.isEmpty();
         },
         60000);
     ASSERT_FALSE(printed.isEmpty()) << "no PDF came out in " << out.toStdString();
