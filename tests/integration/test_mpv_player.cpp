@@ -119,7 +119,9 @@ TEST_F(MpvPlayerTest, NullOutputRunsInRealTimeAtRate0HoldsBelowEndsAndStopKeepsT
     runFor(300);
     p.controlsStop();
     EXPECT_EQ(state(), std::tuple(1, path("short.wav"), true));
-    p.setURL(QString()); // "" stops at once
+    p.setURL(path("short.wav"));
+    runFor(300);
+    p.setURL(QString()); // "" stops at once, also while it plays
     EXPECT_EQ(state(), std::tuple(1, QString(), false));
 }
 

@@ -104,10 +104,10 @@ TEST_F(MapFileTest, HeaderTakeAppliesZoomLeftAndVolumeAndPassesOverTics) {
 }
 
 TEST_F(MapFileTest, BareRecordsHeaderBetweenRecordsAndARecordCutShort) {
-    // No header at all: the first line is row 0's Tic.  A header line between
-    // records is taken; the last record ends after its X.
-    const QString p = write(crlf({"100", "1", "2", "0", "False", "False", "75@", "-50%", "200", "3",
-                                  "4", "0", "False", "False", "300", " 5 "}));
+    // No header at all: the first line is row 0's Tic.  Header lines between
+    // records are taken or passed over; the last record ends after its X.
+    const QString p = write(crlf({"100", "1", "2", "0", "False", "False", "75@", "-50%", "~", "200",
+                                  "3", "4", "0", "False", "False", "300", " 5 "}));
     editLoad(s, p);
     EXPECT_EQ(ticRow(s.tic, 0) + ticRow(s.tic, 1) + ticRow(s.tic, 2) + ticRow(s.tic, 3).mid(0, 1),
               (rec("100", "1", "2", "0") + rec("200", "3", "4", "0") +
