@@ -185,12 +185,16 @@ TEST_F(PlayLoopTest, TildeLinesAndHeaderBetweenRecordsTakeNoTime) {
 TEST_F(PlayLoopTest, TickCheckBoxBeepsAndHoldsTheLoop) {
     s.adobeF.Tick.set(1);
     s.velmor.BeepX.setText("880.5");
-    play(rec("100", "1", "1", "0") + rec("100", "2", "1", "0"));
+    // Without a beeper the loop is held the beep's 50 ms all the same.
+    for (const bool withBeeper : {true, false}) {
+        s.beeper = withBeeper ? &beeper : nullptr;
+        play(rec("100", "1", "1", "0") + rec("100", "2", "1", "0"));
+        // The beep's 50 ms came after PlayStartTick was taken, so it counts
+        // in the next tic: the second move at 100 + 100, the readouts after
+        // the first beep at 150.
+        EXPECT_EQ(only("^[12][05]0 (X|Y)="), (QStringList{"100 X=1", "150 Y=1", "200 X=2"}));
+    }
     EXPECT_EQ(beeper.beeps, (QList<QPair<int, int>>{{880, 50}, {880, 50}}));
-    // The beep's 50 ms came after PlayStartTick was taken, so it counts in
-    // the next tic: the second move at 100 + 100, the readouts after the
-    // first beep at 150.
-    EXPECT_EQ(only("^[12][05]0 (X|Y)="), (QStringList{"100 X=1", "150 Y=1", "200 X=2"}));
 }
 
 // A failure ends the play at once and silently: file 3 closed, the map left
