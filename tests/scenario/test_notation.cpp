@@ -78,11 +78,16 @@ TEST_F(NotationTest, ModeSwitchesStartAndCloseTheViewer) {
     notationOn();
     EXPECT_EQ(std::tuple(log(), v.LoadPDF.get(), s.adobeF.Visible.get(), v.NWCId),
               std::tuple("0 start " + dir.filePath("NWCViewer.exe"), 0, false, 4711));
+    const QString closeKeys = ", 0 keys ~, 0 keys %F, 0 keys X";
+    v.CNWC.set(0); // closes the viewer: checked again, a new one starts
+    notationOn();
+    EXPECT_EQ(std::tuple(log(), v.NWCId), std::tuple("0 activate 4711" + closeKeys + ", 0 start " +
+                                                         dir.filePath("NWCViewer.exe"),
+                                                     4712));
     v.LoadPDF.set(1); // closes the viewer, keys without waits
-    EXPECT_EQ(
-        std::tuple(log(), driver.isRunning(4711), v.NWCId, v.CNWC.get(), v.Command10Visible.get(),
-                   s.adobeF.Visible.get()),
-        std::tuple("0 activate 4711, 0 keys ~, 0 keys %F, 0 keys X", false, 0, 0, true, true));
+    EXPECT_EQ(std::tuple(log(), driver.isRunning(4712), v.NWCId, v.CNWC.get(),
+                         v.Command10Visible.get(), s.adobeF.Visible.get()),
+              std::tuple("0 activate 4712" + closeKeys, false, 0, 0, true, true));
     // A desktop that cannot drive programs: said once, sheet mode stays.
     v.LoadPDF.set(1);
     driver.unavailable = "no X11";
