@@ -123,10 +123,15 @@ TEST_F(RecordingTest, RecordRefusesAndTakesNothingWithTheSecondWindow) {
     button("Command12"); // Unlock
     s.adobeF.Shape2.set(true);
     button("Command2");
+    s.adobeF.Shape1.set(true); // and edit is refused while recording
+    press("Command7");
+    s.adobeF.Shape1.set(false);
     EXPECT_EQ(messages.shown,
               (QStringList{"Recording is locked. Click the Unlock button before you can record "
                            "over this file",
-                           "You should exit the edit mode before starting a new recording."}));
+                           "You should exit the edit mode before starting a new recording.",
+                           "You should complete the recording before trying to edit. Click "
+                           "record to end the session."}));
     s.adobeF.Shape2.set(false);
     s.adobeF2.Visible.set(true);
     t0 = clock.tickMs();
@@ -139,11 +144,15 @@ TEST_F(RecordingTest, RecordRefusesAndTakesNothingWithTheSecondWindow) {
 
 TEST_F(RecordingTest, AnEditSessionRewritesTheMap) {
     s.g.MapHeaderLines[1] = "350#1"; // as the header take leaves it
-    press("Command7");               // enter edit mode
+    s.adobeF2.Visible.set(true);     // the second sheet follows the steps
+    s.velmor.XOffset.setText("7");
+    for (Field* offset : {&s.adobeF.Text5, &s.adobeF.Text6, &s.adobeF.Text8})
+        offset->setText("5"); // left from before: entering edit mode clears them
+    press("Command7");        // enter edit mode
     ASSERT_TRUE(s.adobeF.Shape2.get());
     press("Command5");                  // Step >: row 1
     press("Command5", Qt::RightButton); // search to the scroll change: row 2
-    EXPECT_EQ(s.g.CursorIndex, 2);
+    EXPECT_EQ(std::tuple(s.g.CursorIndex, s.adobeF2.Picture1.Left.get()), std::tuple(2, 3007));
     button("Command9"); // Insert: 3001 splits into two of 1500
     press("Command5");  // row 3, the copy
     QWidget* cursor = control("Picture1");
@@ -161,7 +170,7 @@ TEST_F(RecordingTest, AnEditSessionRewritesTheMap) {
               (QStringList{"New Time Inserted. The time was split between the two cursor "
                            "positions. You should now edit the new entry",
                            "TIC Deleted"}));
-    EXPECT_FALSE(s.adobeF.Shape2.get());
+    EXPECT_EQ(std::tuple(s.adobeF.Shape2.get(), s.adobeF2.PageNR.text()), std::tuple(false, "1"));
     EXPECT_EQ(map(),
               crlf(QStringList{"350#1#1", "#2", "#3", "#4", "#5", "#6", " 80^"} +
                    rec("2000", " 1000 ", " 2000 ", "0") + rec("2000", "2000", "2000", "0") +

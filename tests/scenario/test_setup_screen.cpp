@@ -93,6 +93,9 @@ TEST_F(SetupScreenTest, SizesOfTheWindowAndTheLargeList) {
         QTest::mouseClick(w.findChild<QWidget*>("Label20"), Qt::LeftButton);
         EXPECT_EQ(std::tuple(w.width(), cnwc->isVisible()), std::tuple(px(width), shown));
     }
+    entry("ZM")->trigger(); // the large list is widened by it too
+    QTest::mouseClick(w.findChild<QWidget*>("Label20"), Qt::LeftButton);
+    EXPECT_EQ(w.width(), px(16000));
 }
 
 TEST_F(SetupScreenTest, RestoreSettingsLeavesFoldersNetworkAndBeepAndShowsTheSheet) {

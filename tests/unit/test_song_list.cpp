@@ -36,12 +36,15 @@ TEST_F(SongListTest, PatternWithoutCaseAndCaseInsensitiveOrderAndSetPathRefusesB
     s.velmor.Text2.setText("*.PDF");
     SetPath(s);
     EXPECT_EQ(s.velmor.File1List.get(), pdfs);
-    s.velmor.Text2.setText("");
-    SetPath(s);
+    for (const char* bad : {"", "pdf/*.pdf"}) {
+        s.velmor.Text2.setText(bad);
+        SetPath(s);
+    }
     s.velmor.Text2.setText("*.mp3");
     s.velmor.Text1.setText("C:\\NWC"); // a Windows path simply does not exist here
     SetPath(s);
-    EXPECT_EQ(messages.shown, (QStringList{"Type is invalid", "Path is invalid"}));
+    EXPECT_EQ(messages.shown,
+              (QStringList{"Type is invalid", "Type is invalid", "Path is invalid"}));
     EXPECT_EQ(s.velmor.File1List.get(), pdfs);
 }
 
