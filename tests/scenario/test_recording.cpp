@@ -249,6 +249,15 @@ TEST_F(RecordingTest, PressesServedInsideAWalkLeaveTheRowsAlone) {
         EXPECT_EQ(s.g.CursorIndex, 4);
         press("Command7", Qt::RightButton);
     }
+    // Back over row 3's page flag with the second sheet on its first page: it stays there.
+    s.adobeF2.Visible.set(true);
+    press("Command7");
+    for (int row = 1; row <= 4; ++row)
+        press("Command5");
+    s.adobeF2.PageNR.setText("1");
+    press("Command8");
+    EXPECT_EQ(std::tuple(s.g.CursorIndex, s.adobeF2.PageNR.text()), std::tuple(3, "1"));
+    press("Command7", Qt::RightButton);
     // An Edit press served inside a step saves and leaves: the step ends there.
     press("Command7");
     postPress("Command7");

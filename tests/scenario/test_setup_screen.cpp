@@ -116,9 +116,9 @@ TEST_F(SetupScreenTest, RestoreSettingsLeavesFoldersNetworkAndBeepAndShowsTheShe
     v.IgnZ.set(0);
     QTest::mouseClick(w.findChild<QWidget*>("Command11"), Qt::LeftButton);
     const std::pair<Field*, const char*> kept[] = {
-        {&v.Text1, "/songs"}, {&v.Text7, "/songs-2"}, {&v.IPAddress, "10.0.0.2"},
-        {&v.PortNr, "4000"},  {&v.BeepX, "800"},      {&v.FadeT, "3"},
-        {&v.ZoomIt, "100"},   {&v.PDFHeight, "19500"}};
+        {&v.Text1, "/songs"}, {&v.Text7, "/songs-2"},  {&v.IPAddress, "10.0.0.2"},
+        {&v.PortNr, "4000"},  {&v.BeepX, "800"},       {&v.FadeT, "3"},
+        {&v.ZoomIt, "100"},   {&v.PDFHeight, "19500"}, {&v.ClientDelay, "3.5"}};
     for (const auto& [f, text] : kept)
         EXPECT_EQ(f->text(), text);
     EXPECT_EQ(std::tuple(v.IamaServer.get(), v.SendAS.get(), v.ShowB.get(), v.IgnZ.get(),
