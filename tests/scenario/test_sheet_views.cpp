@@ -164,7 +164,7 @@ TEST(Px, TwipsFromAFileStayInsideInt) {
               std::tuple(1 << 24, -(1 << 24), 0, -1));
 }
 
-TEST(ChooseScreen, NameWithSizeThenIndex) {
+TEST_F(SheetViewsTest, ChooseScreenByNameWithSizeThenIndexFromTheScreenFile) {
     const QList<ScreenRef> two = {{"screen", 0, 1920, 1080}, {"screen", 1, 1280, 1024}};
     const struct {
         ScreenRef remembered;
@@ -180,6 +180,8 @@ TEST(ChooseScreen, NameWithSizeThenIndex) {
     };
     for (const auto& c : cases)
         EXPECT_EQ(chooseScreen(c.remembered, c.screens), c.want) << c.remembered.name.toStdString();
+    writeSheetTwoScreen(s, cases[1].remembered); // read back as written
+    EXPECT_TRUE(readSheetTwoScreen(s) == cases[1].remembered);
 }
 
 TEST_F(SheetViewsTest, OverlayRhythmAndItsSetters) {
