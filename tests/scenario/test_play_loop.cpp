@@ -232,3 +232,44 @@ TEST_F(PlayLoopTest, ZeroSpeedLeavesTicsUndividedAndRateUnavailablePlaysNormally
 }
 
 } // namespace
+
+// The cursor's place under a zoom: the left 40 % of the window's width
+// shrinks by 30 / (30 - z/30), the rest by z/95 from 90 on and z/90 below;
+// y by 100 / (100 - z/100).  A zoom that divides by 0 leaves the value.
+TEST(CursorPlace, ZoomCorrectsLeftAndTop) {
+    test::Stage st;
+    Session& s = st.s;
+    s.adobeF.Width.set(10000);
+    const struct {
+        const char* zoom;
+        double x, y, left, top;
+    } cases[] = {
+        {"100", 5000, 3000, 5000, 3000},
+        {"120", 3999, 3000, 3999 * 30 / 26.0, 3000 * 100 / 98.8},
+        {"120", 4000, 0, 4000 * 120 / 95.0, 0}, // the 40 % itself is the right part
+        {"90", 5000, 0, 5000 * 90 / 95.0, 0},
+        {"89", 5000, 0, 5000 * 89 / 90.0, 0},
+        {"900", 3000, 0, 3000, 0},
+        {"10000", 5000, 3000, 5000 * 10000 / 95.0, 3000},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.zoom);
+        s.velmor.ZoomIt.setText(c.zoom);
+        EXPECT_NEAR(PosLeft(s, c.x), c.left, 1e-6);
+        EXPECT_NEAR(PosTop(s, c.y), c.top, 1e-6);
+        EXPECT_EQ(std::pair(s.adobeF.Picture1.Left.get(), s.adobeF.Picture1.Top.get()),
+                  std::pair(PosLeft(s, c.x), PosTop(s, c.y)));
+    }
+}
+
+// A row typed into the count field is taken from 0 to the table's last row.
+TEST(CursorPlace, TypedRowsInsideTheTableOnly) {
+    test::Stage st;
+    installReadoutFields(st.s);
+    QList<int> rows;
+    for (const char* typed : {"5000", "5001", "0", "-1", "2.6"}) {
+        st.s.adobeF.Text3.setText(typed);
+        rows << st.s.g.CursorIndex;
+    }
+    EXPECT_EQ(rows, (QList<int>{5000, 5000, 0, 0, 3}));
+}
