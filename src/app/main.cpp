@@ -195,13 +195,14 @@ int main(int argc, char** argv) {
         audioMenu(s);
         setsound(s);
     });
-    QObject::connect(&player, &MpvPlayer::audioOutputMissing, main, [main] {
-        main->setWindowTitle(QStringLiteral("Media Player - no audio output, playing silently"));
-    });
-    QObject::connect(&player, &MpvPlayer::musicUnavailable, main, [main] {
-        main->setWindowTitle(
-            QStringLiteral("Media Player - no music: libmpv (package libmpv2) could not start"));
-    });
+    // What the player cannot do is said in the title: a box would block the stage.
+    const auto sayInTitle = [main](const char* what) {
+        return [main, what] { main->setWindowTitle(QStringLiteral("Media Player - ") + what); };
+    };
+    QObject::connect(&player, &MpvPlayer::audioOutputMissing, main,
+                     sayInTitle("no audio output, playing silently"));
+    QObject::connect(&player, &MpvPlayer::musicUnavailable, main,
+                     sayInTitle("no music: libmpv (package libmpv2) could not start"));
 
     s.SaveVelmor = [&s] { SaveVelmor(s); };
     StartupHooks hooks;

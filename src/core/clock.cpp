@@ -6,6 +6,7 @@
 #include <QTimer>
 #include <climits>
 #include <cmath>
+#include <optional>
 #include <thread>
 
 namespace mv {
@@ -14,8 +15,7 @@ struct SystemClock::Impl {
     QElapsedTimer steady;
     QHash<int, QTimer*> timers;
     int nextId = 1;
-    bool pinned = false;
-    double pinnedDay = 0; // seconds since midnight at steady 0
+    std::optional<double> pinnedDay; // seconds since midnight at steady 0, when pinned
 };
 
 SystemClock::SystemClock() : d(new Impl) { d->steady.start(); }
@@ -34,13 +34,12 @@ int64_t SystemClock::tickMs() const {
 double SystemClock::preciseMs() const { return double(d->steady.nsecsElapsed()) / 1e6 + 1000; }
 
 void SystemClock::pinDayClock(double seconds) {
-    d->pinned = true;
     d->pinnedDay = seconds - double(d->steady.elapsed()) / 1000.0;
 }
 
 float SystemClock::dayClock() const {
-    if (d->pinned) {
-        const double t = std::fmod(d->pinnedDay + double(d->steady.elapsed()) / 1000.0, 86400.0);
+    if (d->pinnedDay) {
+        const double t = std::fmod(*d->pinnedDay + double(d->steady.elapsed()) / 1000.0, 86400.0);
         return static_cast<float>(t < 0 ? t + 86400.0 : t);
     }
     return static_cast<float>(QTime::currentTime().msecsSinceStartOfDay() / 1000.0);

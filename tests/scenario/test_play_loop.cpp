@@ -236,9 +236,7 @@ TEST_F(PlayLoopTest, ZeroSpeedLeavesTicsUndividedAndRateUnavailablePlaysNormally
 // The cursor's place under a zoom: the left 40 % of the window's width
 // shrinks by 30 / (30 - z/30), the rest by z/95 from 90 on and z/90 below;
 // y by 100 / (100 - z/100).  A zoom that divides by 0 leaves the value.
-TEST(CursorPlace, ZoomCorrectsLeftAndTop) {
-    test::Stage st;
-    Session& s = st.s;
+TEST_F(PlayLoopTest, CursorPlaceZoomCorrectsLeftAndTop) {
     s.adobeF.Width.set(10000);
     const struct {
         const char* zoom;
@@ -263,13 +261,11 @@ TEST(CursorPlace, ZoomCorrectsLeftAndTop) {
 }
 
 // A row typed into the count field is taken from 0 to the table's last row.
-TEST(CursorPlace, TypedRowsInsideTheTableOnly) {
-    test::Stage st;
-    installReadoutFields(st.s);
+TEST_F(PlayLoopTest, CursorPlaceTypedRowsInsideTheTableOnly) {
     QList<int> rows;
     for (const char* typed : {"5000", "5001", "0", "-1", "2.6"}) {
-        st.s.adobeF.Text3.setText(typed);
-        rows << st.s.g.CursorIndex;
+        s.adobeF.Text3.setText(typed);
+        rows << s.g.CursorIndex;
     }
     EXPECT_EQ(rows, (QList<int>{5000, 5000, 0, 0, 3}));
 }
