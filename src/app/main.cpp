@@ -225,8 +225,8 @@ int main(int argc, char** argv) {
     hooks.showMainWindow = [&] {
         main->move(int(s.velmor.WindowLeft / 15), int(s.velmor.WindowTop / 15));
         main->show();
-        main->File1()->setFocus();
     };
+    hooks.focusList = [&] { main->File1()->setFocus(); };
     hooks.restoreMainWindow = [&] {
         if (main->isMinimized()) main->showNormal();
         s.velmor.WindowTop = main->y() * 15.0;

@@ -8,6 +8,7 @@
 
 #include <QDir>
 #include <QFileInfo>
+#include <QtGlobal>
 #include <functional>
 
 namespace mv {
@@ -103,14 +104,29 @@ void startUp(Session& s, const StartupHooks& h, const QString& demoRoot) {
         step([&] { readPlayedList(s); }); // 13
         step([&] { SetPath(s); });        // 14
         v.SuppressLoad = 0;
-        step([&] {
-            if (v.IamaServer.get() == 1 && !v.PortNr.text().isEmpty() && h.listen) h.listen(); // 15
-        });
+        // 15: a server that cannot listen always says so, whether or not the
+        // viewer step ran: unheard, its clients would wait for nothing.
+        if (v.IamaServer.get() == 1 && !v.PortNr.text().isEmpty() && h.listen) {
+            try {
+                h.listen();
+            } catch (const Failure& f) {
+                qWarning().noquote()
+                    << QStringLiteral("The server cannot listen on port \"%1\": %2 (%3)")
+                           .arg(v.PortNr.text(), f.description())
+                           .arg(f.number());
+                throw;
+            }
+        }
+        if (h.showMainWindow) h.showMainWindow(); // 16
+        if (h.focusList) h.focusList();
+        return;
     } catch (const Failure& f) {
         s.files.close(1);
         s.messages.msgBox(f.message());
     }
-    if (h.showMainWindow) h.showMainWindow(); // 16
+    // Start-up stopped at a failure: the main window comes up all the same,
+    // without the focus on the list.
+    if (h.showMainWindow) h.showMainWindow();
 }
 
 void shutDown(Session& s, const StartupHooks& h) {

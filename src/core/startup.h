@@ -17,6 +17,7 @@ struct StartupHooks {
     std::function<void()> focusMainWindow;
     std::function<void()> listen; // the server's socket starts listening
     std::function<void()> showMainWindow;
+    std::function<void()> focusList; // File1 takes the focus: start-up ran to its end
     // Restores a minimised main window and takes its place into the session.
     std::function<void()> restoreMainWindow;
     std::function<void()> unloadWindows; // sheet windows, play list, help, index
@@ -26,7 +27,10 @@ struct StartupHooks {
 // Runs the 16 steps of start-up.  `demoRoot`, when not empty, holds the
 // demo songs ("songs", "songs-2"): a first run (no settings file) starts on
 // them.  Until the viewer step errors are passed over; after it an error
-// ends start-up with "Error " + number + " " + description.
+// ends start-up with "Error " + number + " " + description.  A server whose
+// socket cannot listen ends it so in any case, and logs why.  The main
+// window comes up either way; the list takes the focus only when start-up
+// ran to its end.
 void startUp(Session& s, const StartupHooks& hooks, const QString& demoRoot);
 
 // The Audio Out menu's names: the player's first seven devices, blanks after.

@@ -169,17 +169,24 @@ void Network::disconnect() {
         Socket& e = Winsock1(0);
         e.Close();
         s_.g.ClientCount = 0;
-        // The connection is gone either way; a port that is no number only
-        // keeps this computer from listening, which the user is told.
+        // The connection is gone either way; a port that is no number, or
+        // one that cannot be opened (another program holds it), only keeps
+        // this computer from listening, which the user is told as it is.
         try {
             e.setLocalPort(portNumber(v.PortNr.text()));
             e.Listen();
-        } catch (const Failure&) {
+        } catch (const Failure& f) {
             v.ConnectIt.setText(kConnect);
             showDot(false);
-            s_.messages.msgBox(QStringLiteral("Disconnected. The port \"") + v.PortNr.text() +
-                               QStringLiteral("\" is not a number, so this computer does not "
-                                              "listen for a server."));
+            const QString port = QStringLiteral("\"") + v.PortNr.text() + u'"';
+            s_.messages.msgBox(
+                f.number() == failures::typeMismatch().number()
+                    ? QStringLiteral("Disconnected. The port ") + port +
+                          QStringLiteral(" is not a number, so this computer does not listen "
+                                         "for a server.")
+                    : QStringLiteral("Disconnected. This computer cannot listen for a server on "
+                                     "port ") +
+                          port + QStringLiteral(": ") + f.description());
             return;
         }
     }

@@ -12,6 +12,7 @@
 
 #include "sync/socket.h"
 
+#include <QByteArrayView>
 #include <QString>
 #include <memory>
 #include <vector>
@@ -34,7 +35,13 @@ struct Message {
     QString speed; // with Then::Speed: the text written to Speed
 };
 
-// Reads what one GetData returned.  Pure: the receiver acts on the result.
+// The text of what one GetData returned: UTF-8 when the bytes are valid
+// UTF-8 holding a byte above 0x7F, else Windows-1252.  A read that ends
+// inside a UTF-8 character (the rest comes with the next read) is read as
+// UTF-8 up to that character when the bytes before it qualify.
+QString decodeRead(QByteArrayView bytes);
+
+// Reads what one GetData returned, decoded.  Pure: the receiver acts on the result.
 Message readMessage(const QString& received);
 
 // The whole number in PortNr: one complete number, rounded; failure 13

@@ -1,10 +1,12 @@
 // The tokens: the send loops of the server and the client's reading of what
-// arrives.  On the wire a token is its text alone, one byte a character
-// (Latin-1), no length, no line end; what one read returns is taken as a
-// whole, so tokens read together follow the fixed order below and a token
-// split over two reads is lost.
+// arrives.  On the wire a token is its text alone, no length, no line end:
+// in Windows-1252 when every character has a byte there (what older peers
+// speak), else in UTF-8.  What one read returns is taken as a whole, so
+// tokens read together follow the fixed order below and a token split over
+// two reads is lost.
 
 #include "core/session_state.h"
+#include "core/text_codec.h"
 #include "sync/network.h"
 #include "transport/stop_pause.h"
 
@@ -20,7 +22,33 @@ const QString kSpeed = QStringLiteral("@SPEED/");
 // stream of bytes can exhaust the stack.
 constexpr int kMaxNestedReads = 64;
 
+// The bytes of a token on the wire.
+QByteArray wireBytes(const QString& token) { return encodeText(token, preferredEncoding(token)); }
+
+// How many bytes at the end of `bytes` begin a UTF-8 character that the
+// read cut off: 0 when the last character is whole or no UTF-8 at all.
+qsizetype cutCharacter(QByteArrayView bytes) {
+    for (qsizetype back = 1; back <= 4 && back <= bytes.size(); ++back) {
+        const auto b = static_cast<unsigned char>(bytes[bytes.size() - back]);
+        if ((b & 0xC0) == 0x80) continue; // a continuation byte: look further back
+        const int length = b >= 0xF0 ? 4 : b >= 0xE0 ? 3 : b >= 0xC0 ? 2 : 1;
+        return length > back ? back : 0;
+    }
+    return 0;
+}
+
 } // namespace
+
+QString decodeRead(QByteArrayView bytes) {
+    // A name in UTF-8 whose last character the read cut: the rest is taken
+    // as UTF-8 without it, as a name cut between two ASCII letters is read
+    // up to the cut.
+    if (const qsizetype cut = cutCharacter(bytes); cut > 0) {
+        const QByteArrayView whole = bytes.first(bytes.size() - cut);
+        if (looksUtf8(whole)) return QString::fromUtf8(whole);
+    }
+    return decodeText(bytes);
+}
 
 Message readMessage(const QString& received) {
     const QString d = received + received; // every test runs on the doubled text
@@ -56,13 +84,13 @@ Message readMessage(const QString& received) {
 
 void Network::sendToClients(const QString& token) {
     if (!s_.velmor.Shape1.get()) return;
-    const QByteArray bytes = token.toLatin1();
+    const QByteArray bytes = wireBytes(token);
     for (int i = 1; i <= s_.g.ClientCount; ++i)
         if (exists(i)) Winsock1(i).SendData(bytes); // a failed send is passed over
 }
 
 void Network::sendSheetToClients(const QString& token) {
-    const QByteArray bytes = token.toLatin1();
+    const QByteArray bytes = wireBytes(token);
     for (int i = 1; i <= s_.g.ClientCount; ++i) {
         if (!exists(i)) continue;
         const SendResult r = Winsock1(i).SendData(bytes);
@@ -80,7 +108,7 @@ void Network::Winsock1_DataArrival(int index, qint64) {
     showDot(true);
     s_.pump.letEventsRun();
     if (!exists(0)) return;
-    const QString text = QString::fromLatin1(Winsock1(0).GetData());
+    const QString text = decodeRead(Winsock1(0).GetData());
     if (receiving_ >= kMaxNestedReads) return;
     ++receiving_;
     try {

@@ -1,5 +1,6 @@
 // Any bytes from a server, cut into reads where the input holds 0x1F: a
-// connected client reads each piece in virtual time, with a play's waits in
+// connected client decodes each piece (UTF-8 or Windows-1252, a character
+// cut at the end of a read) and reads it in virtual time, with a play's waits in
 // which later reads nest, and must never crash or hang.
 #include "fake_net.h"
 #include "fuzz_session.h"
@@ -18,7 +19,12 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     f.s.WindowsMediaPlayer1_MouseDown = [&f](int, int, double, double) {
         f.s.pump.waitUntil(f.clock.tickMs() + 3000);
     };
-    f.s.velmor.File1List.set({QStringLiteral("Song.mp3"), QStringLiteral("12 SONG B.MP3"), {}});
+    // Names beyond ASCII, so that reads decoded either way are matched too.
+    f.s.velmor.File1List.set({QStringLiteral("Song.mp3"),
+                              QStringLiteral("12 SONG B.MP3"),
+                              {},
+                              QStringLiteral("Калинка.pdf"),
+                              QStringLiteral("Don’t Stop.pdf")});
     f.s.velmor.IPAddress.setText(QStringLiteral("127.0.0.1"));
     f.s.velmor.PortNr.setText(QStringLiteral("7000"));
     const auto server = net.endpoint();

@@ -5,6 +5,7 @@
 // sends is the scenario tests' part.
 
 #include "core/session_state.h"
+#include "core/startup.h"
 #include "cursormap/cursor_fields.h"
 #include "fakes.h"
 #include "sheet/navigation.h"
@@ -81,14 +82,19 @@ TEST(SyncLoopback, RawClientsSeeExactlyTheBytesOfEachServerAction) {
         std::function<void()> act;
         QByteArray bytes;
     };
+    auto select = [&](const QString& entry) {
+        return [&s, entry] {
+            s.velmor.File1List.set({entry});
+            s.velmor.File1ListIndex.set(0);
+            s.File1_MouseDown(1, 0, 10, 10);
+        };
+    };
     const Step steps[] = {
-        {"select",
-         [&] {
-             s.velmor.File1List.set({"Song.mp3"});
-             s.velmor.File1ListIndex.set(0);
-             s.File1_MouseDown(1, 0, 10, 10);
-         },
-         "&SELECT/Song.mp3"},
+        {"select", select("Song.mp3"), "&SELECT/Song.mp3"},
+        // A name Windows-1252 can hold goes out in it, any other in UTF-8.
+        {"select a name with U+2019", select("Don’t Stop.pdf"), "&SELECT/Don\x92t Stop.pdf"},
+        {"select a Cyrillic name", select("Калинка.pdf"),
+         "&SELECT/" + QString("Калинка.pdf").toUtf8()},
         {"start with a count-off", [&] { s.WindowsMediaPlayer1_MouseDown(1, 0, 0, 0); }, "&START/"},
         {"manual scroll", [&] { Command6_Click(s); }, "&COMMAND6/"},
         {"a client that floods the server and vanishes",
@@ -120,6 +126,35 @@ TEST(SyncLoopback, RawClientsSeeExactlyTheBytesOfEachServerAction) {
     }
     EXPECT_EQ(s.g.ClientCount, 3);
     EXPECT_EQ(server.net->Winsock1(0).State(), sockstate::kListening);
+}
+
+// A server whose port another program holds says so at start-up, whatever
+// else the settings hold, and logs why; the list does not take the focus.
+TEST(SyncLoopback, AServerWhosePortIsTakenSaysSoAtStartUp) {
+    QTcpServer holder;
+    ASSERT_TRUE(holder.listen(QHostAddress::LocalHost, 0));
+    Host server;
+    Session& s = server.s;
+    s.configDir = server.dir.path();
+    StartupHooks hooks;
+    server.net = installSync(s, server.sockets, &hooks);
+    QStringList shown;
+    hooks.showMainWindow = [&] { shown << "main window"; };
+    hooks.focusList = [&] { shown << "focus on the list"; };
+    s.velmor.Text2.setText("*.mp3");
+    s.velmor.IamaServer.set(1);
+    s.velmor.PortNr.setText(QString::number(holder.serverPort()));
+    static QStringList logged;
+    logged.clear();
+    const QtMessageHandler before = qInstallMessageHandler(
+        [](QtMsgType, const QMessageLogContext&, const QString& m) { logged << m; });
+    startUp(s, hooks, {});
+    qInstallMessageHandler(before);
+    EXPECT_EQ(std::tuple(server.messages.shown, shown, logged),
+              std::tuple(QStringList{"Error 10048 Address in use"}, QStringList{"main window"},
+                         QStringList{QStringLiteral("The server cannot listen on port \"%1\": "
+                                                    "Address in use (10048)")
+                                         .arg(holder.serverPort())}));
 }
 
 TEST(SyncLoopback, ARawServerDrivesARealClientThroughASong) {

@@ -95,8 +95,10 @@ class SyncClientTest : public ::testing::Test {
 
 TEST_F(SyncClientTest, EachReadIsActedOnAsAWhole) {
     const QString longName = QString(255, u'x');
-    const QStringList list = {"12 Song B.mp3", "Song.mp3", "Song B.mp3",
-                              QString(254, u'x') + "y.mp3", longName + ".mp3"};
+    const QStringList list = {
+        "12 Song B.mp3",   "Song.mp3",    "Song B.mp3",    QString(254, u'x') + "y.mp3",
+        longName + ".mp3", "Калинка.pdf", "Don’t Stop.pdf"};
+    const QByteArray kalinka = QString("калинка").toUtf8();
     const struct {
         const char* what;
         QList<QByteArray> reads;
@@ -120,6 +122,16 @@ TEST_F(SyncClientTest, EachReadIsActedOnAsAWhole) {
         {"a long name matches by its first 255 characters",
          {"&SELECT/" + longName.toLatin1() + "-tail"},
          {"limit 1", "select " + longName + ".mp3 (1 1,1)"}},
+        // Names beyond ASCII: Windows-1252 from older servers, UTF-8 where
+        // that code page has no byte.
+        {"a Windows-1252 name", {"&SELECT/don\x92t"}, {"limit 1", "select Don’t Stop.pdf (1 1,1)"}},
+        {"a UTF-8 name", {"&SELECT/" + kalinka}, {"limit 1", "select Калинка.pdf (1 1,1)"}},
+        {"a UTF-8 name cut inside a character is read up to the cut",
+         {"&SELECT/" + kalinka.left(5), kalinka.mid(5)},
+         {"limit 1", "select Калинка.pdf (1 1,1)"}},
+        {"a Windows-1252 name whose last byte could begin UTF-8",
+         {"&SELECT/Stop.pdf\xC3"},
+         {"limit 1"}},
         {"a speed", {"@SPEED/1.1"}, {"speed 1.1"}},
         {"a speed cut to ten characters", {"@SPEED/1.234567891234"}, {"speed 1.23456789"}},
         {"a time is read and ignored, and hides the speed", {"&TIME/12:00:00@SPEED/2"}, {}},
@@ -166,12 +178,26 @@ TEST_F(SyncClientTest, AServerThatVanishesLeavesTheDot) {
         std::tuple(panelOf("Connect", false, sockstate::kListening), kPort, QStringList{}));
 }
 
-TEST_F(SyncClientTest, ADisconnectWithAPortThatIsNoNumberStillDisconnects) {
-    client.s.velmor.PortNr.setText(QStringLiteral("x"));
-    client.s.ConnectIt_Click();
-    EXPECT_EQ(client.panel(), panelOf("Connect", false, sockstate::kClosed));
-    ASSERT_EQ(client.messages.shown.size(), 1);
-    EXPECT_TRUE(client.messages.shown[0].contains(u"\"x\" is not a number"));
+// A port that cannot be listened on still disconnects, and the message
+// says why: no number, or a port another program holds (here the server).
+TEST_F(SyncClientTest, ADisconnectWhosePortCannotListenStillDisconnectsAndSaysWhy) {
+    const std::pair<QString, QString> cases[] = {
+        {"x", "Disconnected. The port \"x\" is not a number, so this computer does not listen "
+              "for a server."},
+        {QString::number(kPort), "Disconnected. This computer cannot listen for a server on port "
+                                 "\"7000\": Address in use"}};
+    for (const auto& [port, message] : cases) {
+        SCOPED_TRACE(port.toStdString());
+        if (!client.s.velmor.Shape1.get()) { // connected again
+            client.s.velmor.PortNr.setText(QString::number(kPort));
+            client.s.ConnectIt_Click();
+        }
+        client.messages.shown.clear();
+        client.s.velmor.PortNr.setText(port);
+        client.s.ConnectIt_Click();
+        EXPECT_EQ(std::tuple(client.panel(), client.messages.shown),
+                  std::tuple(panelOf("Connect", false, sockstate::kClosed), QStringList{message}));
+    }
 }
 
 TEST(SyncConnect, AConnectThatFailsSaysSoAndHidesTheDot) {
