@@ -154,11 +154,13 @@ void HP_Click(Session& s) {
 }
 
 void SV_Click(Session& s, Library& lib) {
-    // A cancelled question answers "", which saves the set as ".SSS".
     QString name =
         s.messages
             .inputBox(QStringLiteral("Enter File Name"), QStringLiteral("File Name"), lib.setName)
             .value_or(QString());
+    // Cancelled, or a name with nothing before ".SSS": such a file would be
+    // hidden and no chooser would ever show it, so nothing is written.
+    if (QString(name).remove(QLatin1String(".SSS")).trimmed().isEmpty()) return;
     if (!name.contains(QLatin1String(".SSS"))) name += QStringLiteral(".SSS");
     lib.setName = name;
     const QString path = s.velmor.Text1.text() + u'/' + name;
