@@ -30,6 +30,7 @@ class WindowRegistry;
 // The process-wide variables.  Flags are 0 or -1.
 struct Globals {
     QString SongFile;                       // full path of the selected list entry
+    QString SongEntry;                      // the list's folder + "/" + the entry loaded
     QString SongBase;                       // folder + cleaned name; empty: no song yet
     std::array<QString, 37> MapHeaderLines; // second sheet's adjustment per page, 0..36
     int16_t CursorIndex = 0;                // row the readout fields address

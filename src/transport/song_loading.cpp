@@ -21,11 +21,24 @@ QString sheetPath(const QString& folder, const QString& name) {
     return siblingPath(folder.trimmed() + u'/' + name, QStringLiteral("pdf"));
 }
 
+// The list entry of what is loaded, from the list's folder; -1 when
+// nothing is, or the list no longer shows it.
+int loadedEntry(const Session& s) {
+    const VelmorState& v = s.velmor;
+    const QStringList& list = v.File1List.get();
+    for (int i = 0; i < list.size(); ++i)
+        if (v.File1Path + u'/' + list[i] == s.g.SongEntry) return i;
+    return -1;
+}
+
 void rightButton(Session& s) {
     s.playLst.Visible.set(true);
     QStringList l = s.playLst.List1.get();
     l << s.velmor.File1FileName();
     s.playLst.List1.set(l);
+    // The press moved the highlight; it goes back to what is loaded, so
+    // that Play and Record act on the song the list shows.
+    s.velmor.File1ListIndex.set(loadedEntry(s));
 }
 
 // The sheet at `path`, found whatever its case.  A song may have no sheet:
@@ -189,6 +202,7 @@ void File1_MouseDown(Session& s, int button, int, double, double) {
     const QString folder = v.Text1.text().trimmed();
     s.g.SongBase = folder + u'/' + name; // 13
     s.g.SongFile = folder + u'/' + v.File1FileName().trimmed();
+    s.g.SongEntry = v.File1Path + u'/' + v.File1FileName();
 
     const QString map = existingPathIgnoringCase(mapFileName(s.g.SongBase)); // 14, 15
     const bool locked = headerTake(s, map, [&s](const QString& line) { applyMapVolume(s, line); });

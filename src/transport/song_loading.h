@@ -23,8 +23,9 @@ QString cleanSongName(const QString& entry, bool ignoreNumber);
 void applyMapVolume(Session& s, const QString& volumeLine);
 
 // File1_MouseDown(Button, Shift, X, Y) on the selected entry of File1.
-// Button 1 loads, 2 adds to the play list, anything else only sets
-// OverlayTicks to 40.
+// Button 1 loads, 2 adds to the play list and puts the selection back on
+// the entry loaded last (none when the list does not show it), anything else
+// only sets OverlayTicks to 40.
 void File1_MouseDown(Session& s, int button, int shift, double x, double y);
 
 // Installs File1_MouseDown into Session::File1_MouseDown.

@@ -14,6 +14,7 @@
 #include "units_helpers.h"
 
 #include <QDir>
+#include <QFileInfo>
 #include <QListWidget>
 #include <QTemporaryDir>
 #include <QTest>
@@ -194,6 +195,27 @@ TEST_F(SongLoadingTest, ListPressBelowTheEntriesLoadsTheSelectionAndFailuresStop
                       w.File1()->visualItemRect(w.File1()->item(0)).center());
     EXPECT_EQ(loads, (QStringList{"1B.mp3", "1A.mp3"}));
     EXPECT_EQ(messages.shown, QStringList{"Error 6 Overflow"});
+}
+
+// A right press on the real list adds the entry under it to the play list;
+// the highlight goes back to the song loaded (none before the first load),
+// so that what the list shows is what Play plays.
+TEST_F(SongLoadingTest, RightPressLeavesTheHighlightOnTheLoadedSong) {
+    file("A.mp3");
+    file("B.mp3");
+    s.velmor.File1Path = dir.path();
+    s.velmor.File1List.set({"A.mp3", "B.mp3"});
+    MainWindow w(s, player);
+    w.show();
+    QListWidget* list = w.File1();
+    auto press = [&](int row, Qt::MouseButton b) {
+        QTest::mousePress(list->viewport(), b, {}, list->visualItemRect(list->item(row)).center());
+        return readouts(s.velmor.File1ListIndex.get(), list->currentRow(),
+                        QFileInfo(s.g.SongFile).fileName(), s.playLst.List1.get().join(','));
+    };
+    EXPECT_EQ(press(1, Qt::RightButton), (QStringList{"-1", "-1", "", "B.mp3"}));
+    EXPECT_EQ(press(0, Qt::LeftButton), (QStringList{"0", "0", "A.mp3", "B.mp3"}));
+    EXPECT_EQ(press(1, Qt::RightButton), (QStringList{"0", "0", "A.mp3", "B.mp3,B.mp3"}));
 }
 
 } // namespace
