@@ -3,9 +3,12 @@
 #include "core/messages.h"
 #include "core/session_state.h"
 
+#include <QCollator>
 #include <QDir>
+#include <QLocale>
 #include <QRegularExpression>
 #include <algorithm>
+#include <vector>
 
 namespace mv {
 
@@ -30,11 +33,31 @@ QStringList listSongs(const QString& folder, const QString& pattern) {
                 break;
             }
     }
-    std::sort(out.begin(), out.end(), [](const QString& a, const QString& b) {
-        const int c = a.compare(b, Qt::CaseInsensitive);
-        return c != 0 ? c < 0 : a < b;
-    });
+    sortSongs(out, QLocale::system());
     return out;
+}
+
+void sortSongs(QStringList& names, const QLocale& locale) {
+    // The C locale compares code points, which puts every accented letter
+    // after "z": a neutral order keeps "Élan" beside "Elan" instead.
+    QCollator collator(locale.language() == QLocale::C ? QLocale(QLocale::English) : locale);
+    collator.setCaseSensitivity(Qt::CaseInsensitive);
+    struct Entry {
+        bool z;
+        QCollatorSortKey key; // compared as bytes: a folder of thousands sorts fast
+        QString name;
+    };
+    std::vector<Entry> entries;
+    entries.reserve(size_t(names.size()));
+    for (const QString& n : names)
+        entries.push_back({n.startsWith(u'Z', Qt::CaseInsensitive), collator.sortKey(n), n});
+    std::sort(entries.begin(), entries.end(), [](const Entry& a, const Entry& b) {
+        if (a.z != b.z) return b.z;
+        const int c = a.key.compare(b.key);
+        return c != 0 ? c < 0 : a.name < b.name;
+    });
+    for (qsizetype i = 0; i < names.size(); ++i)
+        names[i] = std::move(entries[size_t(i)].name);
 }
 
 void SetPath(Session& s) {

@@ -1,9 +1,10 @@
 #pragma once
 // The song list File1: the files of the folder Text1 ("Path 1") that match
 // the pattern Text2 ("Type"), sorted by name ascending without regard to
-// case, the pattern matched without regard to case ("*.PDF" lists
+// case in the locale's collation, the pattern matched without regard to case ("*.PDF" lists
 // "song.pdf").  The list lives in Session::velmor.File1List.
 
+#include <QLocale>
 #include <QStringList>
 
 namespace mv {
@@ -11,9 +12,17 @@ namespace mv {
 struct Session;
 
 // The names in `folder` matching `pattern` (wildcards * and ?; several
-// patterns may be separated by ";"), sorted case-insensitively.  An empty
-// list for a folder that does not exist.
+// patterns may be separated by ";"), in the order of sortSongs() for the
+// system's locale.  An empty list for a folder that does not exist.
 QStringList listSongs(const QString& folder, const QString& pattern);
+
+// Sorts song names by `locale`'s collation without regard to case, so that
+// an accented initial stands with its letter ("Élan" beside "Elan"), with
+// every name that begins with "Z" or "z" after all others: the Z group stays
+// at the end even where the collation puts other scripts after "Z".  The C
+// locale sorts as a neutral (English) collation does; names the collation
+// holds equal are ordered by their code points.
+void sortSongs(QStringList& names, const QLocale& locale);
 
 // A pattern the list accepts: not empty, no folder separator.
 bool validPattern(const QString& pattern);

@@ -19,13 +19,34 @@ namespace {
 struct SongListTest : ::testing::Test, Stage {};
 } // namespace
 
+// The collation of the locale given, the C locale as a neutral one, and the
+// Z group after every other script.
+TEST(SortSongs, AccentsStandWithTheirLetterAndTheZGroupStaysLast) {
+    const QStringList names = {"zeta", "Zebra", "Ungarn", "Über Song", "Калинка",
+                               "Élan", "apple", "Elan",   "Echo"};
+    const QStringList neutral = {"apple",  "Echo",    "Elan",  "Élan", "Über Song",
+                                 "Ungarn", "Калинка", "Zebra", "zeta"};
+    const std::pair<QLocale, QStringList> cases[] = {
+        {QLocale::c(), neutral},
+        {QLocale("en_US"), neutral},
+        // Swedish sorts "ü" as "y".
+        {QLocale("sv_SE"),
+         {"apple", "Echo", "Elan", "Élan", "Ungarn", "Über Song", "Калинка", "Zebra", "zeta"}},
+    };
+    for (const auto& [locale, sorted] : cases) {
+        QStringList l = names;
+        sortSongs(l, locale);
+        EXPECT_EQ(l, sorted) << locale.name().toStdString();
+    }
+}
+
 TEST_F(SongListTest, PatternWithoutCaseAndCaseInsensitiveOrderAndSetPathRefusesBadInput) {
     QTemporaryDir d;
-    for (const char* n :
-         {"b.pdf", "A.PDF", "Zebra.pdf", "c.mp3", "02 Song.pdf", "zeta.PDF", "a.map", ".b.pdf"})
+    for (const char* n : {"b.pdf", "A.PDF", "Zebra.pdf", "c.mp3", "02 Song.pdf", "zeta.PDF",
+                          "a.map", ".b.pdf", "Élan.pdf"})
         writeFile(d.filePath(n));
     QDir(d.path()).mkdir("folder.pdf"); // folders and hidden files are no songs
-    const QStringList pdfs = {"02 Song.pdf", "A.PDF", "b.pdf", "Zebra.pdf", "zeta.PDF"};
+    const QStringList pdfs = {"02 Song.pdf", "A.PDF", "b.pdf", "Élan.pdf", "Zebra.pdf", "zeta.PDF"};
     EXPECT_EQ(listSongs(d.path(), "*.PDF"), pdfs);
     EXPECT_EQ(listSongs(d.path(), "*.mp3;*.map"), (QStringList{"a.map", "c.mp3"}));
     EXPECT_TRUE(listSongs(d.path(), "*.wav").isEmpty());
