@@ -44,6 +44,7 @@ void startUp(Session& s, const StartupHooks& h, const QString& demoRoot) {
     v.VScroll1.set(100);
     audioMenu(s); // 2
     bool viewerStep = false;
+    bool ranToEnd = false;
     // Until the viewer step a failing step is passed over and the next one
     // runs (an unreadable played list still leaves the song list filled);
     // from it on a failure ends start-up with its message.
@@ -117,16 +118,15 @@ void startUp(Session& s, const StartupHooks& h, const QString& demoRoot) {
                 throw;
             }
         }
-        if (h.showMainWindow) h.showMainWindow(); // 16
-        if (h.focusList) h.focusList();
-        return;
+        ranToEnd = true;
     } catch (const Failure& f) {
         s.files.close(1);
         s.messages.msgBox(f.message());
     }
-    // Start-up stopped at a failure: the main window comes up all the same,
-    // without the focus on the list.
-    if (h.showMainWindow) h.showMainWindow();
+    // After a failure the main window comes up all the same, without the
+    // focus on the list.
+    if (h.showMainWindow) h.showMainWindow(); // 16
+    if (ranToEnd && h.focusList) h.focusList();
 }
 
 void shutDown(Session& s, const StartupHooks& h) {

@@ -165,17 +165,18 @@ TEST_F(SettingsTest, StartUpStepsFollowTheLengthOfTheFileAndTheViewerStep) {
     h.adjustAll = [&] { ran << "AdjustAll"; };
     h.activateProgram = [&](const QString& t) { ran << "activate " + t; };
     h.showMainWindow = [&] { ran << "main window"; };
+    h.focusList = [&] { ran << "list focus"; };
 
     // 20 lines: straight to closing the file; no AdjustAll, no viewer; the
     // played list is read and SetPath runs.
     write(l);
     startUp(s, h, {});
     EXPECT_EQ(readouts(ran.join(','), s.velmor.PlayedList, s.velmor.File1List.get().join(',')),
-              (QStringList{"main window", "PlayedList is here", "Song.pdf"}));
+              (QStringList{"main window,list focus", "PlayedList is here", "Song.pdf"}));
 
     // 60 lines with a bad check box value after the viewer step: the error
     // is said and start-up ends there (the played list is not read); the main
-    // window comes up all the same.
+    // window comes up all the same, without the focus on the list.
     l.resize(60);
     l[39] = "7";
     write(l);
