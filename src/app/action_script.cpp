@@ -3,6 +3,7 @@
 #include "core/window_registry.h"
 
 #include <QAbstractButton>
+#include <QAbstractSlider>
 #include <QAction>
 #include <QApplication>
 #include <QCheckBox>
@@ -253,6 +254,12 @@ QString ActionScript::probe(const QStringList& a, const QString& rest) {
         if (textOf(w) == rest) return {};
         return a[1] + " is \"" + textOf(w) + "\", not \"" + rest + "\"";
     }
+    if (verb == u"checkvalue") {
+        auto* slider = qobject_cast<QAbstractSlider*>(w);
+        if (!slider) return a[1] + " is no slider";
+        if (QString::number(slider->value()) == rest) return {};
+        return a[1] + " stands at " + QString::number(slider->value()) + ", not " + rest;
+    }
     const bool want = a.value(2) == u"yes";
     if (w->isVisible() == want) return {};
     return a[1] + (want ? " is hidden" : " is visible");
@@ -263,7 +270,8 @@ void ActionScript::waitFor(const QString& line) {
     const int ms = line.section(u' ', 1, 1).toInt(&ok);
     const QString inner = line.section(u' ', 2);
     const QStringList a = words(inner);
-    if (!ok || a.isEmpty() || (a[0] != u"check" && a[0] != u"checkvisible")) {
+    if (!ok || a.isEmpty() ||
+        (a[0] != u"check" && a[0] != u"checkvisible" && a[0] != u"checkvalue")) {
         fail("waitfor needs ms and a check: " + line);
         QTimer::singleShot(0, this, &ActionScript::step);
         return;
@@ -318,7 +326,7 @@ void ActionScript::runLine(const QString& line) {
         if (there != (want == u"yes")) fail(a.value(1) + (there ? " exists" : " does not exist"));
         return;
     }
-    if (verb == u"check" || verb == u"checkvisible") {
+    if (verb == u"check" || verb == u"checkvisible" || verb == u"checkvalue") {
         const QString why = probe(a, rest);
         if (!why.isEmpty()) fail(why);
         return;

@@ -44,8 +44,11 @@
 //                                  page of a sheet viewer, a menu entry's caption)
 //                                  equals
 //   checkvisible W.C yes|no        the control (a light, the cursor) is visible
-//   waitfor ms check...            holds the script until the check (check or
-//                                  checkvisible) passes, a failure after ms
+//   checkvalue W.C n               the slider (a volume bar, a scroll bar)
+//                                  stands at n
+//   waitfor ms check...            holds the script until the check (check,
+//                                  checkvisible or checkvalue) passes, a
+//                                  failure after ms
 //   checkgeom W.C x y              the control's position in the window, pixels
 //   checkexists path yes|no        the file exists
 //   checkfile path expected        the two files hold the same bytes

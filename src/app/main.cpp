@@ -13,6 +13,7 @@
 #include "core/window_registry.h"
 #include "cursormap/cursor_fields.h"
 #include "cursormap/play_loop.h"
+#include "desktop/desktop_install.h"
 #include "help/help_install.h"
 #include "library/library.h"
 #include "library/library_windows.h"
@@ -158,8 +159,18 @@ int main(int argc, char** argv) {
     library.printing =
         cl.isSet(script) ? static_cast<IndexPrinting*>(&askedPrinting) : &printDialogs;
     installLibrary(s, library);
+    // The media keys and the desktop's player panel; Raise and Quit act on the main window.
+    const std::unique_ptr<Desktop> desktop = installDesktop(
+        s, library,
+        [&windows] {
+            if (QWidget* w = windows.find(QStringLiteral("Velmor"))) w->activateWindow();
+        },
+        [&windows] {
+            if (QWidget* w = windows.find(QStringLiteral("Velmor"))) w->close();
+        });
+    QObject::connect(&player, &MpvPlayer::endOfFile, [&desktop] { desktop->playerChanged(); });
 
-    windows.define(QStringLiteral("Velmor"), [&] { return new MainWindow(s, player); });
+    windows.define(QStringLiteral("Velmor"), [&] { return new MainWindow(s, *s.player); });
     windows.define(QStringLiteral("AdobeF"), [&] {
         auto* viewer = new QtPdfViewer;
         s.adobeF.AcroPDF1 = viewer;

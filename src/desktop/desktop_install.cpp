@@ -1,0 +1,37 @@
+#include "desktop/desktop_install.h"
+
+#include "core/session_state.h"
+#include "desktop/media_controls.h"
+#include "desktop/mpris_service.h"
+#include "desktop/observed_player.h"
+
+#include <cstdio>
+
+namespace mv {
+
+Desktop::Desktop() = default;
+Desktop::~Desktop() = default;
+
+void Desktop::playerChanged() {
+    if (controls) controls->schedule();
+}
+
+std::unique_ptr<Desktop> installDesktop(Session& s, Library& library, std::function<void()> raise,
+                                        std::function<void()> quit) {
+    auto d = std::make_unique<Desktop>();
+    d->controls = std::make_unique<MediaControls>(s, &library);
+    d->controls->raise = std::move(raise);
+    d->controls->quit = std::move(quit);
+    if (s.player) {
+        MediaControls* c = d->controls.get();
+        d->player = std::make_unique<ObservedPlayer>(*s.player, [c] { c->schedule(); });
+        s.player = d->player.get();
+    }
+    QString why;
+    if (!registerMpris(*d->controls, &why))
+        std::fprintf(stderr, "mellivane: media keys and remote control are off: %s\n",
+                     qPrintable(why));
+    return d;
+}
+
+} // namespace mv
