@@ -46,6 +46,7 @@
 #include <clocale>
 #include <cstdio>
 #include <memory>
+#include <string_view>
 #include <utility>
 
 using namespace mv;
@@ -84,6 +85,36 @@ class AfterFirstPaint : public QObject {
     std::function<void()> fn_;
 };
 
+// The program's options, as --help lists them.
+struct Options {
+    QCommandLineOption script{QStringLiteral("script"),
+                              QStringLiteral("Run the action script FILE (for tests)."),
+                              QStringLiteral("FILE")};
+    QCommandLineOption audio{QStringLiteral("audio"),
+                             QStringLiteral("Audio output: auto, null, or a WAV file to write."),
+                             QStringLiteral("OUT"), QStringLiteral("auto")};
+    QCommandLineOption demo{QStringLiteral("demo"), QStringLiteral("Start on the demo songs.")};
+    QCommandLineOption songs{QStringLiteral("songs"), QStringLiteral("Start on the songs in DIR."),
+                             QStringLiteral("DIR")};
+    QCommandLineOption configDir{QStringLiteral("config-dir"),
+                                 QStringLiteral("Folder of the settings and list files "
+                                                "(default: $XDG_CONFIG_HOME/mellivane)."),
+                                 QStringLiteral("DIR")};
+    QCommandLineOption startupTime{
+        QStringLiteral("startup-time"),
+        QStringLiteral("Print the milliseconds from main to the main window painted with its "
+                       "song list, and the wall clock then.")};
+};
+
+Options addOptions(QCommandLineParser& cl) {
+    cl.setApplicationDescription(QStringLiteral("Sheet music that follows the recording."));
+    cl.addHelpOption();
+    cl.addVersionOption();
+    Options o;
+    cl.addOptions({o.script, o.audio, o.demo, o.songs, o.configDir, o.startupTime});
+    return o;
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
@@ -92,32 +123,25 @@ int main(int argc, char** argv) {
     // The plain Unix event dispatcher wakes timers precisely (p99 ~1 ms
     // against ~11 ms with the glib one): the cursor's timing depends on it.
     qputenv("QT_NO_GLIB", "1");
+    QCoreApplication::setApplicationName(QStringLiteral("Mellivane"));
+    QCoreApplication::setApplicationVersion(QStringLiteral(MELLIVANE_VERSION));
+    // --help and --version answer without a display.
+    for (int i = 1; i < argc; ++i)
+        if (const std::string_view a = argv[i];
+            a == "-h" || a == "--help" || a == "-v" || a == "--version") {
+            QCoreApplication bare(argc, argv);
+            QCommandLineParser cl;
+            addOptions(cl);
+            cl.process(bare); // prints and ends the process
+        }
     QApplication app(argc, argv);
     std::setlocale(LC_NUMERIC, "C"); // libmpv and number parsing need it
-    QApplication::setApplicationName(QStringLiteral("Mellivane"));
     QGuiApplication::setDesktopFileName(QStringLiteral("mellivane")); // its menu entry and icon
 
     QCommandLineParser cl;
-    cl.setApplicationDescription(QStringLiteral("Sheet music that follows the recording."));
-    cl.addHelpOption();
-    QCommandLineOption script(QStringLiteral("script"),
-                              QStringLiteral("Run the action script FILE (for tests)."),
-                              QStringLiteral("FILE"));
-    QCommandLineOption audio(QStringLiteral("audio"),
-                             QStringLiteral("Audio output: auto, null, or a WAV file to write."),
-                             QStringLiteral("OUT"), QStringLiteral("auto"));
-    QCommandLineOption demo(QStringLiteral("demo"), QStringLiteral("Start on the demo songs."));
-    QCommandLineOption songs(QStringLiteral("songs"), QStringLiteral("Start on the songs in DIR."),
-                             QStringLiteral("DIR"));
-    QCommandLineOption configDir(QStringLiteral("config-dir"),
-                                 QStringLiteral("Folder of the settings and list files "
-                                                "(default: $XDG_CONFIG_HOME/mellivane)."),
-                                 QStringLiteral("DIR"));
-    QCommandLineOption startupTime(
-        QStringLiteral("startup-time"),
-        QStringLiteral("Print the milliseconds from main to the main window painted with its "
-                       "song list, and the wall clock then."));
-    cl.addOptions({script, audio, demo, songs, configDir, startupTime});
+    const Options o = addOptions(cl);
+    const QCommandLineOption &script = o.script, &audio = o.audio, &demo = o.demo, &songs = o.songs,
+                             &configDir = o.configDir, &startupTime = o.startupTime;
     cl.process(app);
 
     SystemClock clock;
