@@ -385,6 +385,17 @@ void ActionScript::runLine(const QString& line) {
                                                         : w->window()->screen();
         const int at = int(QGuiApplication::screens().indexOf(const_cast<QScreen*>(sc)));
         if (at != a.value(2).toInt()) fail(QStringLiteral("%1 on screen %2").arg(a[1]).arg(at));
+    } else if (verb == u"checkfullscreen") {
+        // Full screen in its state and in fact: the window covers its screen.
+        QWidget* win = w->window();
+        const QScreen* sc = win->screen();
+        const bool full =
+            win->isFullScreen() && sc && win->frameGeometry().size() == sc->geometry().size();
+        if (full != (a.value(2) == u"yes"))
+            fail(QStringLiteral("%1 is %2full screen (%3x%4)")
+                     .arg(a[1], full ? QString() : QStringLiteral("not "))
+                     .arg(win->width())
+                     .arg(win->height()));
     } else if (verb == u"checkgeom") {
         const QPoint p = w->pos();
         if (p.x() != a.value(2).toInt() || p.y() != a.value(3).toInt())

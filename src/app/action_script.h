@@ -34,6 +34,7 @@
 //                                  (Tab, Shift+Tab move the focus)
 //   checkfocus W.C                 the control has its window's focus
 //   checkscreen W index            the window stands on screen `index`
+//   checkfullscreen W yes|no       the window is full screen, covering its screen
 //   show W / hide W                show or hide a window
 //   activate W                     bring the window to the front, with the keyboard
 //   wait ms                        let the program run for ms

@@ -14,6 +14,7 @@
 #include "cursormap/cursor_fields.h"
 #include "cursormap/play_loop.h"
 #include "desktop/desktop_install.h"
+#include "desktop/wayland_windows.h"
 #include "help/help_install.h"
 #include "library/library.h"
 #include "library/library_windows.h"
@@ -217,6 +218,7 @@ int main(int argc, char** argv) {
                            return static_cast<QWidget*>(w);
                        },
                        [&s] { BControl_Command1_Click(s); }, [&s] { BControl_Command6_Click(s); }});
+    installWaylandWindows(s, windows);
     auto* main = windows.get<MainWindow>(QStringLiteral("Velmor"));
     s.focusMainWindow = [main] { main->activateWindow(); };
     s.minimizeMainWindow = [main] { main->showMinimized(); };
