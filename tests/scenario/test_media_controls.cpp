@@ -182,4 +182,21 @@ TEST(MediaControls, VolumeAndRateFollowTheBarAndSpeedWithinTheirLimits) {
     EXPECT_DOUBLE_EQ(t.c.rate(), MediaControls::kMinimumRate);
 }
 
+TEST(MediaControls, AServersKeysReachItsClientsAClientsStayAtHome) {
+    for (const bool server : {true, false}) {
+        Controls t;
+        QStringList sent;
+        t.s.sendToClients = [&sent](const QString& token) { sent << token; };
+        t.s.velmor.IamaServer.set(server ? 1 : 0);
+        t.s.velmor.Shape1.set(true); // connected
+        t.s.velmor.PDFDLY.setText("1");
+        t.s.g.SongBase = t.s.g.SongFile = t.dir.filePath("B.mp3");
+        t.c.setRate(0.8);
+        t.c.play();
+        t.run();
+        EXPECT_EQ(t.player.URL(), t.s.g.SongFile) << server;
+        EXPECT_EQ(sent, server ? QStringList({"@SPEED/.8", "&START/"}) : QStringList()) << server;
+    }
+}
+
 } // namespace

@@ -56,9 +56,16 @@ REMOTE
 export bin work
 export -f xrun
 dbus-run-session -- bash -c '
+  dbus-monitor --session "path=/org/mpris/MediaPlayer2" >"$work/signals.txt" 2>/dev/null & monitor=$!
   xrun "$work/config" "$work/script.txt" --demo & app=$!
   bash "$work/remote.sh"; remote=$?
   [ $remote -eq 0 ] || kill $app
   wait $app; rc=$?
-  exit $(( remote || rc ))' 2> >(grep -v -e "fd limit" -e "pw.conf" >&2)
+  kill $monitor
+  exit $(( remote || rc ))' 2> >(grep -v -e "fd limit" -e "pw.conf" -e "onitor" >&2)
+# The changes went out as signals: the metadata with its track id as an
+# object path, and the position's jumps.
+grep -q 'member=PropertiesChanged' "$work/signals.txt"
+grep -q 'object path "/io/github/mellivane/Mellivane/track/' "$work/signals.txt"
+grep -q 'member=Seeked' "$work/signals.txt"
 echo "e2e mpris playerctl: passed"
