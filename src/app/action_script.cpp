@@ -16,6 +16,7 @@
 #include <QListWidget>
 #include <QMenu>
 #include <QMouseEvent>
+#include <QPainter>
 #include <QPointer>
 #include <QScreen>
 #include <QTextStream>
@@ -313,7 +314,19 @@ void ActionScript::runLine(const QString& line) {
     }
     if (verb == u"screenshot") {
         QScreen* screen = QGuiApplication::primaryScreen();
-        if (!screen || !screen->grabWindow(0).save(a.value(1))) fail("screenshot " + a.value(1));
+        QPixmap shot = screen ? screen->grabWindow(0) : QPixmap();
+        if (shot.isNull() && screen) {
+            // Wayland lets no client read the screen: the program's own
+            // windows, each drawn where it stands, on a grey screen.
+            shot = QPixmap(screen->size());
+            shot.fill(Qt::darkGray);
+            QPainter painter(&shot);
+            for (const bool full : {true, false})
+                for (QWidget* w : QApplication::topLevelWidgets())
+                    if (w->isVisible() && w->isFullScreen() == full)
+                        painter.drawPixmap(w->pos(), w->grab());
+        }
+        if (shot.isNull() || !shot.save(a.value(1))) fail("screenshot " + a.value(1));
         return;
     }
     if (verb == u"mark") return origin_.start();

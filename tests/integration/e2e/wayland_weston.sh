@@ -44,6 +44,7 @@ waitfor 3000 checkvisible AdobeF2 yes
 wait 500
 checkfullscreen AdobeF2 yes
 checkfullscreen AdobeF no
+screenshot $work/sheet2.png
 click AdobeF2.Command1
 waitfor 3000 checkvisible AdobeF2 no
 # a song load arms the overlay (raised while window 2 is closed)
@@ -78,6 +79,7 @@ env -u DISPLAY WAYLAND_DISPLAY="$socket" QT_QPA_PLATFORM=wayland "$bin" --audio 
 cat "$work/out.txt"
 grep -v -e 'pw.conf' -e 'media keys' "$work/err.txt" >&2 || true
 [ $rc -eq 0 ] || exit $rc
+test -s "$work/sheet2.png"
 # Said once: the windows the compositor places.
 test "$(grep -c 'on Wayland the compositor places the windows' "$work/err.txt")" -eq 1
 # Notation mode names what it misses.
