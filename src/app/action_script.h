@@ -57,6 +57,8 @@
 //   dayclock seconds               the day clock reads that many seconds past
 //                                  midnight now, and runs on from there (a
 //                                  script starts at 43200, noon, at any hour)
+//   media VERB [value]             a media key: play, pause, playpause, stop,
+//                                  next, previous, volume 0..1, rate R
 //   quit                           close the program
 // A failed check is printed ("FAIL line N: ...") and makes the exit code 1;
 // the script goes on.

@@ -188,7 +188,11 @@ int main(int argc, char** argv) {
     const std::unique_ptr<Desktop> desktop = installDesktop(
         s, library,
         [&windows] {
-            if (QWidget* w = windows.find(QStringLiteral("Velmor"))) w->activateWindow();
+            if (QWidget* w = windows.find(QStringLiteral("Velmor"))) {
+                if (w->isMinimized()) w->showNormal();
+                w->raise();
+                w->activateWindow();
+            }
         },
         [&windows] {
             if (QWidget* w = windows.find(QStringLiteral("Velmor"))) w->close();
@@ -337,6 +341,10 @@ int main(int argc, char** argv) {
         clock.pinDayClock(12 * 3600.0);
         runner->extra[QStringLiteral("dayclock")] = [&clock](const QStringList& args) {
             clock.pinDayClock(args.value(0).toDouble());
+        };
+        // The media keys' verbs ("media play", "media volume .5").
+        runner->extra[QStringLiteral("media")] = [&desktop, &messages](const QStringList& a) {
+            if (!desktop->mediaVerb(a)) messages.msgBox(QStringLiteral("media: ") + a.join(u' '));
         };
         console.addScriptAnswers(*runner);
         runner->start();

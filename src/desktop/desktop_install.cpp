@@ -6,6 +6,7 @@
 #include "desktop/observed_player.h"
 
 #include <cstdio>
+#include <map>
 
 namespace mv {
 
@@ -14,6 +15,33 @@ Desktop::~Desktop() = default;
 
 void Desktop::playerChanged() {
     if (controls) controls->schedule();
+}
+
+bool Desktop::mediaVerb(const QStringList& args) {
+    if (!controls) return false;
+    MediaControls& c = *controls;
+    const QString verb = args.value(0).toLower();
+    const std::map<QString, void (MediaControls::*)()> plain = {
+        {QStringLiteral("play"), &MediaControls::play},
+        {QStringLiteral("pause"), &MediaControls::pause},
+        {QStringLiteral("playpause"), &MediaControls::playPause},
+        {QStringLiteral("stop"), &MediaControls::stop},
+        {QStringLiteral("next"), &MediaControls::next},
+        {QStringLiteral("previous"), &MediaControls::previous}};
+    if (auto it = plain.find(verb); it != plain.end()) {
+        (c.*(it->second))();
+        return true;
+    }
+    bool ok = false;
+    const double value = args.value(1).toDouble(&ok);
+    if (!ok) return false;
+    if (verb == u"volume")
+        c.setVolume(value);
+    else if (verb == u"rate")
+        c.setRate(value);
+    else
+        return false;
+    return true;
 }
 
 std::unique_ptr<Desktop> installDesktop(Session& s, Library& library, std::function<void()> raise,

@@ -3,6 +3,7 @@
 // (media keys, the desktop's player panel, phones, playerctl).  Without a
 // session bus the program runs as before and says so in one line on stderr.
 
+#include <QStringList>
 #include <functional>
 #include <memory>
 
@@ -20,6 +21,10 @@ struct Desktop {
     std::unique_ptr<MediaControls> controls;
     // The music changed by itself (it ended): tells the media controls.
     void playerChanged();
+    // The media controls' verbs for an action script, as a media key or
+    // playerctl gives them: play, pause, playpause, stop, next, previous,
+    // volume V (0..1), rate R.  False for another verb.
+    bool mediaVerb(const QStringList& args);
 };
 
 // Puts an observing player in front of `s.player` (call it right after the

@@ -64,6 +64,9 @@ check AdobeF.AcroPDF1 2
 click Form1 left 100 500
 wait 400
 check AdobeF.AcroPDF1 1
+# the media keys' verbs work without a bus too
+media volume .3
+checkvalue Velmor.HScroll1 30
 menu Velmor.SS
 click Velmor.Label20
 checkvisible Velmor.CNWC yes
