@@ -11,7 +11,9 @@
 namespace mv {
 
 Desktop::Desktop() = default;
-Desktop::~Desktop() = default;
+Desktop::~Desktop() {
+    if (session && player && session->player == player.get()) session->player = inner;
+}
 
 void Desktop::playerChanged() {
     if (controls) controls->schedule();
@@ -50,6 +52,8 @@ std::unique_ptr<Desktop> installDesktop(Session& s, Library& library, std::funct
     d->controls = std::make_unique<MediaControls>(s, &library);
     d->controls->raise = std::move(raise);
     d->controls->quit = std::move(quit);
+    d->session = &s;
+    d->inner = s.player;
     if (s.player) {
         MediaControls* c = d->controls.get();
         d->player = std::make_unique<ObservedPlayer>(*s.player, [c] { c->schedule(); });

@@ -13,9 +13,11 @@ struct Session;
 struct Library;
 class MediaControls;
 class ObservedPlayer;
+class MediaPlayer;
 
 struct Desktop {
     Desktop();
+    // Hands the session its own player back: windows unloaded later still reach it.
     ~Desktop();
     std::unique_ptr<ObservedPlayer> player;
     std::unique_ptr<MediaControls> controls;
@@ -25,6 +27,9 @@ struct Desktop {
     // playerctl gives them: play, pause, playpause, stop, next, previous,
     // volume V (0..1), rate R.  False for another verb.
     bool mediaVerb(const QStringList& args);
+
+    Session* session = nullptr;
+    MediaPlayer* inner = nullptr; // the player the observing one wraps
 };
 
 // Puts an observing player in front of `s.player` (call it right after the
