@@ -48,6 +48,35 @@ class MprisRoot : public QDBusAbstractAdaptor {
 class MprisPlayer : public QDBusAbstractAdaptor {
     Q_OBJECT
     Q_CLASSINFO("D-Bus Interface", "org.mpris.MediaPlayer2.Player")
+    // Written out for one annotation: Position changes all the time and is
+    // never sent as a change (the Seeked signal tells its jumps).
+    Q_CLASSINFO("D-Bus Introspection",
+                "<interface name=\"org.mpris.MediaPlayer2.Player\">"
+                "<method name=\"Next\"/><method name=\"Previous\"/><method name=\"Pause\"/>"
+                "<method name=\"PlayPause\"/><method name=\"Stop\"/><method name=\"Play\"/>"
+                "<method name=\"Seek\"><arg name=\"Offset\" type=\"x\" direction=\"in\"/></method>"
+                "<method name=\"SetPosition\"><arg name=\"TrackId\" type=\"o\" direction=\"in\"/>"
+                "<arg name=\"Position\" type=\"x\" direction=\"in\"/></method>"
+                "<method name=\"OpenUri\"><arg name=\"Uri\" type=\"s\" direction=\"in\"/></method>"
+                "<signal name=\"Seeked\"><arg name=\"Position\" type=\"x\"/></signal>"
+                "<property name=\"PlaybackStatus\" type=\"s\" access=\"read\"/>"
+                "<property name=\"Rate\" type=\"d\" access=\"readwrite\"/>"
+                "<property name=\"Metadata\" type=\"a{sv}\" access=\"read\">"
+                "<annotation name=\"org.qtproject.QtDBus.QtTypeName\" value=\"QVariantMap\"/>"
+                "</property>"
+                "<property name=\"Volume\" type=\"d\" access=\"readwrite\"/>"
+                "<property name=\"Position\" type=\"x\" access=\"read\">"
+                "<annotation name=\"org.freedesktop.DBus.Property.EmitsChangedSignal\" "
+                "value=\"false\"/></property>"
+                "<property name=\"MinimumRate\" type=\"d\" access=\"read\"/>"
+                "<property name=\"MaximumRate\" type=\"d\" access=\"read\"/>"
+                "<property name=\"CanGoNext\" type=\"b\" access=\"read\"/>"
+                "<property name=\"CanGoPrevious\" type=\"b\" access=\"read\"/>"
+                "<property name=\"CanPlay\" type=\"b\" access=\"read\"/>"
+                "<property name=\"CanPause\" type=\"b\" access=\"read\"/>"
+                "<property name=\"CanSeek\" type=\"b\" access=\"read\"/>"
+                "<property name=\"CanControl\" type=\"b\" access=\"read\"/>"
+                "</interface>")
     Q_PROPERTY(QString PlaybackStatus READ playbackStatus)
     Q_PROPERTY(QVariantMap Metadata READ metadata)
     Q_PROPERTY(qlonglong Position READ position)
@@ -90,7 +119,7 @@ class MprisPlayer : public QDBusAbstractAdaptor {
     void Previous();
     void Seek(qlonglong Offset);
     void SetPosition(const QDBusObjectPath& TrackId, qlonglong Position);
-    void OpenUri(const QString&) {}
+    void OpenUri(const QString&) {} // opens nothing: songs come from the list
 
   signals:
     void Seeked(qlonglong Position);
