@@ -3,6 +3,7 @@
 #include "core/window_registry.h"
 
 #include <QAbstractButton>
+#include <QAbstractSlider>
 #include <QAction>
 #include <QApplication>
 #include <QCheckBox>
@@ -15,6 +16,7 @@
 #include <QListWidget>
 #include <QMenu>
 #include <QMouseEvent>
+#include <QPainter>
 #include <QPointer>
 #include <QScreen>
 #include <QTextStream>
@@ -253,6 +255,12 @@ QString ActionScript::probe(const QStringList& a, const QString& rest) {
         if (textOf(w) == rest) return {};
         return a[1] + " is \"" + textOf(w) + "\", not \"" + rest + "\"";
     }
+    if (verb == u"checkvalue") {
+        auto* slider = qobject_cast<QAbstractSlider*>(w);
+        if (!slider) return a[1] + " is no slider";
+        if (QString::number(slider->value()) == rest) return {};
+        return a[1] + " stands at " + QString::number(slider->value()) + ", not " + rest;
+    }
     const bool want = a.value(2) == u"yes";
     if (w->isVisible() == want) return {};
     return a[1] + (want ? " is hidden" : " is visible");
@@ -263,7 +271,8 @@ void ActionScript::waitFor(const QString& line) {
     const int ms = line.section(u' ', 1, 1).toInt(&ok);
     const QString inner = line.section(u' ', 2);
     const QStringList a = words(inner);
-    if (!ok || a.isEmpty() || (a[0] != u"check" && a[0] != u"checkvisible")) {
+    if (!ok || a.isEmpty() ||
+        (a[0] != u"check" && a[0] != u"checkvisible" && a[0] != u"checkvalue")) {
         fail("waitfor needs ms and a check: " + line);
         QTimer::singleShot(0, this, &ActionScript::step);
         return;
@@ -305,7 +314,19 @@ void ActionScript::runLine(const QString& line) {
     }
     if (verb == u"screenshot") {
         QScreen* screen = QGuiApplication::primaryScreen();
-        if (!screen || !screen->grabWindow(0).save(a.value(1))) fail("screenshot " + a.value(1));
+        QPixmap shot = screen ? screen->grabWindow(0) : QPixmap();
+        if (shot.isNull() && screen) {
+            // Wayland lets no client read the screen: the program's own
+            // windows, each drawn where it stands, on a grey screen.
+            shot = QPixmap(screen->size());
+            shot.fill(Qt::darkGray);
+            QPainter painter(&shot);
+            for (const bool full : {true, false})
+                for (QWidget* w : QApplication::topLevelWidgets())
+                    if (w->isVisible() && w->isFullScreen() == full)
+                        painter.drawPixmap(w->pos(), w->grab());
+        }
+        if (shot.isNull() || !shot.save(a.value(1))) fail("screenshot " + a.value(1));
         return;
     }
     if (verb == u"mark") return origin_.start();
@@ -318,7 +339,7 @@ void ActionScript::runLine(const QString& line) {
         if (there != (want == u"yes")) fail(a.value(1) + (there ? " exists" : " does not exist"));
         return;
     }
-    if (verb == u"check" || verb == u"checkvisible") {
+    if (verb == u"check" || verb == u"checkvisible" || verb == u"checkvalue") {
         const QString why = probe(a, rest);
         if (!why.isEmpty()) fail(why);
         return;
@@ -377,6 +398,17 @@ void ActionScript::runLine(const QString& line) {
                                                         : w->window()->screen();
         const int at = int(QGuiApplication::screens().indexOf(const_cast<QScreen*>(sc)));
         if (at != a.value(2).toInt()) fail(QStringLiteral("%1 on screen %2").arg(a[1]).arg(at));
+    } else if (verb == u"checkfullscreen") {
+        // Full screen in its state and in fact: the window covers its screen.
+        QWidget* win = w->window();
+        const QScreen* sc = win->screen();
+        const bool full =
+            win->isFullScreen() && sc && win->frameGeometry().size() == sc->geometry().size();
+        if (full != (a.value(2) == u"yes"))
+            fail(QStringLiteral("%1 is %2full screen (%3x%4)")
+                     .arg(a[1], full ? QString() : QStringLiteral("not "))
+                     .arg(win->width())
+                     .arg(win->height()));
     } else if (verb == u"checkgeom") {
         const QPoint p = w->pos();
         if (p.x() != a.value(2).toInt() || p.y() != a.value(3).toInt())

@@ -34,6 +34,7 @@
 //                                  (Tab, Shift+Tab move the focus)
 //   checkfocus W.C                 the control has its window's focus
 //   checkscreen W index            the window stands on screen `index`
+//   checkfullscreen W yes|no       the window is full screen, covering its screen
 //   show W / hide W                show or hide a window
 //   activate W                     bring the window to the front, with the keyboard
 //   wait ms                        let the program run for ms
@@ -44,8 +45,11 @@
 //                                  page of a sheet viewer, a menu entry's caption)
 //                                  equals
 //   checkvisible W.C yes|no        the control (a light, the cursor) is visible
-//   waitfor ms check...            holds the script until the check (check or
-//                                  checkvisible) passes, a failure after ms
+//   checkvalue W.C n               the slider (a volume bar, a scroll bar)
+//                                  stands at n
+//   waitfor ms check...            holds the script until the check (check,
+//                                  checkvisible or checkvalue) passes, a
+//                                  failure after ms
 //   checkgeom W.C x y              the control's position in the window, pixels
 //   checkexists path yes|no        the file exists
 //   checkfile path expected        the two files hold the same bytes
@@ -53,6 +57,8 @@
 //   dayclock seconds               the day clock reads that many seconds past
 //                                  midnight now, and runs on from there (a
 //                                  script starts at 43200, noon, at any hour)
+//   media VERB [value]             a media key: play, pause, playpause, stop,
+//                                  next, previous, volume 0..1, rate R
 //   quit                           close the program
 // A failed check is printed ("FAIL line N: ...") and makes the exit code 1;
 // the script goes on.

@@ -13,6 +13,8 @@
 #include "core/window_registry.h"
 #include "cursormap/cursor_fields.h"
 #include "cursormap/play_loop.h"
+#include "desktop/desktop_install.h"
+#include "desktop/wayland_windows.h"
 #include "help/help_install.h"
 #include "library/library.h"
 #include "library/library_windows.h"
@@ -45,6 +47,7 @@
 #include <clocale>
 #include <cstdio>
 #include <memory>
+#include <string_view>
 #include <utility>
 
 using namespace mv;
@@ -83,6 +86,36 @@ class AfterFirstPaint : public QObject {
     std::function<void()> fn_;
 };
 
+// The program's options, as --help lists them.
+struct Options {
+    QCommandLineOption script{QStringLiteral("script"),
+                              QStringLiteral("Run the action script FILE (for tests)."),
+                              QStringLiteral("FILE")};
+    QCommandLineOption audio{QStringLiteral("audio"),
+                             QStringLiteral("Audio output: auto, null, or a WAV file to write."),
+                             QStringLiteral("OUT"), QStringLiteral("auto")};
+    QCommandLineOption demo{QStringLiteral("demo"), QStringLiteral("Start on the demo songs.")};
+    QCommandLineOption songs{QStringLiteral("songs"), QStringLiteral("Start on the songs in DIR."),
+                             QStringLiteral("DIR")};
+    QCommandLineOption configDir{QStringLiteral("config-dir"),
+                                 QStringLiteral("Folder of the settings and list files "
+                                                "(default: $XDG_CONFIG_HOME/mellivane)."),
+                                 QStringLiteral("DIR")};
+    QCommandLineOption startupTime{
+        QStringLiteral("startup-time"),
+        QStringLiteral("Print the milliseconds from main to the main window painted with its "
+                       "song list, and the wall clock then.")};
+};
+
+Options addOptions(QCommandLineParser& cl) {
+    cl.setApplicationDescription(QStringLiteral("Sheet music that follows the recording."));
+    cl.addHelpOption();
+    cl.addVersionOption();
+    Options o;
+    cl.addOptions({o.script, o.audio, o.demo, o.songs, o.configDir, o.startupTime});
+    return o;
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
@@ -91,32 +124,25 @@ int main(int argc, char** argv) {
     // The plain Unix event dispatcher wakes timers precisely (p99 ~1 ms
     // against ~11 ms with the glib one): the cursor's timing depends on it.
     qputenv("QT_NO_GLIB", "1");
+    QCoreApplication::setApplicationName(QStringLiteral("Mellivane"));
+    QCoreApplication::setApplicationVersion(QStringLiteral(MELLIVANE_VERSION));
+    // --help and --version answer without a display.
+    for (int i = 1; i < argc; ++i)
+        if (const std::string_view a = argv[i];
+            a == "-h" || a == "--help" || a == "-v" || a == "--version") {
+            QCoreApplication bare(argc, argv);
+            QCommandLineParser cl;
+            addOptions(cl);
+            cl.process(bare); // prints and ends the process
+        }
     QApplication app(argc, argv);
     std::setlocale(LC_NUMERIC, "C"); // libmpv and number parsing need it
-    QApplication::setApplicationName(QStringLiteral("Mellivane"));
     QGuiApplication::setDesktopFileName(QStringLiteral("mellivane")); // its menu entry and icon
 
     QCommandLineParser cl;
-    cl.setApplicationDescription(QStringLiteral("Sheet music that follows the recording."));
-    cl.addHelpOption();
-    QCommandLineOption script(QStringLiteral("script"),
-                              QStringLiteral("Run the action script FILE (for tests)."),
-                              QStringLiteral("FILE"));
-    QCommandLineOption audio(QStringLiteral("audio"),
-                             QStringLiteral("Audio output: auto, null, or a WAV file to write."),
-                             QStringLiteral("OUT"), QStringLiteral("auto"));
-    QCommandLineOption demo(QStringLiteral("demo"), QStringLiteral("Start on the demo songs."));
-    QCommandLineOption songs(QStringLiteral("songs"), QStringLiteral("Start on the songs in DIR."),
-                             QStringLiteral("DIR"));
-    QCommandLineOption configDir(QStringLiteral("config-dir"),
-                                 QStringLiteral("Folder of the settings and list files "
-                                                "(default: $XDG_CONFIG_HOME/mellivane)."),
-                                 QStringLiteral("DIR"));
-    QCommandLineOption startupTime(
-        QStringLiteral("startup-time"),
-        QStringLiteral("Print the milliseconds from main to the main window painted with its "
-                       "song list, and the wall clock then."));
-    cl.addOptions({script, audio, demo, songs, configDir, startupTime});
+    const Options o = addOptions(cl);
+    const QCommandLineOption &script = o.script, &audio = o.audio, &demo = o.demo, &songs = o.songs,
+                             &configDir = o.configDir, &startupTime = o.startupTime;
     cl.process(app);
 
     SystemClock clock;
@@ -158,8 +184,22 @@ int main(int argc, char** argv) {
     library.printing =
         cl.isSet(script) ? static_cast<IndexPrinting*>(&askedPrinting) : &printDialogs;
     installLibrary(s, library);
+    // The media keys and the desktop's player panel; Raise and Quit act on the main window.
+    const std::unique_ptr<Desktop> desktop = installDesktop(
+        s, library,
+        [&windows] {
+            if (QWidget* w = windows.find(QStringLiteral("Velmor"))) {
+                if (w->isMinimized()) w->showNormal();
+                w->raise();
+                w->activateWindow();
+            }
+        },
+        [&windows] {
+            if (QWidget* w = windows.find(QStringLiteral("Velmor"))) w->close();
+        });
+    QObject::connect(&player, &MpvPlayer::endOfFile, [&desktop] { desktop->playerChanged(); });
 
-    windows.define(QStringLiteral("Velmor"), [&] { return new MainWindow(s, player); });
+    windows.define(QStringLiteral("Velmor"), [&] { return new MainWindow(s, *s.player); });
     windows.define(QStringLiteral("AdobeF"), [&] {
         auto* viewer = new QtPdfViewer;
         s.adobeF.AcroPDF1 = viewer;
@@ -182,6 +222,7 @@ int main(int argc, char** argv) {
                            return static_cast<QWidget*>(w);
                        },
                        [&s] { BControl_Command1_Click(s); }, [&s] { BControl_Command6_Click(s); }});
+    installWaylandWindows(s, windows);
     auto* main = windows.get<MainWindow>(QStringLiteral("Velmor"));
     s.focusMainWindow = [main] { main->activateWindow(); };
     s.minimizeMainWindow = [main] { main->showMinimized(); };
@@ -300,6 +341,10 @@ int main(int argc, char** argv) {
         clock.pinDayClock(12 * 3600.0);
         runner->extra[QStringLiteral("dayclock")] = [&clock](const QStringList& args) {
             clock.pinDayClock(args.value(0).toDouble());
+        };
+        // The media keys' verbs ("media play", "media volume .5").
+        runner->extra[QStringLiteral("media")] = [&desktop, &messages](const QStringList& a) {
+            if (!desktop->mediaVerb(a)) messages.msgBox(QStringLiteral("media: ") + a.join(u' '));
         };
         console.addScriptAnswers(*runner);
         runner->start();

@@ -16,6 +16,9 @@ class WindowRegistry {
     using Factory = std::function<QWidget*()>;
     // Tells how to create the window `name`.
     void define(const QString& name, Factory make) { factories_[name] = std::move(make); }
+    // How `name` is created; empty for an unknown name.  Lets a later install
+    // wrap a window's making.
+    Factory factory(const QString& name) const { return factories_.value(name); }
     // The window, created hidden on first use; nullptr for an unknown name.
     QWidget* get(const QString& name) {
         if (QWidget* w = find(name)) return w;

@@ -75,6 +75,13 @@ QString XdotoolDriver::unavailableReason() const {
     // Under Wayland the compositor doesn't let an X11 client bring another
     // window to the front, so typed keys could land anywhere: refused, even
     // where Xwayland gives a DISPLAY.
+    // The program itself as a Wayland client: xdotool neither sees its
+    // windows nor may it give them the keyboard back.
+    if (qEnvironmentVariable("QT_QPA_PLATFORM").startsWith(u"wayland"))
+        return QStringLiteral(
+            "The notation viewer can only be controlled through X11 (the program xdotool), and "
+            "this program runs as a Wayland client (QT_QPA_PLATFORM=wayland). Start it in an X11 "
+            "session to use it. The sheet (PDF) mode goes on working.");
     if (qEnvironmentVariable("XDG_SESSION_TYPE").compare(u"wayland", Qt::CaseInsensitive) == 0)
         return QStringLiteral(
             "The notation viewer can only be controlled in an X11 session, and this is a "

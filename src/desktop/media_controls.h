@@ -1,0 +1,120 @@
+#pragma once
+// The program as the desktop's media controls see it (media keys, the
+// panel's player, a phone, playerctl): a playback status, the selected
+// song's metadata, volume and speed, and the verbs play, pause, stop, next,
+// previous and seek.  No D-Bus here: mpris_service.h puts this on the bus.
+//
+// Every verb does what the program's own controls do, through the same
+// handlers: Play is the sheet's Play (WindowsMediaPlayer1_MouseDown, with
+// the map and its count-off), or "Continue" after a pause; Pause is the
+// "Pause" button; Stop is "Fade" (FadeT seconds); Next and Previous select
+// the neighbouring song as a press on the list does (File1_MouseDown), or,
+// while the play list is shown, its neighbouring item (List1_LeftPress);
+// nothing starts.  A server's verbs therefore reach its clients as its
+// buttons do; a client's stay on the client.  Verbs run from the event
+// queue, as a click does, so a caller is answered at once although a play
+// lasts the whole song.
+//
+// Changes are gathered: whatever changes (a field, the list, the player) is
+// looked at once from the event queue, and `changed` gets the properties
+// whose value differs from the last report.
+
+#include "core/observable.h"
+
+#include <QObject>
+#include <QString>
+#include <QVariantMap>
+#include <cstdint>
+#include <functional>
+#include <vector>
+
+namespace mv {
+
+struct Session;
+struct Library;
+
+class MediaControls : public QObject {
+    Q_OBJECT
+  public:
+    static constexpr double kMinimumRate = 0.25, kMaximumRate = 2.0;
+    // The object path of "no track".
+    static QString noTrack() { return QStringLiteral("/org/mpris/MediaPlayer2/TrackList/NoTrack"); }
+
+    // `library` gives the play list's items; without it Next and Previous
+    // walk the song list only.
+    explicit MediaControls(Session& s, Library* library = nullptr, QObject* parent = nullptr);
+
+    // "Playing" from the play start (the count-off included) while the music
+    // runs; "Paused" when the music is held or "Pause" was pressed in a
+    // play; "Stopped" otherwise.
+    QString playbackStatus() const;
+    // mpris:trackid (an object path under /io/github/mellivane/Mellivane/track,
+    // new for every selection; NoTrack with none), xesam:title (the entry's
+    // name without its extension), xesam:url (file URL of the music), and
+    // mpris:length (microseconds) when the music file tells it.
+    QVariantMap metadata() const;
+    // The music's position in microseconds; 0 with nothing playing.
+    int64_t positionUs() const;
+    // The volume bar HScroll1 (1..100) as 0.01..1.  Setting clamps into the
+    // bar's range; NaN is passed over.
+    double volume() const;
+    void setVolume(double v);
+    // Speed, clamped into kMinimumRate..kMaximumRate.  Setting writes Speed
+    // (to two decimals) as its arrows do; 0 or less pauses, NaN is passed over.
+    double rate() const;
+    void setRate(double r);
+    bool canGoNext() const;
+    bool canGoPrevious() const;
+    bool canPlay() const;
+    bool canPause() const;
+    // False while a map plays (the cursor follows the map) and with no music.
+    bool canSeek() const;
+
+    void play();
+    void pause();
+    void playPause();
+    void stop();
+    void next();
+    void previous();
+    // Moves the music by `offsetUs` (from the start at a negative result;
+    // past the end is Next, as the interface asks).  Refused while a map plays.
+    void seek(int64_t offsetUs);
+    // Only for the current track id and a position within the song.
+    void setPosition(const QString& trackId, int64_t us);
+    // Raise and Quit of the root interface, handed in by the program.
+    std::function<void()> raise, quit;
+
+    // Something may have changed: looked at from the event queue.
+    void schedule();
+    // Looks now: emits `changed` with what differs, and `seeked` when the
+    // position jumped (a play start, a stop).
+    void flush();
+
+  signals:
+    void changed(const QVariantMap& properties);
+    void seeked(qint64 positionUs);
+
+  private:
+    // Runs `verb` from the event queue under the program's last guard.
+    void later(std::function<void()> verb);
+    QVariantMap snapshot() const;
+    bool mapPlays() const;
+    // The entry selected in the song list ("" with none), and the music it plays.
+    QString selectedEntry() const;
+    QString musicPath() const;
+    // Selects the neighbour `step` (+1, -1) away.
+    void neighbour(int step);
+    bool usePlayList() const;
+
+    Session& s_;
+    Library* library_;
+    QVariantMap last_;
+    bool scheduled_ = false;
+    // The selection the track id stands for, its serial and its length.
+    mutable QString trackKey_;
+    mutable int trackSerial_ = 0;
+    mutable int64_t trackLength_ = -1;
+    std::vector<Subscription> subs_;
+};
+
+} // namespace mv

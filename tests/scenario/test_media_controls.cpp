@@ -1,0 +1,202 @@
+// The desktop's media controls over a fake player in virtual time: what the
+// status, metadata and capabilities say as a play starts, pauses and stops;
+// that the verbs act through the program's own handlers; which changes are
+// reported, and that the position's jumps are.
+
+#include "core/session_state.h"
+#include "cursormap/cursor_fields.h"
+#include "desktop/media_controls.h"
+#include "desktop/observed_player.h"
+#include "stage.h"
+#include "transport/play_start.h"
+#include "transport/volume_speed.h"
+
+#include <QCoreApplication>
+#include <QFile>
+#include <QSignalSpy>
+#include <QTemporaryDir>
+#include <cmath>
+#include <gtest/gtest.h>
+
+using namespace mv;
+using namespace mv::test;
+
+namespace {
+
+struct Controls : Stage {
+    Controls() {
+        attachSheetOne(s, observed, viewer);
+        installPlayStart(s);
+        installVolume(s);
+        s.velmor.PDFDLY.setText("0");
+        s.velmor.FirstNote.setText("0");
+        s.velmor.FadeT.setText("0");
+        // Selecting is recorded; the song list's entries are files of `dir`.
+        s.File1_MouseDown = [this](int, int, double, double) {
+            loads << s.velmor.File1FileName();
+            s.g.SongBase = dir.filePath(s.velmor.File1FileName());
+            s.g.SongFile = s.g.SongBase;
+        };
+        s.velmor.File1Path = dir.path();
+        s.velmor.File1List.set({"A.pdf", "B.mp3", "C.mp3"});
+        run();
+    }
+    // Serves the queued verbs and the gathered report.
+    void run() {
+        for (int i = 0; i < 3; ++i)
+            QCoreApplication::processEvents();
+    }
+    QTemporaryDir dir;
+    ObservedPlayer observed{player, [this] { c.schedule(); }};
+    MediaControls c{s};
+    QStringList loads;
+};
+
+TEST(MediaControls, PlayPauseContinueStopWalkTheStatusThroughTheButtons) {
+    Controls t;
+    QSignalSpy changed(&t.c, &MediaControls::changed), seeked(&t.c, &MediaControls::seeked);
+    t.s.velmor.File1ListIndex.set(1);
+    EXPECT_EQ(t.c.playbackStatus(), "Stopped");
+    EXPECT_FALSE(t.c.canPause());
+    t.c.play(); // never loaded: the selected song loads, then the sheet's Play
+    t.run();
+    EXPECT_EQ(t.loads, QStringList{"B.mp3"});
+    EXPECT_EQ(t.player.URL(), t.dir.filePath("B.mp3"));
+    EXPECT_EQ(t.c.playbackStatus(), "Playing");
+    EXPECT_EQ(seeked.size(), 1); // the start
+    ASSERT_FALSE(changed.isEmpty());
+    EXPECT_EQ(changed.last()[0].toMap().value("PlaybackStatus"), "Playing");
+    // No map plays: the music may be moved.
+    EXPECT_TRUE(t.c.canSeek());
+
+    t.c.playPause(); // "Pause": from the press on, paused
+    t.run();
+    EXPECT_EQ(t.s.velmor.Command10.text(), "Continue");
+    EXPECT_EQ(t.c.playbackStatus(), "Paused");
+    t.c.play(); // "Continue"
+    t.run();
+    EXPECT_EQ(t.s.velmor.Command10.text(), "Pause");
+    EXPECT_EQ(t.c.playbackStatus(), "Playing");
+    t.player.calls.clear();
+    t.c.stop(); // "Fade": the source taken away
+    t.run();
+    EXPECT_TRUE(t.player.calls.contains("URL()"));
+    EXPECT_EQ(t.c.playbackStatus(), "Stopped");
+    EXPECT_EQ(seeked.size(), 2); // the stop
+    EXPECT_EQ(changed.last()[0].toMap().value("PlaybackStatus"), "Stopped");
+    // Nothing plays: Stop and Pause change nothing.
+    const qsizetype reports = changed.size();
+    t.c.stop();
+    t.c.pause();
+    t.run();
+    EXPECT_EQ(changed.size(), reports);
+}
+
+TEST(MediaControls, CountOffAndMapPlayCountAsPlayingWithoutSeeking) {
+    Controls t;
+    t.s.g.SongBase = t.s.g.SongFile = t.dir.filePath("B.mp3");
+    t.s.adobeF.Text11Visible.set(true);
+    EXPECT_EQ(t.c.playbackStatus(), "Playing");
+    EXPECT_FALSE(t.c.canSeek());
+    t.s.adobeF.Text11Visible.set(false);
+    t.player.setURL(t.s.g.SongFile);
+    t.s.adobeF.Picture1.Visible.set(true); // the cursor follows the map
+    EXPECT_FALSE(t.c.canSeek());
+    const double before = t.player.controlsCurrentPosition();
+    t.c.seek(5'000'000);
+    t.c.setPosition(t.c.metadata().value("mpris:trackid").toString(), 1'000'000);
+    EXPECT_EQ(t.player.controlsCurrentPosition(), before);
+}
+
+TEST(MediaControls, NextAndPreviousSelectWithinTheListAndNeverStart) {
+    Controls t;
+    struct Step {
+        int from;
+        bool next;
+        int to; // -1: nothing selected anew
+    };
+    for (const Step& st : {Step{0, true, 1}, Step{2, true, -1}, Step{1, false, 0},
+                           Step{0, false, -1}, Step{-1, true, 0}}) {
+        t.loads.clear();
+        t.s.velmor.File1ListIndex.set(st.from);
+        t.run();
+        EXPECT_EQ(t.c.canGoNext(), st.from < 2) << st.from;
+        EXPECT_EQ(t.c.canGoPrevious(), st.from > 0) << st.from;
+        st.next ? t.c.next() : t.c.previous();
+        t.run();
+        EXPECT_EQ(t.s.velmor.File1ListIndex.get(), st.to < 0 ? st.from : st.to) << st.from;
+        EXPECT_EQ(t.loads.size(), st.to < 0 ? 0 : 1) << st.from;
+        EXPECT_TRUE(t.player.URL().isEmpty());
+    }
+}
+
+TEST(MediaControls, MetadataNamesTheSelectionWithANewTrackIdEachTime) {
+    Controls t;
+    QSignalSpy changed(&t.c, &MediaControls::changed);
+    EXPECT_EQ(t.c.metadata().value("mpris:trackid"), MediaControls::noTrack());
+    // A list of sheets plays the MP3 beside the PDF.
+    QFile mp3(t.dir.filePath("A.mp3"));
+    ASSERT_TRUE(mp3.open(QIODevice::WriteOnly));
+    mp3.close();
+    t.s.velmor.File1ListIndex.set(0);
+    t.run();
+    const QVariantMap a = t.c.metadata();
+    EXPECT_EQ(a.value("xesam:title"), "A");
+    EXPECT_EQ(a.value("xesam:url").toString(), "file://" + t.dir.filePath("A.mp3"));
+    EXPECT_FALSE(a.contains("mpris:length")); // an empty file tells no length
+    ASSERT_EQ(changed.size(), 1);
+    EXPECT_EQ(changed[0][0].toMap().value("Metadata"), a);
+    t.s.velmor.File1ListIndex.set(1);
+    t.run();
+    const QString id = t.c.metadata().value("mpris:trackid").toString();
+    EXPECT_NE(id, a.value("mpris:trackid").toString());
+    EXPECT_TRUE(id.startsWith("/io/github/mellivane/Mellivane/track/"));
+    EXPECT_EQ(changed.size(), 2);
+}
+
+TEST(MediaControls, VolumeAndRateFollowTheBarAndSpeedWithinTheirLimits) {
+    Controls t;
+    struct Case {
+        double set;
+        int bar;
+    };
+    for (const Case& c :
+         {Case{0.5, 50}, Case{0.0, 1}, Case{1.7, 100}, Case{0.333, 33}, Case{std::nan(""), 33}}) {
+        t.c.setVolume(c.set);
+        EXPECT_EQ(t.s.velmor.HScroll1.get(), c.bar) << c.set;
+        EXPECT_EQ(t.player.settingsVolume(), c.bar) << c.set;
+    }
+    struct Rate {
+        double set;
+        QString speed;
+        double reads;
+    };
+    for (const Rate& r : {Rate{0.75, ".75", 0.75}, Rate{9, "2", 2}, Rate{0.1, ".25", 0.25},
+                          Rate{1.234, "1.23", 1.23}, Rate{std::nan(""), "1.23", 1.23}}) {
+        t.c.setRate(r.set);
+        EXPECT_EQ(t.s.velmor.Speed.text(), r.speed) << r.set;
+        EXPECT_DOUBLE_EQ(t.c.rate(), r.reads) << r.set;
+    }
+    // A Speed typed beyond the limits reads as the limit.
+    t.s.velmor.Speed.setText("-3");
+    EXPECT_DOUBLE_EQ(t.c.rate(), MediaControls::kMinimumRate);
+}
+
+TEST(MediaControls, AServersKeysReachItsClientsAClientsStayAtHome) {
+    for (const bool server : {true, false}) {
+        Controls t;
+        QStringList sent;
+        t.s.sendToClients = [&sent](const QString& token) { sent << token; };
+        t.s.velmor.IamaServer.set(server ? 1 : 0);
+        t.s.velmor.Shape1.set(true); // connected
+        t.s.velmor.PDFDLY.setText("1");
+        t.s.g.SongBase = t.s.g.SongFile = t.dir.filePath("B.mp3");
+        t.c.setRate(0.8);
+        t.c.play();
+        t.run();
+        EXPECT_EQ(t.player.URL(), t.s.g.SongFile) << server;
+        EXPECT_EQ(sent, server ? QStringList({"@SPEED/.8", "&START/"}) : QStringList()) << server;
+    }
+}
+
+} // namespace
