@@ -59,6 +59,7 @@ SheetWindow::SheetWindow(Session& s, QWidget* viewer, QWidget* parent) : QWidget
     vscroll1_->setRange(f.VScroll1.min(), f.VScroll1.max());
     vscroll1_->setValue(f.VScroll1.get());
     vscroll1_->setTracking(false); // the sheet moves on release, not while dragging
+    nameControl(vscroll1_, QStringLiteral("Sheet scroll position"));
     connect(vscroll1_, &QScrollBar::valueChanged, this,
             [this, &f](int v) { guarded([&] { f.VScroll1.set(v); }); });
     connect(vscroll1_, &QScrollBar::sliderMoved, this, [this, &f](int v) {
@@ -92,14 +93,22 @@ SheetWindow::SheetWindow(Session& s, QWidget* viewer, QWidget* parent) : QWidget
         controls_[e->objectName()] = e;
     }
     // Step additions to X, Y and SCR (edit mode).
-    const std::pair<const char*, Field*> additions[] = {
-        {"Text5", &f.Text5}, {"Text6", &f.Text6}, {"Text8", &f.Text8}};
-    for (auto [name, field] : additions) {
+    const std::tuple<const char*, Field*, const char*> additions[] = {
+        {"Text5", &f.Text5, "Add to X"},
+        {"Text6", &f.Text6, "Add to Y"},
+        {"Text8", &f.Text8, "Add to SCR"}};
+    for (auto [name, field, caption] : additions) {
         auto* e = new QLineEdit(this);
         e->setObjectName(QString::fromLatin1(name));
+        e->setAccessibleName(QString::fromLatin1(caption));
         subs_.push_back(bindLineEdit(*field, e, &s.messages));
         controls_[e->objectName()] = e;
     }
+    // The readouts and additions take keys only when clicked into: the keys
+    // of an activated sheet window belong to its buttons.
+    for (const char* name : {"Text1", "Text2", "Text3", "Text4", "Text7", "Text9", "Text10",
+                             "ZoomThis", "Text5", "Text6", "Text8"})
+        controls_.value(QString::fromLatin1(name))->setFocusPolicy(Qt::ClickFocus);
     auto* tick = new QCheckBox(this);
     tick->setObjectName(QStringLiteral("Tick"));
     tick->setToolTip(QStringLiteral("Play clicks when cursor jumps instead of the mp3"));
@@ -126,11 +135,16 @@ SheetWindow::SheetWindow(Session& s, QWidget* viewer, QWidget* parent) : QWidget
     button("Command1", QStringLiteral("Close"));
     button("Command16", QStringLiteral("M Play"));
 
+    const QHash<QString, QString> lightNames = {{"Shape1", "Record light"},
+                                                {"Shape2", "Edit light"},
+                                                {"Shape3", "Lock light"},
+                                                {"Shape4", "Append light"}};
     const std::pair<const char*, Light*> lights[] = {
         {"Shape1", &f.Shape1}, {"Shape2", &f.Shape2}, {"Shape3", &f.Shape3}, {"Shape4", &f.Shape4}};
     for (auto [name, light] : lights) {
         auto* w = new LightWidget(this);
         w->setObjectName(QString::fromLatin1(name));
+        w->setAccessibleName(lightNames.value(QString::fromLatin1(name)));
         subs_.push_back(bindVisible(*light, w));
         controls_[w->objectName()] = w;
     }
@@ -174,6 +188,15 @@ SheetWindow::SheetWindow(Session& s, QWidget* viewer, QWidget* parent) : QWidget
         {"Text10", "True if the Prev PG button was pressed at this tic"}};
     for (auto [name, tip] : tips)
         controls_.value(QString::fromLatin1(name))->setToolTip(QString::fromLatin1(tip));
+    // The readouts are named by their labels; uncaptioned controls get a name and a tip.
+    const std::pair<const char*, const char*> readouts[] = {
+        {"Text1", "X"},   {"Text2", "Y"},   {"Text3", "CNT"},  {"Text4", "TIC"},
+        {"Text7", "SCR"}, {"Text9", "NXT"}, {"Text10", "PRV"}, {"ZoomThis", "Zoom"}};
+    for (auto [name, caption] : readouts)
+        controls_.value(QString::fromLatin1(name))->setAccessibleName(QString::fromLatin1(caption));
+    for (QWidget* w : std::as_const(controls_))
+        if (!w->accessibleName().isEmpty()) nameControl(w, w->accessibleName());
+    nameControl(controls_.value(QStringLiteral("Tick")), QStringLiteral("Tic sound"));
 
     // The page and scroll operations; the keys of the window itself, of
     // Command14 and of Command1 run them too.
@@ -188,7 +211,10 @@ SheetWindow::SheetWindow(Session& s, QWidget* viewer, QWidget* parent) : QWidget
     QWidget* command14 = controls_.value(QStringLiteral("Command14"));
     for (QWidget* w : std::as_const(controls_))
         w->installEventFilter(this);
-    f.focusCommand14 = [command14] { command14->setFocus(Qt::OtherFocusReason); };
+    f.focusCommand14 = [this] { takeKeys(); };
+    // Where the focus lands whenever the window is activated, until the user
+    // clicks elsewhere in it.
+    command14->setFocus(Qt::OtherFocusReason);
 
     picture1_ = new CursorWidget(f.Picture1, this);
     picture1_->setMouseTracking(true); // a move over the cursor counts, button or not
@@ -324,6 +350,8 @@ void SheetWindow::keyPressEvent(QKeyEvent* e) {
     if (e->text().size() == 1) guarded([&] { taken = sheetKeyPress(s_, e->text()[0]); });
     if (!taken) QWidget::keyPressEvent(e);
 }
+
+void SheetWindow::takeKeys() { giveKeys(this, controls_.value(QStringLiteral("Command14"))); }
 
 void SheetWindow::guarded(const std::function<void()>& handler) {
     runGuarded(s_.messages, handler);
