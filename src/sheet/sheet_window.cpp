@@ -477,7 +477,8 @@ void SheetWindow::AdjustAll() {
         place(c(QStringLiteral("Label%1").arg(i + 1).toLatin1().constData()), L + 384, labelTops[i],
               360, 255);
     const double fieldLeft = left("Label1") + 360;
-    place(c("Text1"), fieldLeft, 2280, 495, 375);
+    // X, Y and SCR hold numbers like " 2496.41 ": as wide as CNT and TIC.
+    place(c("Text1"), fieldLeft, 2280, 855, 375);
     place(c("ZoomThis"), left("Text1"), 1200, 855, 405);
     place(c("Label8"), left("ZoomThis") - 460, 1250, 495, 255);
     place(c("Text3"), fieldLeft, 1600, 855, 285);
@@ -486,13 +487,13 @@ void SheetWindow::AdjustAll() {
     place(c("AdjB"), right("JumpB"), 4800, 495, 270);
     place(c("ASCroll"), right("AdjB"), 4800, 495, 270);
     place(c("Tick"), right("Text4"), 1920, 375, 375);
-    place(c("Text7"), fieldLeft, 3000, 495, 375);
+    place(c("Text7"), fieldLeft, 3000, 855, 375);
     place(c("Text9"), fieldLeft, 3360, 855, 375);
     place(c("Text10"), fieldLeft, 3720, 855, 375);
-    place(c("Text2"), fieldLeft, 2640, 495, 375);
-    place(c("Text5"), left("Text1") + 480, 2280, 495, 375);
-    place(c("Text6"), left("Text1") + 480, 2640, 495, 375);
-    place(c("Text8"), left("Text1") + 480, 3000, 495, 375);
+    place(c("Text2"), fieldLeft, 2640, 855, 375);
+    place(c("Text5"), left("Text1") + 870, 2280, 495, 375);
+    place(c("Text6"), left("Text1") + 870, 2640, 495, 375);
+    place(c("Text8"), left("Text1") + 870, 3000, 495, 375);
     place(c("Command5"), left("Text10"), 4080, 855, 255);
     place(c("Command8"), left("Text10"), 4440, 855, 255);
     place(c("Command6"), left("Label7"), 5160, 1335, 735);
@@ -503,7 +504,7 @@ void SheetWindow::AdjustAll() {
     place(c("Command12"), left("Command7"), 8280, 735, 255);
     place(c("Command15"), left("Command7") - 200, 8640, 735, 255);
     place(c("Command11"), left("Command7") - 200, 9000, 735, 255);
-    place(c("Command1"), left("Text5") - 100, 9000, 735, 255);
+    place(c("Command1"), left("Text1") + 380, 9000, 735, 255);
     place(c("Command16"), left("Command1"), 8640, 735, 255);
     place(c("Shape1"), left("Shape2"), 7920, 255, 255);
     place(c("Shape3"), left("Shape2"), 8280, 255, 255);
