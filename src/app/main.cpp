@@ -228,8 +228,10 @@ int main(int argc, char** argv) {
     hooks.adjustAll = [&] { windows.get<SheetWindow>(QStringLiteral("AdobeF"))->AdjustAll(); };
     hooks.focusMainWindow = s.focusMainWindow;
     hooks.showMainWindow = [&] {
-        main->move(int(s.velmor.WindowLeft / 15), int(s.velmor.WindowTop / 15));
+        const QPoint at(int(s.velmor.WindowLeft / 15), int(s.velmor.WindowTop / 15));
+        main->move(at);
         main->show();
+        keepFramePlace(main, at);
         main->File1()->setFocus();
     };
     hooks.restoreMainWindow = [&] {

@@ -8,6 +8,7 @@
 #include "library/song_list.h"
 #include "notation/notation_mode.h"
 #include "recording/edit_mode.h"
+#include "sheet/sheet_widgets.h"
 #include "transport/media_player.h"
 #include "transport/play_start.h"
 #include "transport/player_control_area.h"
@@ -479,10 +480,18 @@ void MainWindow::changeEvent(QEvent* e) {
     QWidget::changeEvent(e);
 }
 
-// The window's top is settings line 6: kept as the window moves, so that
-// File "Save" writes where the window stands now.
+// The window's top and left are settings lines 6 and 7 (and 22): kept as the
+// window moves, frame included, so that File "Save" and shut-down write
+// where the window stands now.  Where a window cannot know its place
+// (Wayland) the stored values stay.
 void MainWindow::moveEvent(QMoveEvent* e) {
-    s_.velmor.WindowTop = y() * 15.0;
+    // A stored value within the pixel the window stands on stays as it is
+    // (the left edge of 1 twip is pixel 0).
+    VelmorState& v = s_.velmor;
+    if (windowPlaceKnown()) {
+        if (y() != int(v.WindowTop / 15)) v.WindowTop = y() * 15.0;
+        if (x() != int(v.WindowLeft / 15)) v.WindowLeft = x() * 15.0;
+    }
     QWidget::moveEvent(e);
 }
 

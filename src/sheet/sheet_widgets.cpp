@@ -79,4 +79,15 @@ void giveKeys(QWidget* window, QWidget* control) {
     if (control) control->setFocus(Qt::OtherFocusReason);
 }
 
+bool windowPlaceKnown() {
+    return !QGuiApplication::platformName().startsWith(QLatin1String("wayland"));
+}
+
+void keepFramePlace(QWidget* w, QPoint topLeft) {
+    if (!windowPlaceKnown()) return;
+    QTimer::singleShot(300, w, [w, topLeft] {
+        if (w->frameGeometry().topLeft() != topLeft) w->move(topLeft);
+    });
+}
+
 } // namespace mv

@@ -48,6 +48,15 @@ SheetLayers makeSheetLayers(QWidget* window, QWidget* viewer, const QString& tex
 // activation (Wayland): that is said once on standard error.
 void giveKeys(QWidget* window, QWidget* control = nullptr);
 
+// Whether a window can know its place on the screen: not on Wayland, where
+// the stored places are then kept as they were.
+bool windowPlaceKnown();
+
+// Puts the frame of the window `w` at `topLeft` (pixels) once the window
+// manager has framed it; a move made before lands it a border's width off.
+// Nothing where windows cannot know their place.
+void keepFramePlace(QWidget* w, QPoint topLeft);
+
 // A rectangle in pixels as twips.
 TwipRect twipsOf(const QRect& r);
 

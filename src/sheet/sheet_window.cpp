@@ -367,8 +367,11 @@ void SheetWindow::closeEvent(QCloseEvent* e) {
 // The window's place on the screen (its frame's top left), for the
 // recorder's frame and for "AdobeFx.ini".
 void SheetWindow::moveEvent(QMoveEvent* e) {
-    s_.adobeF.Left = x() * 15.0;
-    s_.adobeF.Top = y() * 15.0;
+    // A stored value within the pixel the window stands on stays as it is.
+    if (windowPlaceKnown()) {
+        if (x() != px(s_.adobeF.Left)) s_.adobeF.Left = x() * 15.0;
+        if (y() != px(s_.adobeF.Top)) s_.adobeF.Top = y() * 15.0;
+    }
     QWidget::moveEvent(e);
 }
 
@@ -397,10 +400,14 @@ void SheetWindow::placeOnScreen(bool placeFileRead) {
     setOuterPlace(r);
     // Once framed, the frame is taken off the size so that all of the
     // window stays on the screen.
-    QTimer::singleShot(300, this, [this, avail] {
+    // The frame goes where it was asked to be: a move made before the frame
+    // was known lands it a border's width off, and the next start would
+    // read that place back.
+    QTimer::singleShot(300, this, [this, avail, r] {
         if (QScreen* now = screen()) {
             const TwipRect framed = twipsOf(frameGeometry());
-            setOuterPlace(fitInto(framed, twipsOf(now->availableGeometry())));
+            setOuterPlace(fitInto({r.left, r.top, framed.width, framed.height},
+                                  twipsOf(now->availableGeometry())));
         } else {
             setOuterPlace(avail);
         }
