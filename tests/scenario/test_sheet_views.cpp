@@ -1,6 +1,7 @@
 // Sheet window 2, the button panel, the touch overlay and the pedal keys on
 // the real windows offscreen, over fake viewers and the virtual clock.
 
+#include "control_names.h"
 #include "core/qt_bind.h"
 #include "core/session_state.h"
 #include "core/setup_screen.h"
@@ -327,7 +328,8 @@ TEST_F(SheetViewsTest, FootSwitchTurnsOnTheFocusAndRestsOnDispList) {
 
 TEST_F(SheetViewsTest, PedalKeysTurnOnePageAPress) {
     s.showSheet2();
-    s.adobeF2.PageNR.setText("1"); // as a song load leaves it
+    EXPECT_EQ(unnamedControls(w("AdobeF2")), QStringList()); // and every control is named
+    s.adobeF2.PageNR.setText("1");                           // as a song load leaves it
     auto key = [](QWidget* to, int k, bool repeat = false) {
         QKeyEvent e(QEvent::KeyPress, k, Qt::NoModifier, QString(), repeat);
         QApplication::sendEvent(to, &e);
