@@ -18,6 +18,7 @@
 #include <QMouseEvent>
 #include <QPainter>
 #include <QPointer>
+#include <QProcess>
 #include <QScreen>
 #include <QTextStream>
 #include <QTimer>
@@ -57,7 +58,11 @@ QWidget* ActionScript::control(const QString& address) {
     QWidget* w = windows_.get(win);
     if (!w) return nullptr;
     if (name.isEmpty()) return w;
-    return w->findChild<QWidget*>(name);
+    if (QWidget* c = w->findChild<QWidget*>(name)) return c;
+    // A control without a caption is found by its accessible name too.
+    for (QWidget* c : w->findChildren<QWidget*>())
+        if (c->accessibleName() == name) return c;
+    return nullptr;
 }
 
 void ActionScript::step() {
@@ -69,6 +74,7 @@ void ActionScript::step() {
             return;
         }
         if (line.startsWith(QLatin1String("waitfor "))) return waitFor(line);
+        if (line.startsWith(QLatin1String("realkey "))) return realKey(line.section(u' ', 1, 1));
         if (line.startsWith(QLatin1String("waituntil "))) {
             bool ok = false;
             const qint64 due = line.section(u' ', 1, 1).toLongLong(&ok);
@@ -164,6 +170,7 @@ QString textOf(QWidget* w) {
     if (auto* c = qobject_cast<QCheckBox*>(w))
         return c->isChecked() ? QStringLiteral("1") : QStringLiteral("0");
     if (auto* b = qobject_cast<QAbstractButton*>(w)) return b->text();
+    if (auto* bar = qobject_cast<QAbstractSlider*>(w)) return QString::number(bar->value());
     if (auto* l = qobject_cast<QListWidget*>(w))
         return l->currentItem() ? l->currentItem()->text() : QString();
     // A sheet viewer: the page on show.
@@ -295,6 +302,43 @@ void ActionScript::waitFor(const QString& line) {
     retry->start();
 }
 
+// The driver's key names as X key symbols: Space, PageDown, Slash, Shift+Tab,
+// N ... ; any other name is taken as a key symbol as it stands.
+static QString xKeySym(const QString& name) {
+    static const QHash<QString, QString> names = {
+        {"Space", "space"},      {"PageDown", "Next"},     {"PageUp", "Prior"},
+        {"Slash", "slash"},      {"Question", "question"}, {"Shift+Tab", "shift+Tab"},
+        {"Backtab", "shift+Tab"}};
+    if (names.contains(name)) return names[name];
+    if (name.size() == 1) return name.toLower();
+    return name;
+}
+
+void ActionScript::realKey(const QString& name) {
+    auto next = [this] {
+        // The key's events come back from the X server: let them arrive.
+        QTimer::singleShot(150, this, &ActionScript::step);
+    };
+    if (!QGuiApplication::platformName().startsWith(QLatin1String("xcb"))) {
+        fail("realkey needs an X11 display, not " + QGuiApplication::platformName());
+        return next();
+    }
+    auto* xdotool = new QProcess(this);
+    connect(xdotool, &QProcess::finished, this, [this, xdotool, name, next](int code) {
+        xdotool->deleteLater();
+        if (code != 0) fail("xdotool key " + name + " failed");
+        next();
+    });
+    connect(xdotool, &QProcess::errorOccurred, this,
+            [this, xdotool, next](QProcess::ProcessError e) {
+                if (e != QProcess::FailedToStart) return;
+                xdotool->deleteLater();
+                fail("realkey needs the program xdotool");
+                next();
+            });
+    xdotool->start(QStringLiteral("xdotool"), {QStringLiteral("key"), xKeySym(name)});
+}
+
 void ActionScript::runLine(const QString& line) {
     const QStringList a = words(line);
     const QString verb = a[0];
@@ -393,6 +437,11 @@ void ActionScript::runLine(const QString& line) {
                  (w->window()->focusWidget() ? w->window()->focusWidget()->objectName()
                                              : QStringLiteral("none")) +
                  " has)");
+    } else if (verb == u"checkactive") {
+        const QWidget* active = QApplication::activeWindow();
+        if (active != w->window())
+            fail(a[1] + " is not active (" +
+                 (active ? active->objectName() : QStringLiteral("none")) + " is)");
     } else if (verb == u"checkscreen") {
         const QScreen* sc = w->window()->windowHandle() ? w->window()->windowHandle()->screen()
                                                         : w->window()->screen();

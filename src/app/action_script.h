@@ -5,11 +5,10 @@
 // the window's own surface; AdobeF2, BControl, and Form1 for the touch
 // overlay over sheet window 1); the window is found by name in the registry
 // (created on first use, as any reference does), the control by its object
-// name.  Every action is delivered as the user's
-// input events would be (mouse presses, key presses), so it reaches the same
-// handlers.  Each action runs from the event queue: an action whose handler
-// waits (a play) lets the following actions run inside its waits, as a user's
-// clicks would.
+// name or, for a control without a caption, its accessible name.  Every action is delivered as the
+// user's input events would be (mouse presses, key presses), so it reaches the same handlers.  Each
+// action runs from the event queue: an action whose handler waits (a play) lets the following
+// actions run inside its waits, as a user's clicks would.
 //
 // One action per line; blank lines and lines starting with # are skipped.
 // Words are separated by blanks; a word in double quotes ("a b.ini") may hold
@@ -32,7 +31,11 @@
 //                                  PageDown, ...); `repeat`: an auto-repeat
 //   keyfocus W KeyName [repeat]    the same to the widget of W that has the focus
 //                                  (Tab, Shift+Tab move the focus)
+//   realkey KeyName                the key through the X server (xdotool) to
+//                                  the window the window system has active:
+//                                  where a user's key would land (X11 only)
 //   checkfocus W.C                 the control has its window's focus
+//   checkactive W                  the window system has W active
 //   checkscreen W index            the window stands on screen `index`
 //   checkfullscreen W yes|no       the window is full screen, covering its screen
 //   show W / hide W                show or hide a window
@@ -42,7 +45,8 @@
 //   waituntil ms                   let the program run until ms after the last
 //                                  mark (or the script's start)
 //   check W.C text...              the control's text (field, label, button, the
-//                                  page of a sheet viewer, a menu entry's caption)
+//                                  page of a sheet viewer, a slider's value, a
+//                                  menu entry's caption)
 //                                  equals
 //   checkvisible W.C yes|no        the control (a light, the cursor) is visible
 //   checkvalue W.C n               the slider (a volume bar, a scroll bar)
@@ -97,6 +101,9 @@ class ActionScript : public QObject {
     // Why the check `a` ("check" or "checkvisible") fails; empty when it holds.
     QString probe(const QStringList& a, const QString& rest);
     void waitFor(const QString& line);
+    // Sends the key through the X server (XTEST, by xdotool) to whatever
+    // window the window system has active; the script goes on after it.
+    void realKey(const QString& name);
 
     WindowRegistry& windows_;
     QStringList lines_;

@@ -26,6 +26,7 @@
 #include "sheet/qtpdf_viewer.h"
 #include "sheet/sheet_geometry.h"
 #include "sheet/sheet_views_install.h"
+#include "sheet/sheet_widgets.h"
 #include "sheet/sheet_window.h"
 #include "sync/network.h"
 #include "sync/qt_socket.h"
@@ -226,8 +227,12 @@ int main(int argc, char** argv) {
     auto* main = windows.get<MainWindow>(QStringLiteral("Velmor"));
     s.focusMainWindow = [main] { main->activateWindow(); };
     s.minimizeMainWindow = [main] { main->showMinimized(); };
+    // A sheet window given the focus is activated, with its keys ready.
     s.giveFocus = [&windows](const QString& name) {
-        if (QWidget* w = windows.find(name)) w->activateWindow();
+        if (auto* sheet = qobject_cast<SheetWindow*>(windows.find(name)))
+            sheet->takeKeys();
+        else if (QWidget* w = windows.find(name))
+            giveKeys(w);
     };
     // The player's devices are known once its instance has started, which
     // may be after start-up's Audio Out step: fill the menu again then, and
@@ -264,8 +269,10 @@ int main(int argc, char** argv) {
     hooks.adjustAll = [&] { windows.get<SheetWindow>(QStringLiteral("AdobeF"))->AdjustAll(); };
     hooks.focusMainWindow = s.focusMainWindow;
     hooks.showMainWindow = [&] {
-        main->move(int(s.velmor.WindowLeft / 15), int(s.velmor.WindowTop / 15));
+        const QPoint at(int(s.velmor.WindowLeft / 15), int(s.velmor.WindowTop / 15));
+        main->move(at);
         main->show();
+        keepFramePlace(main, at);
     };
     hooks.focusList = [&] { main->File1()->setFocus(); };
     hooks.restoreMainWindow = [&] {

@@ -8,6 +8,7 @@
 #include "library/song_list.h"
 #include "notation/notation_mode.h"
 #include "recording/edit_mode.h"
+#include "sheet/sheet_widgets.h"
 #include "transport/media_player.h"
 #include "transport/play_start.h"
 #include "transport/player_control_area.h"
@@ -63,6 +64,7 @@ MainWindow::MainWindow(Session& s, MediaPlayer& player, QWidget* parent) : QWidg
     head_ = buildHead(player);
     file1_ = new QListWidget(body_);
     file1_->setObjectName(QStringLiteral("File1"));
+    nameControl(file1_, QStringLiteral("Song list"));
     // Every entry is one line of the same font: the view then measures one
     // entry, not each of a folder's thousands.
     file1_->setUniformItemSizes(true);
@@ -162,6 +164,7 @@ QWidget* MainWindow::buildHead(MediaPlayer& player) {
             if (s_.WindowsMediaPlayer1_MouseDown) s_.WindowsMediaPlayer1_MouseDown(b, sh, x, y);
         });
     };
+    nameControl(area, QStringLiteral("Player: press at the left to start, at the right to stop"));
     strip->addWidget(area, 1);
     strip->addWidget(new FastForwardLabel(player, head));
     // VScroll1, the volume limit in percent: upright, 100 at the top, beside
@@ -174,6 +177,7 @@ QWidget* MainWindow::buildHead(MediaPlayer& player) {
     connect(limit, &QSlider::valueChanged, this,
             [this, &v](int x) { guarded([&] { v.VScroll1.set(x); }); });
     subs_.push_back(v.VScroll1.subscribe([limit, &v] { limit->setValue(v.VScroll1.get()); }));
+    nameControl(limit, QStringLiteral("Volume limit in percent"));
     strip->addWidget(limit);
     // The network dot: a red dot with the number of clients, and "Connected".
     auto* dot = new QLabel(head);
@@ -190,6 +194,7 @@ QWidget* MainWindow::buildHead(MediaPlayer& player) {
     connected->setObjectName(QStringLiteral("Label28"));
     strip->addWidget(dot);
     strip->addWidget(connected);
+    nameControl(dot, QStringLiteral("Connected clients"));
     subs_.push_back(bindVisible(v.Shape1, dot));
     subs_.push_back(bindVisible(v.Shape1, connected));
     rows->addLayout(strip);
@@ -200,6 +205,7 @@ QWidget* MainWindow::buildHead(MediaPlayer& player) {
     connect(vol, &QSlider::valueChanged, this,
             [this, &v](int x) { guarded([&] { v.HScroll1.set(x); }); });
     subs_.push_back(v.HScroll1.subscribe([vol, &v] { vol->setValue(v.HScroll1.get()); }));
+    nameControl(vol, QStringLiteral("Volume"));
     rows->addWidget(vol);
     return head;
 }
@@ -224,7 +230,10 @@ QWidget* MainWindow::buildFoot() {
         grid->addWidget(new QLabel(caption, foot), row, 0);
         auto* e = new QLineEdit(foot);
         e->setObjectName(QString::fromLatin1(name));
+        nameControl(e, caption);
         subs_.push_back(bindLineEdit(f, e, &s_.messages));
+        nameControl(down, caption + QStringLiteral(" down"));
+        nameControl(up, caption + QStringLiteral(" up"));
         grid->addWidget(down, row, 1);
         grid->addWidget(e, row, 2);
         grid->addWidget(up, row, 3);
@@ -339,6 +348,7 @@ QWidget* MainWindow::buildSetup() {
     label20->setFixedSize(48, 16);
     label20->setCursor(Qt::PointingHandCursor);
     label20->installEventFilter(this);
+    nameControl(label20, QStringLiteral("Show or hide the notation viewer's fields"));
     form->addRow(QString(), label20);
 
     auto* scroll = new QScrollArea(body_);
@@ -470,10 +480,18 @@ void MainWindow::changeEvent(QEvent* e) {
     QWidget::changeEvent(e);
 }
 
-// The window's top is settings line 6: kept as the window moves, so that
-// File "Save" writes where the window stands now.
+// The window's top and left are settings lines 6 and 7 (and 22): kept as the
+// window moves, frame included, so that File "Save" and shut-down write
+// where the window stands now.  Where a window cannot know its place
+// (Wayland) the stored values stay.
 void MainWindow::moveEvent(QMoveEvent* e) {
-    s_.velmor.WindowTop = y() * 15.0;
+    // A stored value within the pixel the window stands on stays as it is
+    // (the left edge of 1 twip is pixel 0).
+    VelmorState& v = s_.velmor;
+    if (windowPlaceKnown()) {
+        if (y() != int(v.WindowTop / 15)) v.WindowTop = y() * 15.0;
+        if (x() != int(v.WindowLeft / 15)) v.WindowLeft = x() * 15.0;
+    }
     QWidget::moveEvent(e);
 }
 
@@ -502,6 +520,8 @@ QWidget* MainWindow::addField(QFormLayout* form, const char* name, const QString
     e->setObjectName(QString::fromLatin1(name));
     subs_.push_back(bindLineEdit(f, e, &s_.messages));
     auto* label = new QLabel(caption, parent);
+    label->setBuddy(e);
+    e->setAccessibleName(caption.trimmed());
     if (labelName) label->setObjectName(QString::fromLatin1(labelName));
     if (unit.isEmpty()) {
         form->addRow(label, e);

@@ -16,16 +16,22 @@ namespace mv {
 // The user's edits of a field or a check box run its change behaviour; with
 // `guard` under runGuarded, as every handler of a user event in a window.
 inline Subscription bindLineEdit(Field& f, QLineEdit* e, Messages* guard = nullptr) {
-    e->setText(f.text());
+    // A text set by the program shows from its start: a number too long for
+    // the field keeps its leading digits in sight.  One the user is typing
+    // in keeps its cursor.
+    auto show = [&f, e] {
+        if (e->text() == f.text()) return;
+        e->setText(f.text());
+        if (!e->hasFocus()) e->setCursorPosition(0);
+    };
+    show();
     QObject::connect(e, &QLineEdit::textEdited, e, [&f, guard](const QString& t) {
         if (guard)
             runGuarded(*guard, [&] { f.setText(t); });
         else
             f.setText(t);
     });
-    return f.subscribe([&f, e] {
-        if (e->text() != f.text()) e->setText(f.text());
-    });
+    return f.subscribe(show);
 }
 
 inline Subscription bindCheckBox(CheckBox& c, QCheckBox* b, Messages* guard = nullptr) {
@@ -39,6 +45,14 @@ inline Subscription bindCheckBox(CheckBox& c, QCheckBox* b, Messages* guard = nu
     return c.subscribe([&c, b] {
         if (b->isChecked() != (c.get() == 1)) b->setChecked(c.get() == 1);
     });
+}
+
+// Names a control that shows no caption of its own (a slider, a light, a
+// field whose label stands apart): the accessible name that a screen reader
+// and the action-script driver use, and the tool tip unless it has one.
+inline void nameControl(QWidget* w, const QString& name) {
+    w->setAccessibleName(name);
+    if (w->toolTip().isEmpty()) w->setToolTip(name);
 }
 
 inline Subscription bindVisible(Prop<bool>& p, QWidget* w) {

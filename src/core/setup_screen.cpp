@@ -132,7 +132,7 @@ void Velmor_Activity(Session& s) { s.g.OverlayArmed = 0; }
 bool Velmor_KeyPress(Session& s, QChar key) {
     s.g.OverlayArmed = 0;
     const std::function<void()>* op = nullptr;
-    if (key == u'n' || key == u'/')
+    if (key == u'n' || key == u'/' || key == u'?') // "/" with or without Shift
         op = &s.adobeF_Command3_Click;
     else if (key == u'p' || key == u'z')
         op = &s.adobeF_Command4_Click;

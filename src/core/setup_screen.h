@@ -34,8 +34,8 @@ void ABT_Click(Session& s);
 void IamaServer_MouseUp(Session& s);
 // The main window got the focus or a press: the overlay is disarmed.
 void Velmor_Activity(Session& s);
-// A key on the main window (also while its list has the focus): "n" and "/"
-// Next PG, "p" and "z" Prev PG, "m" Manual Scroll, "a" Auto Scroll of
+// A key on the main window (also while its list has the focus): "n", "/"
+// and "?" Next PG, "p" and "z" Prev PG, "m" Manual Scroll, "a" Auto Scroll of
 // sheet window 1.  True when the key was one of these.
 bool Velmor_KeyPress(Session& s, QChar key);
 

@@ -270,18 +270,22 @@ void JumpB_MouseDown(Session& s, int button) {
         s.adobeF.searchBack();
 }
 
+const SheetKeyTable& sheetKeys() {
+    static const SheetKeyTable table{{{"NEXT PAGE", "n/?", &Command3_Click},
+                                      {"PREV PAGE", "pz", &Command4_Click},
+                                      {"MANUAL SCROLL", "m", &Command6_Click},
+                                      {"AUTO SCROLL", "a ", &Command14_Click}}};
+    return table;
+}
+
 bool sheetKeyPress(Session& s, QChar key) {
-    if (key == u'n' || key == u'/')
-        Command3_Click(s);
-    else if (key == u'p' || key == u'z')
-        Command4_Click(s);
-    else if (key == u'm')
-        Command6_Click(s);
-    else if (key == u'a')
-        Command14_Click(s);
-    else
-        return false;
-    return true;
+    if (key == u' ') return false; // the focused button's own activation
+    for (const SheetKeyRow& row : sheetKeys().rows)
+        if (QString::fromLatin1(row.keys).contains(key)) {
+            row.operation(s);
+            return true;
+        }
+    return false;
 }
 
 void installNavigation(Session& s) {

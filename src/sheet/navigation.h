@@ -32,9 +32,23 @@ void JumpNext(Session& s);
 // button searches back (installed by edit mode; nothing without it).
 void JumpB_MouseDown(Session& s, int button);
 
+// The sheet's page and scroll keys, one row per operation: the characters
+// that run it, exact (capitals do nothing), and the heading of its topic in
+// the help texts.  "/" and "?" are one key, with and without Shift.  The
+// space bar runs Auto Scroll as the activation of the focused Command14,
+// not through sheetKeyPress; it is listed so that help and keys agree.
+struct SheetKeyRow {
+    const char* helpTopic; // "NEXT PAGE"
+    const char* keys;      // "n/?"
+    void (*operation)(Session&);
+};
+struct SheetKeyTable {
+    SheetKeyRow rows[4];
+};
+const SheetKeyTable& sheetKeys();
+
 // The key tests of the sheet window, its Command14 and Command1 and the main
-// window, on the exact character: n and / Next PG, p and z Prev PG, m
-// Manual Scroll, a Auto Scroll.  True when the key was one of them.
+// window, by the table above.  True when the key was one of them.
 bool sheetKeyPress(Session& s, QChar key);
 
 } // namespace mv

@@ -9,9 +9,9 @@
 // OverlayWidget, "Form1": a see-through child of sheet window 1 laid over
 // its sheet (above the viewer, below the cursor).  It draws nothing and
 // takes mouse and touch presses; one touch is one press (the mouse events Qt
-// makes from a touch are passed over).  Of the keys only the pedal keys
-// work on it (the sheet window's letter keys don't); it is not in the tab
-// order and takes the focus when raised or pressed.
+// makes from a touch are passed over).  It never takes the focus: raised
+// or pressed, the keyboard stays where it was (the panel, for a foot switch,
+// or the sheet window's Command14).
 
 #include "core/observable.h"
 
@@ -57,7 +57,6 @@ class OverlayWidget : public QWidget {
     bool event(QEvent* e) override;
     void mousePressEvent(QMouseEvent* e) override;
     void mouseReleaseEvent(QMouseEvent* e) override;
-    void keyPressEvent(QKeyEvent* e) override;
 
   private:
     void raiseOver();

@@ -54,6 +54,7 @@ SheetTwoWindow::SheetTwoWindow(Session& s, QWidget* viewer, QWidget* parent)
     vscroll1_->setRange(w.VScroll1.min(), w.VScroll1.max());
     vscroll1_->setValue(w.VScroll1.get());
     vscroll1_->setTracking(false);
+    nameControl(vscroll1_, QStringLiteral("Sheet scroll position"));
     connect(vscroll1_, &QScrollBar::valueChanged, this,
             [this, &w](int v) { guarded([&] { w.VScroll1.set(v); }); });
     subs_.push_back(w.VScroll1.subscribe([this, &w] {
@@ -74,14 +75,16 @@ SheetTwoWindow::SheetTwoWindow(Session& s, QWidget* viewer, QWidget* parent)
         {"Label7", "Adjust PDF", 300, 3360}};
     for (auto [name, caption, dx, top] : labels)
         add(new QLabel(QString::fromLatin1(caption), this), name, dx, top);
-    const std::tuple<const char*, Field*, double, double> fields[] = {
-        {"PageNR", &w.PageNR, 300, 420},
-        {"ScrollOffset", &w.ScrollOffset, 960, 1140},
-        {"AdjLeft", &w.AdjLeft, 960, 1560},
-        {"PDFTop", &w.PDFTop, 960, 2340},
-        {"PDFOffset", &w.PDFOffset, 960, 2760}};
-    for (auto [name, field, dx, top] : fields) {
+    const std::tuple<const char*, Field*, double, double, const char*> fields[] = {
+        {"PageNR", &w.PageNR, 300, 420, "Page"},
+        {"ScrollOffset", &w.ScrollOffset, 960, 1140, "Cursor top adjustment"},
+        {"AdjLeft", &w.AdjLeft, 960, 1560, "Cursor left adjustment"},
+        {"PDFTop", &w.PDFTop, 960, 2340, "PDF top adjustment"},
+        {"PDFOffset", &w.PDFOffset, 960, 2760, "PDF offset adjustment"}};
+    for (auto [name, field, dx, top, caption] : fields) {
         auto* e = new QLineEdit(this);
+        nameControl(e, QString::fromLatin1(caption));
+        e->setFocusPolicy(Qt::ClickFocus); // the window's keys are the sheet's
         subs_.push_back(bindLineEdit(*field, e, &s.messages));
         add(e, name, dx, top);
     }
@@ -93,8 +96,10 @@ SheetTwoWindow::SheetTwoWindow(Session& s, QWidget* viewer, QWidget* parent)
     subs_.push_back(w.VScroll2.subscribe([this, &w] {
         if (vscroll2_->value() != w.VScroll2.get()) vscroll2_->setValue(w.VScroll2.get());
     }));
+    nameControl(vscroll2_, QStringLiteral("Adjust PDF"));
     add(vscroll2_, "VScroll2", 600, 3660);
     auto* close = new QPushButton(QStringLiteral("CLOSE"), this);
+    close->setFocusPolicy(Qt::ClickFocus); // a space bar must not close it
     connect(close, &QPushButton::clicked, this, [this] { QWidget::close(); });
     add(close, "Command1", 300, 7320);
 

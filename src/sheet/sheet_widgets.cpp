@@ -3,7 +3,12 @@
 #include "core/qt_bind.h"
 #include "core/session_state.h"
 
+#include <QApplication>
+#include <QGuiApplication>
 #include <QPainter>
+#include <QPointer>
+#include <QTimer>
+#include <cstdio>
 
 namespace mv {
 
@@ -48,6 +53,41 @@ SheetLayers makeSheetLayers(QWidget* window, QWidget* viewer, const QString& tex
 
 TwipRect twipsOf(const QRect& r) {
     return {r.x() * 15.0, r.y() * 15.0, r.width() * 15.0, r.height() * 15.0};
+}
+
+void giveKeys(QWidget* window, QWidget* control) {
+    if (!window->isVisible()) return;
+    QWidget* active = QApplication::activeWindow();
+    const bool panelKeeps = active && active->objectName() == u"BControl";
+    if (!panelKeeps && active != window) {
+        window->raise();
+        window->activateWindow();
+        // Wayland leaves activation to the compositor, which may refuse a
+        // request that no user input stands behind.
+        if (QGuiApplication::platformName().startsWith(QLatin1String("wayland"))) {
+            QTimer::singleShot(1000, window, [w = QPointer<QWidget>(window)] {
+                static bool told = false;
+                if (!w || w->isActiveWindow() || told) return;
+                told = true;
+                std::fprintf(stderr,
+                             "The window system did not activate the sheet window \"%s\": "
+                             "click it to give it the keys.\n",
+                             qPrintable(w->windowTitle()));
+            });
+        }
+    }
+    if (control) control->setFocus(Qt::OtherFocusReason);
+}
+
+bool windowPlaceKnown() {
+    return !QGuiApplication::platformName().startsWith(QLatin1String("wayland"));
+}
+
+void keepFramePlace(QWidget* w, QPoint topLeft) {
+    if (!windowPlaceKnown()) return;
+    QTimer::singleShot(300, w, [w, topLeft] {
+        if (w->frameGeometry().topLeft() != topLeft) w->move(topLeft);
+    });
 }
 
 } // namespace mv

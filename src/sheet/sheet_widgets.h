@@ -40,6 +40,23 @@ struct SheetLayers {
 SheetLayers makeSheetLayers(QWidget* window, QWidget* viewer, const QString& text,
                             double text11Left, double text11Top);
 
+// Gives the keyboard to a sheet window: raises and activates `window`, then
+// puts its focus on `control` (none: the window keeps its own).  A hidden
+// window is left alone.  While the button panel "BControl" is the active
+// window it keeps the keyboard (a foot switch works through its focus) and
+// only the sheet's inner focus moves.  The window system may refuse the
+// activation (Wayland): that is said once on standard error.
+void giveKeys(QWidget* window, QWidget* control = nullptr);
+
+// Whether a window can know its place on the screen: not on Wayland, where
+// the stored places are then kept as they were.
+bool windowPlaceKnown();
+
+// Puts the frame of the window `w` at `topLeft` (pixels) once the window
+// manager has framed it; a move made before lands it a border's width off.
+// Nothing where windows cannot know their place.
+void keepFramePlace(QWidget* w, QPoint topLeft);
+
 // A rectangle in pixels as twips.
 TwipRect twipsOf(const QRect& r);
 

@@ -59,6 +59,7 @@ SheetWindow::SheetWindow(Session& s, QWidget* viewer, QWidget* parent) : QWidget
     vscroll1_->setRange(f.VScroll1.min(), f.VScroll1.max());
     vscroll1_->setValue(f.VScroll1.get());
     vscroll1_->setTracking(false); // the sheet moves on release, not while dragging
+    nameControl(vscroll1_, QStringLiteral("Sheet scroll position"));
     connect(vscroll1_, &QScrollBar::valueChanged, this,
             [this, &f](int v) { guarded([&] { f.VScroll1.set(v); }); });
     connect(vscroll1_, &QScrollBar::sliderMoved, this, [this, &f](int v) {
@@ -92,14 +93,22 @@ SheetWindow::SheetWindow(Session& s, QWidget* viewer, QWidget* parent) : QWidget
         controls_[e->objectName()] = e;
     }
     // Step additions to X, Y and SCR (edit mode).
-    const std::pair<const char*, Field*> additions[] = {
-        {"Text5", &f.Text5}, {"Text6", &f.Text6}, {"Text8", &f.Text8}};
-    for (auto [name, field] : additions) {
+    const std::tuple<const char*, Field*, const char*> additions[] = {
+        {"Text5", &f.Text5, "Add to X"},
+        {"Text6", &f.Text6, "Add to Y"},
+        {"Text8", &f.Text8, "Add to SCR"}};
+    for (auto [name, field, caption] : additions) {
         auto* e = new QLineEdit(this);
         e->setObjectName(QString::fromLatin1(name));
+        e->setAccessibleName(QString::fromLatin1(caption));
         subs_.push_back(bindLineEdit(*field, e, &s.messages));
         controls_[e->objectName()] = e;
     }
+    // The readouts and additions take keys only when clicked into: the keys
+    // of an activated sheet window belong to its buttons.
+    for (const char* name : {"Text1", "Text2", "Text3", "Text4", "Text7", "Text9", "Text10",
+                             "ZoomThis", "Text5", "Text6", "Text8"})
+        controls_.value(QString::fromLatin1(name))->setFocusPolicy(Qt::ClickFocus);
     auto* tick = new QCheckBox(this);
     tick->setObjectName(QStringLiteral("Tick"));
     tick->setToolTip(QStringLiteral("Play clicks when cursor jumps instead of the mp3"));
@@ -126,11 +135,16 @@ SheetWindow::SheetWindow(Session& s, QWidget* viewer, QWidget* parent) : QWidget
     button("Command1", QStringLiteral("Close"));
     button("Command16", QStringLiteral("M Play"));
 
+    const QHash<QString, QString> lightNames = {{"Shape1", "Record light"},
+                                                {"Shape2", "Edit light"},
+                                                {"Shape3", "Lock light"},
+                                                {"Shape4", "Append light"}};
     const std::pair<const char*, Light*> lights[] = {
         {"Shape1", &f.Shape1}, {"Shape2", &f.Shape2}, {"Shape3", &f.Shape3}, {"Shape4", &f.Shape4}};
     for (auto [name, light] : lights) {
         auto* w = new LightWidget(this);
         w->setObjectName(QString::fromLatin1(name));
+        w->setAccessibleName(lightNames.value(QString::fromLatin1(name)));
         subs_.push_back(bindVisible(*light, w));
         controls_[w->objectName()] = w;
     }
@@ -174,6 +188,15 @@ SheetWindow::SheetWindow(Session& s, QWidget* viewer, QWidget* parent) : QWidget
         {"Text10", "True if the Prev PG button was pressed at this tic"}};
     for (auto [name, tip] : tips)
         controls_.value(QString::fromLatin1(name))->setToolTip(QString::fromLatin1(tip));
+    // The readouts are named by their labels; uncaptioned controls get a name and a tip.
+    const std::pair<const char*, const char*> readouts[] = {
+        {"Text1", "X"},   {"Text2", "Y"},   {"Text3", "CNT"},  {"Text4", "TIC"},
+        {"Text7", "SCR"}, {"Text9", "NXT"}, {"Text10", "PRV"}, {"ZoomThis", "Zoom"}};
+    for (auto [name, caption] : readouts)
+        controls_.value(QString::fromLatin1(name))->setAccessibleName(QString::fromLatin1(caption));
+    for (QWidget* w : std::as_const(controls_))
+        if (!w->accessibleName().isEmpty()) nameControl(w, w->accessibleName());
+    nameControl(controls_.value(QStringLiteral("Tick")), QStringLiteral("Tic sound"));
 
     // The page and scroll operations; the keys of the window itself, of
     // Command14 and of Command1 run them too.
@@ -188,7 +211,10 @@ SheetWindow::SheetWindow(Session& s, QWidget* viewer, QWidget* parent) : QWidget
     QWidget* command14 = controls_.value(QStringLiteral("Command14"));
     for (QWidget* w : std::as_const(controls_))
         w->installEventFilter(this);
-    f.focusCommand14 = [command14] { command14->setFocus(Qt::OtherFocusReason); };
+    f.focusCommand14 = [this] { takeKeys(); };
+    // Where the focus lands whenever the window is activated, until the user
+    // clicks elsewhere in it.
+    command14->setFocus(Qt::OtherFocusReason);
 
     picture1_ = new CursorWidget(f.Picture1, this);
     picture1_->setMouseTracking(true); // a move over the cursor counts, button or not
@@ -325,6 +351,8 @@ void SheetWindow::keyPressEvent(QKeyEvent* e) {
     if (!taken) QWidget::keyPressEvent(e);
 }
 
+void SheetWindow::takeKeys() { giveKeys(this, controls_.value(QStringLiteral("Command14"))); }
+
 void SheetWindow::guarded(const std::function<void()>& handler) {
     runGuarded(s_.messages, handler);
 }
@@ -339,8 +367,11 @@ void SheetWindow::closeEvent(QCloseEvent* e) {
 // The window's place on the screen (its frame's top left), for the
 // recorder's frame and for "AdobeFx.ini".
 void SheetWindow::moveEvent(QMoveEvent* e) {
-    s_.adobeF.Left = x() * 15.0;
-    s_.adobeF.Top = y() * 15.0;
+    // A stored value within the pixel the window stands on stays as it is.
+    if (windowPlaceKnown()) {
+        if (x() != px(s_.adobeF.Left)) s_.adobeF.Left = x() * 15.0;
+        if (y() != px(s_.adobeF.Top)) s_.adobeF.Top = y() * 15.0;
+    }
     QWidget::moveEvent(e);
 }
 
@@ -369,10 +400,14 @@ void SheetWindow::placeOnScreen(bool placeFileRead) {
     setOuterPlace(r);
     // Once framed, the frame is taken off the size so that all of the
     // window stays on the screen.
-    QTimer::singleShot(300, this, [this, avail] {
+    // The frame goes where it was asked to be: a move made before the frame
+    // was known lands it a border's width off, and the next start would
+    // read that place back.
+    QTimer::singleShot(300, this, [this, avail, r] {
         if (QScreen* now = screen()) {
             const TwipRect framed = twipsOf(frameGeometry());
-            setOuterPlace(fitInto(framed, twipsOf(now->availableGeometry())));
+            setOuterPlace(fitInto({r.left, r.top, framed.width, framed.height},
+                                  twipsOf(now->availableGeometry())));
         } else {
             setOuterPlace(avail);
         }
@@ -449,7 +484,8 @@ void SheetWindow::AdjustAll() {
         place(c(QStringLiteral("Label%1").arg(i + 1).toLatin1().constData()), L + 384, labelTops[i],
               360, 255);
     const double fieldLeft = left("Label1") + 360;
-    place(c("Text1"), fieldLeft, 2280, 495, 375);
+    // X, Y and SCR hold numbers like " 2496.41 ": as wide as CNT and TIC.
+    place(c("Text1"), fieldLeft, 2280, 855, 375);
     place(c("ZoomThis"), left("Text1"), 1200, 855, 405);
     place(c("Label8"), left("ZoomThis") - 460, 1250, 495, 255);
     place(c("Text3"), fieldLeft, 1600, 855, 285);
@@ -458,13 +494,13 @@ void SheetWindow::AdjustAll() {
     place(c("AdjB"), right("JumpB"), 4800, 495, 270);
     place(c("ASCroll"), right("AdjB"), 4800, 495, 270);
     place(c("Tick"), right("Text4"), 1920, 375, 375);
-    place(c("Text7"), fieldLeft, 3000, 495, 375);
+    place(c("Text7"), fieldLeft, 3000, 855, 375);
     place(c("Text9"), fieldLeft, 3360, 855, 375);
     place(c("Text10"), fieldLeft, 3720, 855, 375);
-    place(c("Text2"), fieldLeft, 2640, 495, 375);
-    place(c("Text5"), left("Text1") + 480, 2280, 495, 375);
-    place(c("Text6"), left("Text1") + 480, 2640, 495, 375);
-    place(c("Text8"), left("Text1") + 480, 3000, 495, 375);
+    place(c("Text2"), fieldLeft, 2640, 855, 375);
+    place(c("Text5"), left("Text1") + 870, 2280, 495, 375);
+    place(c("Text6"), left("Text1") + 870, 2640, 495, 375);
+    place(c("Text8"), left("Text1") + 870, 3000, 495, 375);
     place(c("Command5"), left("Text10"), 4080, 855, 255);
     place(c("Command8"), left("Text10"), 4440, 855, 255);
     place(c("Command6"), left("Label7"), 5160, 1335, 735);
@@ -475,7 +511,7 @@ void SheetWindow::AdjustAll() {
     place(c("Command12"), left("Command7"), 8280, 735, 255);
     place(c("Command15"), left("Command7") - 200, 8640, 735, 255);
     place(c("Command11"), left("Command7") - 200, 9000, 735, 255);
-    place(c("Command1"), left("Text5") - 100, 9000, 735, 255);
+    place(c("Command1"), left("Text1") + 380, 9000, 735, 255);
     place(c("Command16"), left("Command1"), 8640, 735, 255);
     place(c("Shape1"), left("Shape2"), 7920, 255, 255);
     place(c("Shape3"), left("Shape2"), 8280, 255, 255);

@@ -57,6 +57,10 @@ class SheetWindow : public QWidget {
     // screen, frame included, once the window manager has framed it.
     void placeOnScreen(bool placeFileRead);
 
+    // Raises and activates the window with the focus on Command14 "Auto
+    // Scroll", so that the space bar scrolls (see giveKeys).
+    void takeKeys();
+
     QWidget* carrier() const { return picture3_; }
     QWidget* viewer() const { return acroPDF1_; }
     QWidget* cursorWidget() const { return picture1_; }

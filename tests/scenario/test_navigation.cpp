@@ -2,6 +2,7 @@
 // page, the smooth scroll and its re-entrance, the page flags of edit mode,
 // the Jump walk, failures, and the keys on the real sheet window.
 
+#include "control_names.h"
 #include "core/qt_bind.h"
 #include "core/session_state.h"
 #include "cursormap/cursor_fields.h"
@@ -13,6 +14,7 @@
 #include "units_helpers.h"
 
 #include <QApplication>
+#include <QLineEdit>
 #include <QPushButton>
 #include <QTest>
 #include <gtest/gtest.h>
@@ -192,6 +194,39 @@ TEST_F(NavigationTest, KeysOnTheRealWindowAndSpaceOnAutoScroll) {
     w.handlers[QStringLiteral("Command15")] = [] { throw failures::overflow(); };
     QTest::mouseClick(w.findChild<QPushButton*>(QStringLiteral("Command15")), Qt::LeftButton);
     EXPECT_EQ(messages.shown, QStringList{"Error 6 Overflow"});
+}
+
+// An activated sheet window has its keys on Auto Scroll; the readouts take
+// keys only when clicked into, fit their usual numbers and show a long one
+// from its start; every control without a caption of its own is named.
+TEST_F(NavigationTest, ActivatedSheetFocusesAutoScrollAndItsReadoutsShowTheirStart) {
+    s.adobeF.focusCommand14 = nullptr;
+    SheetWindow w(s, nullptr);
+    w.show();
+    w.activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(&w));
+    EXPECT_EQ(QApplication::focusWidget()->objectName(), "Command14");
+    for (int i = 0; i < 40; ++i) { // Tab walks the buttons, never into a field
+        QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab);
+        ASSERT_EQ(qobject_cast<QLineEdit*>(QApplication::focusWidget()), nullptr)
+            << qPrintable(QApplication::focusWidget()->objectName());
+    }
+    SheetOneState& f = s.adobeF;
+    const std::tuple<Field*, const char*, const char*> usual[] = {
+        {&f.Text1, "Text1", " 2496.41 "}, {&f.Text2, "Text2", " 1295 "},
+        {&f.Text3, "Text3", "120"},       {&f.Text4, "Text4", "2412"},
+        {&f.Text7, "Text7", "8000"},      {&f.Text9, "Text9", "False"},
+        {&f.Text10, "Text10", "False"}};
+    for (auto [field, name, text] : usual) {
+        field->setText(QString::fromLatin1(text));
+        auto* e = w.findChild<QLineEdit*>(QString::fromLatin1(name));
+        EXPECT_EQ(e->cursorPosition(), 0) << name;
+        // Frame and text margins take about 4 pixels a side.
+        EXPECT_LE(e->fontMetrics().horizontalAdvance(e->text()), e->width() - 8) << name;
+    }
+    f.Text4.setText(QStringLiteral("2666.66666666667")); // too long: its start shows
+    EXPECT_EQ(w.findChild<QLineEdit*>(QStringLiteral("Text4"))->cursorPosition(), 0);
+    EXPECT_EQ(unnamedControls(&w), QStringList());
 }
 
 TEST_F(NavigationTest, ZoomFieldsMirrorAndOnlyZoomsAbove25ReachTheViewer) {

@@ -3,6 +3,7 @@
 // server box, and the page keys while the song list has the focus.
 
 #include "app/main_window.h"
+#include "control_names.h"
 #include "core/qt_bind.h"
 #include "core/session_state.h"
 #include "core/setup_screen.h"
@@ -40,6 +41,12 @@ class SetupScreenTest : public ::testing::Test, protected Stage {
 
     MainWindow w{s, player};
 };
+
+TEST_F(SetupScreenTest, EveryControlWithoutACaptionHasANameAndATip) {
+    EXPECT_EQ(unnamedControls(&w), QStringList());
+    // The driver finds such a control by its name.
+    EXPECT_EQ(w.findChild<QWidget*>("HScroll1")->accessibleName(), "Volume");
+}
 
 TEST_F(SetupScreenTest, MenuBarInItsOrderWithHooksForLaterFeatures) {
     QStringList order; // the bar, then the File menu

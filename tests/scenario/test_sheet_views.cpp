@@ -1,6 +1,7 @@
 // Sheet window 2, the button panel, the touch overlay and the pedal keys on
 // the real windows offscreen, over fake viewers and the virtual clock.
 
+#include "control_names.h"
 #include "core/qt_bind.h"
 #include "core/session_state.h"
 #include "core/setup_screen.h"
@@ -248,11 +249,8 @@ TEST_F(SheetViewsTest, OverlayPedalKeysTouchZonesAndFootControl) {
     s.velmor.ShowB.set(1);
     raiseOverlay(s, false);
     QWidget* form = w("Form1");
-    EXPECT_FALSE(form->focusPolicy() & Qt::TabFocus);
-    for (char letter : {'n', '/'}) // the sheet window's "next page"
-        QTest::keyClick(form, letter);
-    QTest::keyClick(form, Qt::Key_PageDown);
-    EXPECT_EQ(v1.page, 2);
+    EXPECT_EQ(form->focusPolicy(), Qt::NoFocus); // the keyboard stays where it is
+    v1.page = 2;
     const QPoint right(form->width() * 3 / 4, form->height() / 2);
     QTest::mouseClick(form, Qt::LeftButton, {}, right);
     EXPECT_EQ(std::tuple(v1.page, s.g.OverlayTicks), std::tuple(3, 51)); // 51: the release
@@ -312,11 +310,26 @@ TEST_F(SheetViewsTest, FootSwitchTurnsOnTheFocusAndRestsOnDispList) {
     EXPECT_EQ(v1.page, 3);
     QTest::keyClick(panel->focusWidget(), Qt::Key_Backtab);
     EXPECT_EQ(std::tuple(v1.page, panel->focusWidget()->objectName()), std::tuple(2, "Command17"));
+    // The overlay's raises every 5 s leave the panel the keyboard: each
+    // press after a raise still turns.
+    s.g.OverlayArmed = kTrue;
+    for (int raise = 0; raise < 3; ++raise) {
+        const int raised = s.form1.Raised.get();
+        clock.advanceBy(5000);
+        QApplication::processEvents();
+        ASSERT_GT(s.form1.Raised.get(), raised);
+        ASSERT_EQ(QApplication::activeWindow(), panel) << "raise " << raise;
+        QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab);
+        EXPECT_EQ(v1.page, 3) << "raise " << raise;
+        QTest::keyClick(QApplication::focusWidget(), Qt::Key_Backtab);
+        EXPECT_EQ(v1.page, 2) << "raise " << raise;
+    }
 }
 
 TEST_F(SheetViewsTest, PedalKeysTurnOnePageAPress) {
     s.showSheet2();
-    s.adobeF2.PageNR.setText("1"); // as a song load leaves it
+    EXPECT_EQ(unnamedControls(w("AdobeF2")), QStringList()); // and every control is named
+    s.adobeF2.PageNR.setText("1");                           // as a song load leaves it
     auto key = [](QWidget* to, int k, bool repeat = false) {
         QKeyEvent e(QEvent::KeyPress, k, Qt::NoModifier, QString(), repeat);
         QApplication::sendEvent(to, &e);

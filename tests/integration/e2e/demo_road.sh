@@ -13,7 +13,7 @@ select Velmor.File1 Twinkle Twinkle.pdf
 wait 1200
 # the map exists: the lock light is on; the sheet is at its top
 checkvisible AdobeF.Shape3 yes
-check AdobeF.VScroll1 
+check AdobeF.VScroll1 500
 click AdobeF.Command15
 wait 2000
 checkvisible AdobeF.Text11 yes
