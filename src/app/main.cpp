@@ -1,6 +1,7 @@
 // Mellivane: plays a recording, shows its sheet music and moves a cursor
 // over the sheet from a recorded cursor map.
 
+#include "align/align_cli.h"
 #include "app/action_script.h"
 #include "app/console_messages.h"
 #include "app/main_window.h"
@@ -88,6 +89,8 @@ class AfterFirstPaint : public QObject {
 int main(int argc, char** argv) {
     QElapsedTimer sinceMain;
     sinceMain.start();
+    // The map operations of the command line run without a window.
+    if (const int rc = align::runAlignCommand(argc, argv); rc >= 0) return rc;
     // The plain Unix event dispatcher wakes timers precisely (p99 ~1 ms
     // against ~11 ms with the glib one): the cursor's timing depends on it.
     qputenv("QT_NO_GLIB", "1");
