@@ -123,18 +123,37 @@ WarpPath alignChroma(const std::vector<Chroma>& from, const std::vector<Chroma>&
 double warpTime(const WarpPath& path, double sourceMs) {
     if (path.steps.empty()) return sourceMs;
     const int n = path.steps.back().first + 1;
-    // Mean target frame of each source frame.
-    std::vector<double> sum(size_t(n), 0), cnt(size_t(n), 0);
-    for (const auto& [i, j] : path.steps)
-        sum[size_t(i)] += j, cnt[size_t(i)] += 1;
+    // The stretch of the target each source frame covers: a horizontal run
+    // spreads the frame over the run's cells; rows sharing one target cell
+    // (a vertical run) share that cell in equal parts.
+    std::vector<int> jmin(size_t(n), std::numeric_limits<int>::max()), jmax(size_t(n), -1);
+    for (const auto& [i, j] : path.steps) {
+        jmin[size_t(i)] = std::min(jmin[size_t(i)], j);
+        jmax[size_t(i)] = std::max(jmax[size_t(i)], j);
+    }
+    std::vector<double> from(static_cast<size_t>(n)), to(static_cast<size_t>(n));
+    for (int i = 0; i < n;) {
+        int e = i + 1;
+        while (e < n && jmin[size_t(e)] == jmax[size_t(e)] && jmin[size_t(i)] == jmax[size_t(i)] &&
+               jmin[size_t(e)] == jmin[size_t(i)])
+            ++e;
+        const int m = e - i;
+        for (int r = 0; r < m; ++r) {
+            if (m == 1) {
+                from[size_t(i)] = jmin[size_t(i)];
+                to[size_t(i)] = jmax[size_t(i)] + 1;
+            } else {
+                from[size_t(i + r)] = jmin[size_t(i)] + double(r) / m;
+                to[size_t(i + r)] = jmin[size_t(i)] + double(r + 1) / m;
+            }
+        }
+        i = e;
+    }
     const double x = sourceMs / kChromaHopMs;
-    const auto at = [&](int i) { return sum[size_t(i)] / cnt[size_t(i)]; };
-    if (n == 1) return (x + at(0) - 0) * kChromaHopMs;
-    if (x <= 0) return (at(0) + x) * kChromaHopMs;
-    if (x >= n - 1) return (at(n - 1) + (x - (n - 1))) * kChromaHopMs;
+    if (x < 0) return (from[0] + x) * kChromaHopMs;
+    if (x >= n) return (to[size_t(n) - 1] + (x - n)) * kChromaHopMs;
     const int i = int(std::floor(x));
-    const double t = x - i;
-    return (at(i) * (1 - t) + at(i + 1) * t) * kChromaHopMs;
+    return (from[size_t(i)] + (x - i) * (to[size_t(i)] - from[size_t(i)])) * kChromaHopMs;
 }
 
 } // namespace mv::align
