@@ -118,13 +118,13 @@ std::vector<Onset> detectOnsets(const Audio& a) {
         out.push_back({(double(f) + off) * hopMs + kOnsetDelayMs, double(v - med)});
     }
     // Keep the clear ones: a reverberating or noisy note makes small flux
-    // peaks between the attacks, a fifth or less of a typical attack's.
+    // peaks between the attacks, a fifth or less of a loud attack's.
     if (!out.empty()) {
         std::vector<double> s;
         for (const Onset& o : out)
             s.push_back(o.strength);
-        std::sort(s.begin(), s.end());
-        const double clear = 0.2 * s[size_t(double(s.size() - 1) * 0.9)];
+        std::sort(s.begin(), s.end(), std::greater<>());
+        const double clear = 0.2 * s[s.size() / 20]; // a fifth of the 95th percentile
         std::erase_if(out, [clear](const Onset& o) { return o.strength < clear; });
     }
     return out;

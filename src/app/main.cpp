@@ -2,6 +2,7 @@
 // over the sheet from a recorded cursor map.
 
 #include "align/align_cli.h"
+#include "align/align_window.h"
 #include "app/action_script.h"
 #include "app/console_messages.h"
 #include "app/main_window.h"
@@ -173,6 +174,7 @@ int main(int argc, char** argv) {
         w->handlers[QStringLiteral("Command16")] = [&s] { Command8_Click(s); };
         w->handlers[QStringLiteral("Command1")] = [w] { w->close(); };
         installRecordingControls(s, *w);
+        align::installAlignControls(s, *w);
         // Its place: "AdobeFx.ini" when there is one, else beside the main
         // window; inside the screen either way.
         w->placeOnScreen(readAdobeFx(s));
