@@ -1,9 +1,9 @@
 // Map alignment: tightening simulated taps and carrying maps between
 // renditions of the demo songs whose true measure times are known.
-// The renditions are made here from the shipped recordings with lame and
-// sox (slower with a long lead-in, faster with noise at 20 dB SNR, a
-// rubato tempo curve) and cached in the work folder (argument 1, default
-// "bench-align" in the current folder).
+// The renditions are those of demo/renditions.sh (LilyPond and FluidSynth:
+// slower, faster with noise added here at 20 dB SNR, rubato; other
+// instruments and lead-ins) in the work folder (argument 1, default
+// "bench-align" in the current folder), beside the shipped recordings.
 
 #include "align/audio.h"
 #include "align/features.h"
@@ -69,9 +69,25 @@ std::map<QString, std::vector<double>> demoTruth(const QString& src) {
     return t;
 }
 
-// sox's tempo change of `wav` by `rate` (faster above 1) with `padS` of silence before.
+// The true measure times of the extra renditions (demo/renditions.tsv).
+std::map<QString, std::map<QString, std::vector<double>>> renditionTruth(const QString& src) {
+    std::map<QString, std::map<QString, std::vector<double>>> t;
+    QFile f(src + QStringLiteral("/demo/renditions.tsv"));
+    if (!f.open(QIODevice::ReadOnly)) return t;
+    f.readLine();
+    while (!f.atEnd()) {
+        const QList<QByteArray> c = f.readLine().trimmed().split('\t');
+        if (c.size() > 3)
+            t[QString::fromUtf8(c[0])][QString::fromUtf8(c[1])].push_back(c[3].toDouble());
+    }
+    return t;
+}
+
+// The shipped recording and the renditions demo/renditions.sh wrote to
+// `dir`; the fast one gets white noise 20 dB below its RMS (fixed seed).
 std::vector<Rendition> makeRenditions(const QString& dir, const QString& song, const QString& mp3,
-                                      const std::vector<double>& truth) {
+                                      const std::vector<double>& truth,
+                                      const std::map<QString, std::vector<double>>& others) {
     const QString base = dir + QLatin1Char('/') + QString(song).replace(QLatin1Char(' '), '_');
     std::vector<Rendition> out;
     const QString orig = base + QStringLiteral(".orig.wav");
@@ -79,19 +95,16 @@ std::vector<Rendition> makeRenditions(const QString& dir, const QString& song, c
         run(QStringLiteral("lame"),
             {QStringLiteral("--quiet"), QStringLiteral("--decode"), mp3, orig});
     out.push_back({orig, truth, seconds(orig) / 60});
-    // Uniform tempi.
-    const struct {
-        const char* tag;
-        double rate, pad;
-        bool noise;
-    } uni[] = {{"slow", 0.8, 2.0, false}, {"fast", 1.15, 0.5, true}};
-    for (const auto& u : uni) {
-        const QString wav = base + QLatin1Char('.') + QLatin1String(u.tag) + QStringLiteral(".wav");
+    for (const auto& [tag, t] : others) {
+        QString wav = base + QLatin1Char('.') + tag + QStringLiteral(".wav");
         if (!QFile::exists(wav)) {
-            run(QStringLiteral("sox"),
-                {orig, wav, QStringLiteral("tempo"), QStringLiteral("-m"), QString::number(u.rate),
-                 QStringLiteral("pad"), QString::number(u.pad)});
-            if (u.noise) { // white noise 20 dB below the music's RMS, fixed seed
+            std::fprintf(stderr, "missing %s: run demo/renditions.sh %s\n", qPrintable(wav),
+                         qPrintable(dir));
+            continue;
+        }
+        if (tag == QStringLiteral("fast")) {
+            const QString noisy = base + QStringLiteral(".fast-noise.wav");
+            if (!QFile::exists(noisy)) {
                 Audio a = decodeAudio(wav);
                 double e = 0;
                 for (float v : a.samples)
@@ -101,53 +114,12 @@ std::vector<Rendition> makeRenditions(const QString& dir, const QString& song, c
                 std::normal_distribution<double> g(0, rms / 10);
                 for (float& v : a.samples)
                     v = float(std::clamp(v + g(rng), -1.0, 1.0));
-                writeWav(wav, a);
+                writeWav(noisy, a);
             }
+            wav = noisy;
         }
-        Rendition r{wav, {}, seconds(wav) / 60};
-        for (double t : truth)
-            r.truth.push_back(u.pad * 1000 + t / u.rate);
-        out.push_back(r);
+        out.push_back({wav, t, seconds(wav) / 60});
     }
-    // Rubato: every three measures the tempo changes (1.15, 0.87, 1.0, ...),
-    // cut 30 ms ahead of the measure's first note.
-    const QString wav = base + QStringLiteral(".rubato.wav");
-    const double rates[] = {1.15, 0.87, 1.0, 0.9, 1.12};
-    const double pad = 1.2;
-    std::vector<double> cuts{0};
-    for (size_t k = 3; k < truth.size(); k += 3)
-        cuts.push_back(truth[k] - 30);
-    const double total = seconds(orig) * 1000;
-    cuts.push_back(total);
-    std::vector<double> segLen;
-    QStringList parts;
-    for (size_t k = 0; k + 1 < cuts.size(); ++k) {
-        const QString part = base + QStringLiteral(".seg%1.wav").arg(k);
-        if (!QFile::exists(wav))
-            run(QStringLiteral("sox"),
-                {orig, part, QStringLiteral("trim"), QString::number(cuts[k] / 1000, 'f', 4),
-                 QString::number((cuts[k + 1] - cuts[k]) / 1000, 'f', 4), QStringLiteral("tempo"),
-                 QStringLiteral("-m"), QString::number(rates[k % 5])});
-        parts << part;
-    }
-    if (!QFile::exists(wav)) {
-        QStringList args = parts;
-        args << wav << QStringLiteral("pad") << QString::number(pad);
-        run(QStringLiteral("sox"), args);
-    }
-    for (const QString& p : parts)
-        segLen.push_back(QFile::exists(p) ? seconds(p) * 1000 : 0);
-    Rendition r{wav, {}, seconds(wav) / 60};
-    for (double t : truth) {
-        size_t k = 0;
-        while (k + 2 < cuts.size() && t >= cuts[k + 1])
-            ++k;
-        double at = pad * 1000;
-        for (size_t q = 0; q < k; ++q)
-            at += segLen[q];
-        r.truth.push_back(at + (t - cuts[k]) / rates[k % 5]);
-    }
-    out.push_back(r);
     return out;
 }
 
@@ -211,10 +183,14 @@ int main(int argc, char** argv) {
             .absolutePath();
     QDir().mkpath(dir);
     const PlayTiming timing;
+    const bool verbose = qEnvironmentVariableIsSet("ALIGN_VERBOSE");
     std::map<QString, std::vector<Rendition>> songs;
+    const auto others = renditionTruth(src);
+    const std::map<QString, std::vector<double>> none;
     for (const auto& [song, truth] : demoTruth(src))
         songs[song] =
-            makeRenditions(dir, song, src + QStringLiteral("/demo/songs/") + song + ".mp3", truth);
+            makeRenditions(dir, song, src + QStringLiteral("/demo/songs/") + song + ".mp3", truth,
+                           others.count(song) ? others.at(song) : none);
 
     // Tighten: taps 60 ms late with ±50 ms jitter.
     Errors raw, tight, onsetCheck;
@@ -233,12 +209,17 @@ int main(int argc, char** argv) {
                 tight.add(got[k] - r.truth[k]);
             // The truth against the audio: the nearest onset to each true time.
             const std::vector<Onset> on = detectOnsets(decodeAudio(r.wav));
+            Errors one;
             for (double t : r.truth) {
                 double best = 1e9;
                 for (const Onset& o : on)
                     if (std::abs(o.ms - t) < std::abs(best)) best = o.ms - t;
                 onsetCheck.add(best);
+                one.add(best);
             }
+            if (verbose)
+                std::printf("# %s: truth within 5 ms %.0f %%, onsets %zu\n", qPrintable(r.wav),
+                            one.within(5), on.size());
         }
     std::printf("truth_onset_within_5ms: %.1f %%\n", onsetCheck.within(5));
     std::printf("truth_onset_median_ms: %.1f ms\n", onsetCheck.pct(0.5));
@@ -254,8 +235,14 @@ int main(int argc, char** argv) {
                 if (&a == &b) continue;
                 const MapResult m = transferMap(a.wav, mapFor(a.truth, timing), b.wav, timing);
                 const std::vector<double> got = positionsOf(m.bytes, timing);
-                for (size_t k = 0; k < got.size(); ++k)
+                Errors one;
+                for (size_t k = 0; k < got.size(); ++k) {
                     moved.add(got[k] - b.truth[k]);
+                    one.add(got[k] - b.truth[k]);
+                }
+                if (verbose)
+                    std::printf("# %s -> %s: median %.1f p95 %.1f max %.1f\n", qPrintable(a.wav),
+                                qPrintable(b.wav), one.pct(0.5), one.pct(0.95), one.pct(1));
             }
     moved.print("transfer");
 
@@ -295,7 +282,7 @@ int main(int argc, char** argv) {
         for (auto& [s2, r2] : songs)
             if (s1 != s2)
                 minOther = std::min(minOther, transferMap(r1[0].wav, mapFor(r1[0].truth, timing),
-                                                          r2[3].wav, timing, {}, 1e9)
+                                                          r2.back().wav, timing, {}, 1e9)
                                                   .pathCost);
     std::printf("same_piece_cost_max: %.3f cost\ndifferent_piece_cost_min: %.3f cost\n", maxSame,
                 minOther);

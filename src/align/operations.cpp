@@ -118,10 +118,10 @@ MapResult transferMap(const QString& fromSong, const QByteArray& fromMap, const 
     progress.at(70);
     const WarpPath path = alignChroma(ca, cb, 25, [&progress] { return progress.cancelled(); });
     if (progress.cancelled()) return r.cancelled = true, r;
-    if (path.steps.empty() || path.meanCost > maxCost)
+    if (path.steps.empty() || path.relativeCost > maxCost)
         throw AlignError(
             QStringLiteral("The recordings do not seem to be the same piece (alignment cost %1).")
-                .arg(path.meanCost, 0, 'f', 2)
+                .arg(path.relativeCost, 0, 'f', 2)
                 .toStdString());
     progress.at(90);
     const std::vector<double> before = musicPositions(m.tics, timing);
@@ -133,7 +133,7 @@ MapResult transferMap(const QString& fromSong, const QByteArray& fromMap, const 
     r.bytes = m.withTics(tics);
     summarise(r, before, musicPositions(std::vector<double>(tics.begin(), tics.end()), timing), m,
               tics);
-    r.pathCost = path.meanCost;
+    r.pathCost = path.relativeCost;
     r.seconds = double(clock.elapsed()) / 1000.0;
     progress.at(100);
     return r;

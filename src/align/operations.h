@@ -43,9 +43,11 @@ struct MapResult {
     bool cancelled = false;
 };
 
-// The mean path cost above which two recordings are taken for different
-// pieces (measured on the demo songs: see docs/architecture.md).
-constexpr double kNotSamePieceCost = 0.30;
+// The relative path cost (WarpPath::relativeCost) above which two
+// recordings are taken for different pieces.  Renditions of one demo song
+// reach 0.39 at most (bench/align); two different demo songs cost from 0.30
+// up, so this catches unrelated recordings, not every different song.
+constexpr double kNotSamePieceCost = 0.5;
 
 // Tightens the tics of `map` from tic `fromTic` on (0: all) to the onsets of
 // `song`.  Throws AlignError for an undecodable song or a map with no tics.

@@ -17,6 +17,10 @@ struct WarpPath {
     // Mean cost (1 - cosine of the two chroma vectors) along the path:
     // near 0 for two renditions of one piece, larger for different pieces.
     double meanCost = 0;
+    // meanCost over the mean cost of frames paired at random: a path through
+    // one piece is far cheaper than chance, one through two pieces in the
+    // same key much less so.
+    double relativeCost = 0;
 };
 
 // Aligns `from` to `to`: a full warp at 10x the frame hop (200 ms), then a
