@@ -4,6 +4,7 @@
 #include "core/messages.h"
 #include "core/session_state.h"
 #include "core/values.h"
+#include "cursormap/map_file.h"
 #include "sheet/sheet_window.h"
 
 #include <QFileInfo>
@@ -67,19 +68,15 @@ QByteArray tableBytes(const TicTable& t) {
 
 } // namespace
 
+QString recordingOf(const QString& songFile, const QString& songBase);
+
 void TightenB_MouseDown(Session& s, QWidget* parent, int button, QString& summary) {
     if (!s.adobeF.Shape2.get()) return; // edit mode only
     const int rows = s.tic.length();
     if (rows == 0 || s.g.SongFile.isEmpty()) return;
     const int from = button == 2 ? std::clamp(int(s.g.CursorIndex), 0, rows - 1) : 0;
     const QByteArray bytes = tableBytes(s.tic);
-    // The recording: the selected entry, or the MP3 beside a selected sheet.
-    QString song = s.g.SongFile;
-    if (!song.endsWith(QStringLiteral(".mp3"), Qt::CaseInsensitive) &&
-        !song.endsWith(QStringLiteral(".wav"), Qt::CaseInsensitive))
-        song = existingPathIgnoringCase(QFileInfo(s.g.SongBase).path() + QLatin1Char('/') +
-                                        QFileInfo(s.g.SongBase).fileName().section('.', 0, 0) +
-                                        QStringLiteral(".mp3"));
+    const QString song = recordingOf(s.g.SongFile, s.g.SongBase);
     const PlayTiming timing = playTimingOf(s);
     const std::optional<MapResult> r = runWithProgress(
         s, parent, QStringLiteral("Tightening the map to the music…"),
@@ -95,6 +92,74 @@ void TightenB_MouseDown(Session& s, QWidget* parent, int button, QString& summar
                   .arg(r->tics)
                   .arg(std::lround(r->medianShiftMs))
                   .arg(std::lround(r->maxShiftMs));
+}
+
+// The recording of a song path: itself when it is one, else the MP3 beside it.
+QString recordingOf(const QString& songFile, const QString& songBase) {
+    if (songFile.endsWith(QStringLiteral(".mp3"), Qt::CaseInsensitive) ||
+        songFile.endsWith(QStringLiteral(".wav"), Qt::CaseInsensitive))
+        return songFile;
+    const QFileInfo b(songBase);
+    return existingPathIgnoringCase(b.path() + QLatin1Char('/') + b.fileName().section('.', 0, 0) +
+                                    QStringLiteral(".mp3"));
+}
+
+void TransferMap_Click(Session& s, QWidget* parent) {
+    const QString title = QStringLiteral("Map From Another Recording");
+    if (s.adobeF.Shape2.get()) {
+        s.messages.msgBox(QStringLiteral("Leave edit mode first."), title);
+        return;
+    }
+    if (s.g.SongBase.isEmpty()) {
+        s.messages.msgBox(QStringLiteral("Select the song that needs the map first."), title);
+        return;
+    }
+    const std::optional<QString> from =
+        s.messages.inputBox(QStringLiteral("The MP3 of the recording that has a map:"), title,
+                            QFileInfo(s.g.SongFile).path() + QLatin1Char('/'));
+    if (!from || from->trimmed().isEmpty()) return;
+    const QString fromSong = from->trimmed();
+    const QString fromMap = existingPathIgnoringCase(mapFileName(fromSong));
+    QFile mapFile(fromMap);
+    if (!mapFile.open(QIODevice::ReadOnly)) {
+        s.messages.msgBox(QStringLiteral("\"%1\" has no map beside it.").arg(fromSong), title);
+        return;
+    }
+    const QByteArray bytes = mapFile.readAll();
+    const QString toSong = recordingOf(s.g.SongFile, s.g.SongBase);
+    const QString toMap = existingPathIgnoringCase(mapFileName(s.g.SongBase));
+    const bool replacing = QFileInfo::exists(toMap);
+    if (replacing &&
+        !s.messages.yesNo(QStringLiteral("\"%1\" has a map. Replace it? The old one "
+                                         "is kept as \"%2.bak\".")
+                              .arg(QFileInfo(toMap).fileName(), QFileInfo(toMap).fileName()),
+                          title))
+        return;
+    const PlayTiming timing = playTimingOf(s);
+    const std::optional<MapResult> r = runWithProgress(
+        s, parent, QStringLiteral("Aligning the two recordings…"),
+        [=](const Progress& p) { return transferMap(fromSong, bytes, toSong, timing, p); });
+    if (!r) return;
+    if (replacing) {
+        QFile::remove(toMap + QStringLiteral(".bak"));
+        if (!QFile::copy(toMap, toMap + QStringLiteral(".bak"))) {
+            s.messages.msgBox(
+                QStringLiteral("Cannot keep the old map as \"%1.bak\"; nothing written.")
+                    .arg(toMap),
+                title);
+            return;
+        }
+    }
+    if (!writeFileAtomically(toMap, r->bytes)) {
+        s.messages.msgBox(QStringLiteral("Cannot write \"%1\".").arg(toMap), title);
+        return;
+    }
+    s.adobeF.Shape3.set(true); // the song has a map now
+    s.messages.msgBox(QStringLiteral("Map written: %1 tics, median shift %2 ms, largest %3 ms.")
+                          .arg(r->tics)
+                          .arg(std::lround(r->medianShiftMs))
+                          .arg(std::lround(r->maxShiftMs)),
+                      title);
 }
 
 void installAlignControls(Session& s, SheetWindow& w) {

@@ -30,6 +30,12 @@ std::optional<MapResult> runWithProgress(Session& s, QWidget* parent, const QStr
 // Sets `summary` to the line shown under the table.
 void TightenB_MouseDown(Session& s, QWidget* parent, int button, QString& summary);
 
+// File > "Map From Another Recording…" (TransferMap): asks for the MP3 of a
+// recording that has a map (found beside it by the usual rule) and writes
+// the selected song's map from it.  An existing map is replaced only when
+// the user agrees, and kept as "NAME.map.bak".  Refused in edit mode.
+void TransferMap_Click(Session& s, QWidget* parent);
+
 // Adds the button's handlers and the summary line to sheet window 1.
 void installAlignControls(Session& s, SheetWindow& w);
 
