@@ -169,4 +169,24 @@ std::vector<Chroma> chromaSequence(const Audio& a) {
     return out;
 }
 
+std::vector<float> onsetFrames(const std::vector<Onset>& onsets, size_t frames) {
+    std::vector<float> out(frames, 0.f);
+    if (onsets.empty() || frames == 0) return out;
+    std::vector<double> s;
+    for (const Onset& o : onsets)
+        s.push_back(o.strength);
+    std::sort(s.begin(), s.end(), std::greater<>());
+    const double loud = std::max(1e-9, s[s.size() / 20]);
+    for (const Onset& o : onsets) {
+        const long f = std::lround(o.ms / kChromaHopMs);
+        const float v = float(std::min(1.0, o.strength / loud));
+        for (long d = -1; d <= 1; ++d) {
+            const long k = f + d;
+            if (k >= 0 && k < long(frames))
+                out[size_t(k)] = std::max(out[size_t(k)], d == 0 ? v : v / 2);
+        }
+    }
+    return out;
+}
+
 } // namespace mv::align

@@ -33,4 +33,10 @@ using Chroma = std::array<float, 12>;
 constexpr double kChromaHopMs = 20.0;
 std::vector<Chroma> chromaSequence(const Audio& a);
 
+// The onsets on the chroma frames: each onset's strength (relative to the
+// recording's loud onsets, at most 1) on its frame, half of it on the two
+// beside.  Tells apart where a note is struck again on the same pitch,
+// which chroma alone cannot see.
+std::vector<float> onsetFrames(const std::vector<Onset>& onsets, size_t frames);
+
 } // namespace mv::align

@@ -101,11 +101,13 @@ MapResult transferMap(const QString& fromSong, const QByteArray& fromMap, const 
     MapResult r;
     std::vector<Chroma> ca, cb;
     std::vector<Onset> onsets;
+    std::vector<float> oa, ob;
     {
         const Audio a = decode(fromSong, progress);
         if (progress.cancelled()) return r.cancelled = true, r;
         progress.at(20);
         ca = chromaSequence(a);
+        oa = onsetFrames(detectOnsets(a), ca.size());
     }
     progress.at(30);
     {
@@ -114,9 +116,11 @@ MapResult transferMap(const QString& fromSong, const QByteArray& fromMap, const 
         progress.at(50);
         cb = chromaSequence(b);
         onsets = detectOnsets(b);
+        ob = onsetFrames(onsets, cb.size());
     }
     progress.at(70);
-    const WarpPath path = alignChroma(ca, cb, 25, [&progress] { return progress.cancelled(); });
+    const WarpPath path = alignChroma(
+        ca, cb, 25, [&progress] { return progress.cancelled(); }, oa, ob);
     if (progress.cancelled()) return r.cancelled = true, r;
     if (path.steps.empty() || path.relativeCost > maxCost)
         throw AlignError(

@@ -21,7 +21,9 @@ float cost(const Chroma& a, const Chroma& b) {
 // of the cell reached.
 WarpPath bandDtw(const std::vector<Chroma>& a, const std::vector<Chroma>& b,
                  const std::vector<int>& lo, const std::vector<int>& hi,
-                 const std::function<bool()>& cancelled) {
+                 const std::function<bool()>& cancelled, const std::vector<float>& oa,
+                 const std::vector<float>& ob) {
+    const bool onsets = oa.size() == a.size() && ob.size() == b.size();
     const int n = int(a.size());
     constexpr float inf = std::numeric_limits<float>::infinity();
     std::vector<size_t> base(size_t(n) + 1, 0);
@@ -36,7 +38,8 @@ WarpPath bandDtw(const std::vector<Chroma>& a, const std::vector<Chroma>& b,
         const int pl = i > 0 ? lo[size_t(i) - 1] : 0, ph = i > 0 ? hi[size_t(i) - 1] : -1;
         const auto up = [&](int j) { return (j >= pl && j <= ph) ? prev[size_t(j - pl)] : inf; };
         for (int j = l; j <= h; ++j) {
-            const float c = cost(a[size_t(i)], b[size_t(j)]);
+            float c = cost(a[size_t(i)], b[size_t(j)]);
+            if (onsets) c += kOnsetWeight * std::abs(oa[size_t(i)] - ob[size_t(j)]);
             float best = inf;
             uint8_t d = 0;
             if (i == 0 && j == 0) {
@@ -91,15 +94,24 @@ std::vector<Chroma> downsample(const std::vector<Chroma>& x, int f) {
     return out;
 }
 
+std::vector<float> downsampleMax(const std::vector<float>& x, int f) {
+    std::vector<float> out((x.size() + size_t(f) - 1) / size_t(f), 0.f);
+    for (size_t i = 0; i < x.size(); ++i)
+        out[i / size_t(f)] = std::max(out[i / size_t(f)], x[i]);
+    return out;
+}
+
 } // namespace
 
 WarpPath alignChroma(const std::vector<Chroma>& from, const std::vector<Chroma>& to, int radius,
-                     const std::function<bool()>& cancelled) {
+                     const std::function<bool()>& cancelled, const std::vector<float>& fromOnsets,
+                     const std::vector<float>& toOnsets) {
     if (from.empty() || to.empty()) return {};
     constexpr int f = 10;
     const std::vector<Chroma> ca = downsample(from, f), cb = downsample(to, f);
     const std::vector<int> clo(ca.size(), 0), chi(ca.size(), int(cb.size()) - 1);
-    const WarpPath coarse = bandDtw(ca, cb, clo, chi, cancelled);
+    const WarpPath coarse = bandDtw(ca, cb, clo, chi, cancelled, downsampleMax(fromOnsets, f),
+                                    downsampleMax(toOnsets, f));
     if (coarse.steps.empty()) return {};
     // The band: every fine cell under a coarse cell of the path, widened.
     const int n = int(from.size()), m = int(to.size());
@@ -117,7 +129,7 @@ WarpPath alignChroma(const std::vector<Chroma>& from, const std::vector<Chroma>&
         hi[size_t(i)] = std::min(hi[size_t(i)], hi[size_t(i) + 1]);
     for (int i = 0; i < n; ++i) // the band stays connected: each row reaches the last
         if (i > 0 && lo[size_t(i)] > hi[size_t(i) - 1] + 1) lo[size_t(i)] = hi[size_t(i) - 1] + 1;
-    WarpPath p = bandDtw(from, to, lo, hi, cancelled);
+    WarpPath p = bandDtw(from, to, lo, hi, cancelled, fromOnsets, toOnsets);
     // Chance: frames paired along a fixed pseudo-random sequence.
     double chance = 0;
     constexpr int samples = 4000;

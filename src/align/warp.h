@@ -28,8 +28,14 @@ struct WarpPath {
 // path.  Memory is one byte per cell visited: for a 10-minute pair about
 // 9 MB coarse and a few MB fine.  `cancelled` is asked between rows; a
 // cancelled run returns an empty path.
+// With onset frames (onsetFrames) for both, a cell also costs
+// kOnsetWeight times the difference of the two onsets, so that a note
+// struck again is matched with its strike; empty vectors leave them out.
+constexpr float kOnsetWeight = 0.5f;
 WarpPath alignChroma(const std::vector<Chroma>& from, const std::vector<Chroma>& to,
-                     int radius = 25, const std::function<bool()>& cancelled = {});
+                     int radius = 25, const std::function<bool()>& cancelled = {},
+                     const std::vector<float>& fromOnsets = {},
+                     const std::vector<float>& toOnsets = {});
 
 // The time in the target of a source time (ms), through the path: the mean
 // target frame of the source frame, interpolated between frames; before the
