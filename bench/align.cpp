@@ -205,8 +205,14 @@ int main(int argc, char** argv) {
                 raw.add(taps[k] - r.truth[k]);
             const MapResult m = tightenMap(r.wav, mapFor(taps, timing), timing);
             const std::vector<double> got = positionsOf(m.bytes, timing);
-            for (size_t k = 0; k < got.size(); ++k)
+            Errors oneT;
+            for (size_t k = 0; k < got.size(); ++k) {
                 tight.add(got[k] - r.truth[k]);
+                oneT.add(got[k] - r.truth[k]);
+            }
+            if (verbose)
+                std::printf("# tighten %s: median %.1f p95 %.1f\n", qPrintable(r.wav),
+                            oneT.pct(0.5), oneT.pct(0.95));
             // The truth against the audio: the nearest onset to each true time.
             const std::vector<Onset> on = detectOnsets(decodeAudio(r.wav));
             Errors one;
