@@ -1,6 +1,8 @@
 // Mellivane: plays a recording, shows its sheet music and moves a cursor
 // over the sheet from a recorded cursor map.
 
+#include "align/align_cli.h"
+#include "align/align_window.h"
 #include "app/action_script.h"
 #include "app/console_messages.h"
 #include "app/main_window.h"
@@ -42,6 +44,7 @@
 #include <QDir>
 #include <QElapsedTimer>
 #include <QListWidget>
+#include <QMenu>
 #include <QScreen>
 #include <QTimer>
 #include <chrono>
@@ -122,6 +125,8 @@ Options addOptions(QCommandLineParser& cl) {
 int main(int argc, char** argv) {
     QElapsedTimer sinceMain;
     sinceMain.start();
+    // The map operations of the command line run without a window.
+    if (const int rc = align::runAlignCommand(argc, argv); rc >= 0) return rc;
     // The plain Unix event dispatcher wakes timers precisely (p99 ~1 ms
     // against ~11 ms with the glib one): the cursor's timing depends on it.
     qputenv("QT_NO_GLIB", "1");
@@ -211,6 +216,7 @@ int main(int argc, char** argv) {
         w->handlers[QStringLiteral("Command16")] = [&s] { Command8_Click(s); };
         w->handlers[QStringLiteral("Command1")] = [w] { w->close(); };
         installRecordingControls(s, *w);
+        align::installAlignControls(s, *w);
         // Its place: "AdobeFx.ini" when there is one, else beside the main
         // window; inside the screen either way.
         w->placeOnScreen(readAdobeFx(s));
@@ -250,6 +256,14 @@ int main(int argc, char** argv) {
     QObject::connect(&player, &MpvPlayer::musicUnavailable, main,
                      sayInTitle("no music: libmpv (package libmpv2) could not start"));
 
+    // File > "Map From Another Recording…".
+    if (auto* file = main->findChild<QMenu*>(QStringLiteral("FF"))) {
+        QAction* transfer = file->addAction(QStringLiteral("Map From Another Recording…"));
+        transfer->setObjectName(QStringLiteral("TransferMap"));
+        QObject::connect(transfer, &QAction::triggered, main, [&s, main] {
+            runGuarded(s.messages, [&] { align::TransferMap_Click(s, main); });
+        });
+    }
     s.SaveVelmor = [&s] { SaveVelmor(s); };
     StartupHooks hooks;
     QtSocketLayer sockets;

@@ -121,6 +121,7 @@ SheetWindow::SheetWindow(Session& s, QWidget* viewer, QWidget* parent) : QWidget
     button("Command10", QStringLiteral("Delete"));
     button("JumpB", QStringLiteral("Jump"));
     button("AdjB", QStringLiteral("Adj"));
+    button("TightenB", QStringLiteral("Tighten")); // tics onto the music's onsets
     button("ASCroll", QStringLiteral("ASC"));
     button("Command5", QStringLiteral("Step >"));
     button("Command8", QStringLiteral("Step <"));
@@ -493,6 +494,7 @@ void SheetWindow::AdjustAll() {
     place(c("JumpB"), left("Label8"), 4800, 615, 270);
     place(c("AdjB"), right("JumpB"), 4800, 495, 270);
     place(c("ASCroll"), right("AdjB"), 4800, 495, 270);
+    place(c("TightenB"), left("JumpB"), 5100, 735, 270);
     place(c("Tick"), right("Text4"), 1920, 375, 375);
     place(c("Text7"), fieldLeft, 3000, 855, 375);
     place(c("Text9"), fieldLeft, 3360, 855, 375);

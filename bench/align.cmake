@@ -1,0 +1,5 @@
+find_package(PkgConfig REQUIRED)
+pkg_check_modules(BENCH_SNDFILE REQUIRED IMPORTED_TARGET sndfile)
+add_executable(align_bench ${CMAKE_CURRENT_LIST_DIR}/align.cpp)
+target_compile_definitions(align_bench PRIVATE MELLIVANE_SOURCE_DIR="${PROJECT_SOURCE_DIR}")
+target_link_libraries(align_bench PRIVATE mv_align PkgConfig::BENCH_SNDFILE Qt6::Core)

@@ -1,0 +1,296 @@
+// Map alignment: tightening simulated taps and carrying maps between
+// renditions of the demo songs whose true measure times are known.
+// The renditions are those of demo/renditions.sh (LilyPond and FluidSynth:
+// slower, faster with noise added here at 20 dB SNR, rubato; other
+// instruments and lead-ins) in the work folder (argument 1, default
+// "bench-align" in the current folder), beside the shipped recordings.
+
+#include "align/audio.h"
+#include "align/features.h"
+#include "align/operations.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QProcess>
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <map>
+#include <random>
+#include <sndfile.h>
+#include <sys/resource.h>
+
+using namespace mv::align;
+
+namespace {
+
+struct Rendition {
+    QString wav;
+    std::vector<double> truth; // measure starts, ms into the recording
+    double minutes = 0;
+};
+
+bool run(const QString& prog, const QStringList& args) {
+    QProcess p;
+    p.start(prog, args);
+    return p.waitForFinished(600000) && p.exitCode() == 0;
+}
+
+double seconds(const QString& wav) {
+    QProcess p;
+    p.start(QStringLiteral("soxi"), {QStringLiteral("-D"), wav});
+    p.waitForFinished();
+    return p.readAllStandardOutput().trimmed().toDouble();
+}
+
+void writeWav(const QString& path, const Audio& a) {
+    SF_INFO info{};
+    info.samplerate = a.rate;
+    info.channels = 1;
+    info.format = SF_FORMAT_WAV | SF_FORMAT_PCM_16;
+    SNDFILE* f = sf_open(path.toLocal8Bit().constData(), SFM_WRITE, &info);
+    sf_write_float(f, a.samples.data(), sf_count_t(a.samples.size()));
+    sf_close(f);
+}
+
+// The demo songs' measure times in their shipped recordings: the layout's
+// times are from the press of Play under the built-in settings.
+std::map<QString, std::vector<double>> demoTruth(const QString& src) {
+    std::map<QString, std::vector<double>> t;
+    QFile f(src + QStringLiteral("/demo/layout.tsv"));
+    f.open(QIODevice::ReadOnly);
+    f.readLine();
+    while (!f.atEnd()) {
+        const QList<QByteArray> c = f.readLine().trimmed().split('\t');
+        if (c.size() > 5) t[QString::fromUtf8(c[0])].push_back(0.995 * c[5].toDouble() - 4000);
+    }
+    return t;
+}
+
+// The true measure times of the extra renditions (demo/renditions.tsv).
+std::map<QString, std::map<QString, std::vector<double>>> renditionTruth(const QString& src) {
+    std::map<QString, std::map<QString, std::vector<double>>> t;
+    QFile f(src + QStringLiteral("/demo/renditions.tsv"));
+    if (!f.open(QIODevice::ReadOnly)) return t;
+    f.readLine();
+    while (!f.atEnd()) {
+        const QList<QByteArray> c = f.readLine().trimmed().split('\t');
+        if (c.size() > 3)
+            t[QString::fromUtf8(c[0])][QString::fromUtf8(c[1])].push_back(c[3].toDouble());
+    }
+    return t;
+}
+
+// The shipped recording and the renditions demo/renditions.sh wrote to
+// `dir`; the fast one gets white noise 20 dB below its RMS (fixed seed).
+std::vector<Rendition> makeRenditions(const QString& dir, const QString& song, const QString& mp3,
+                                      const std::vector<double>& truth,
+                                      const std::map<QString, std::vector<double>>& others) {
+    const QString base = dir + QLatin1Char('/') + QString(song).replace(QLatin1Char(' '), '_');
+    std::vector<Rendition> out;
+    const QString orig = base + QStringLiteral(".orig.wav");
+    if (!QFile::exists(orig))
+        run(QStringLiteral("lame"),
+            {QStringLiteral("--quiet"), QStringLiteral("--decode"), mp3, orig});
+    out.push_back({orig, truth, seconds(orig) / 60});
+    for (const auto& [tag, t] : others) {
+        QString wav = base + QLatin1Char('.') + tag + QStringLiteral(".wav");
+        if (!QFile::exists(wav)) {
+            std::fprintf(stderr, "missing %s: run demo/renditions.sh %s\n", qPrintable(wav),
+                         qPrintable(dir));
+            continue;
+        }
+        if (tag == QStringLiteral("fast")) {
+            const QString noisy = base + QStringLiteral(".fast-noise.wav");
+            if (!QFile::exists(noisy)) {
+                Audio a = decodeAudio(wav);
+                double e = 0;
+                for (float v : a.samples)
+                    e += double(v) * v;
+                const double rms = std::sqrt(e / double(a.samples.size()));
+                std::mt19937 rng(7);
+                std::normal_distribution<double> g(0, rms / 10);
+                for (float& v : a.samples)
+                    v = float(std::clamp(v + g(rng), -1.0, 1.0));
+                writeWav(noisy, a);
+            }
+            wav = noisy;
+        }
+        out.push_back({wav, t, seconds(wav) / 60});
+    }
+    return out;
+}
+
+struct Errors {
+    std::vector<double> e;
+    void add(double v) { e.push_back(std::abs(v)); }
+    double pct(double p) {
+        std::sort(e.begin(), e.end());
+        return e.empty() ? 0 : e[std::min(e.size() - 1, size_t(p * double(e.size())))];
+    }
+    double within(double ms) const {
+        return 100.0 *
+               double(std::count_if(e.begin(), e.end(), [ms](double v) { return v <= ms; })) /
+               double(std::max<size_t>(1, e.size()));
+    }
+    long failures() const {
+        return long(std::count_if(e.begin(), e.end(), [](double v) { return v > 500; }));
+    }
+    void print(const char* name) {
+        std::printf("%s_median_ms: %.1f ms\n%s_p95_ms: %.1f ms\n", name, pct(0.5), name, pct(0.95));
+        std::printf("%s_within_30ms: %.1f %%\n%s_within_50ms: %.1f %%\n%s_within_100ms: %.1f %%\n",
+                    name, within(30), name, within(50), name, within(100));
+        std::printf("%s_failures: %ld count\n", name, failures());
+    }
+};
+
+QByteArray mapFor(const std::vector<double>& positions, const PlayTiming& t) {
+    QByteArray b = "100@\r\n0%\r\n#1\r\n#2\r\n#3\r\n#4\r\n#5\r\n#6\r\n 80^\r\n";
+    for (long tic : ticsForPositions(positions, t))
+        b += QByteArray::number(qlonglong(tic)) + "\r\n 1000 \r\n 2000 \r\n0\r\nFalse\r\nFalse\r\n";
+    return b;
+}
+
+std::vector<double> positionsOf(const QByteArray& map, const PlayTiming& t) {
+    return musicPositions(MapText::parse(map).tics, t);
+}
+
+// One transfer of a 10-minute pair in this process: prints its peak RSS.
+int rssPair(const QString& a, const QString& b, const std::vector<double>& truth) {
+    const PlayTiming t;
+    transferMap(a, mapFor(truth, t), b, t);
+    rusage u{};
+    getrusage(RUSAGE_SELF, &u);
+    std::printf("align_peak_rss_mb: %.1f MB\n", double(u.ru_maxrss) / 1024);
+    return 0;
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    QCoreApplication app(argc, argv);
+    if (argc == 5 && QByteArray(argv[1]) == "--rss-pair") {
+        std::vector<double> truth;
+        for (int k = 0; k < 200; ++k)
+            truth.push_back(1000 + 2500.0 * k);
+        return rssPair(QString::fromLocal8Bit(argv[2]), QString::fromLocal8Bit(argv[3]), truth);
+    }
+    const QString src = QStringLiteral(MELLIVANE_SOURCE_DIR);
+    const QString dir =
+        QDir(argc > 1 ? QString::fromLocal8Bit(argv[1]) : QStringLiteral("bench-align"))
+            .absolutePath();
+    QDir().mkpath(dir);
+    const PlayTiming timing;
+    const bool verbose = qEnvironmentVariableIsSet("ALIGN_VERBOSE");
+    std::map<QString, std::vector<Rendition>> songs;
+    const auto others = renditionTruth(src);
+    const std::map<QString, std::vector<double>> none;
+    for (const auto& [song, truth] : demoTruth(src))
+        songs[song] =
+            makeRenditions(dir, song, src + QStringLiteral("/demo/songs/") + song + ".mp3", truth,
+                           others.count(song) ? others.at(song) : none);
+
+    // Tighten: taps 60 ms late with ±50 ms jitter.
+    Errors raw, tight, onsetCheck;
+    std::mt19937 rng(22);
+    std::uniform_real_distribution<double> jitter(-50, 50);
+    for (auto& [song, rends] : songs)
+        for (const Rendition& r : rends) {
+            std::vector<double> taps;
+            for (double t : r.truth)
+                taps.push_back(t + 60 + jitter(rng));
+            for (size_t k = 0; k < taps.size(); ++k)
+                raw.add(taps[k] - r.truth[k]);
+            const MapResult m = tightenMap(r.wav, mapFor(taps, timing), timing);
+            const std::vector<double> got = positionsOf(m.bytes, timing);
+            Errors oneT;
+            for (size_t k = 0; k < got.size(); ++k) {
+                tight.add(got[k] - r.truth[k]);
+                oneT.add(got[k] - r.truth[k]);
+            }
+            if (verbose)
+                std::printf("# tighten %s: median %.1f p95 %.1f\n", qPrintable(r.wav),
+                            oneT.pct(0.5), oneT.pct(0.95));
+            // The truth against the audio: the nearest onset to each true time.
+            const std::vector<Onset> on = detectOnsets(decodeAudio(r.wav));
+            Errors one;
+            for (double t : r.truth) {
+                double best = 1e9;
+                for (const Onset& o : on)
+                    if (std::abs(o.ms - t) < std::abs(best)) best = o.ms - t;
+                onsetCheck.add(best);
+                one.add(best);
+            }
+            if (verbose)
+                std::printf("# %s: truth within 5 ms %.0f %%, onsets %zu\n", qPrintable(r.wav),
+                            one.within(5), on.size());
+        }
+    std::printf("truth_onset_within_5ms: %.1f %%\n", onsetCheck.within(5));
+    std::printf("truth_onset_median_ms: %.1f ms\n", onsetCheck.pct(0.5));
+    raw.print("untightened");
+    tight.print("tighten");
+
+    // Transfer: each rendition's true map to each other rendition of the song.
+    Errors moved;
+    std::vector<double> sameCost;
+    for (auto& [song, rends] : songs)
+        for (const Rendition& a : rends)
+            for (const Rendition& b : rends) {
+                if (&a == &b) continue;
+                const MapResult m = transferMap(a.wav, mapFor(a.truth, timing), b.wav, timing);
+                const std::vector<double> got = positionsOf(m.bytes, timing);
+                Errors one;
+                for (size_t k = 0; k < got.size(); ++k) {
+                    moved.add(got[k] - b.truth[k]);
+                    one.add(got[k] - b.truth[k]);
+                }
+                if (verbose)
+                    std::printf("# %s -> %s: median %.1f p95 %.1f max %.1f\n", qPrintable(a.wav),
+                                qPrintable(b.wav), one.pct(0.5), one.pct(0.95), one.pct(1));
+            }
+    moved.print("transfer");
+
+    // Time: one transfer, the longest song to its slow rendition.
+    const std::vector<Rendition>& ag = songs.at(QStringLiteral("Amazing Grace"));
+    QElapsedTimer clock;
+    clock.start();
+    transferMap(ag[0].wav, mapFor(ag[0].truth, timing), ag[1].wav, timing);
+    std::printf("align_ms_per_audio_minute: %.0f ms\n",
+                double(clock.elapsed()) / (ag[0].minutes + ag[1].minutes));
+
+    // Peak memory of a 10-minute pair, in a process of its own.
+    const QString longA = dir + QStringLiteral("/long_a.wav"),
+                  longB = dir + QStringLiteral("/long_b.wav");
+    const int reps = int(std::ceil(10 / ag[0].minutes)) - 1;
+    if (!QFile::exists(longA))
+        run(QStringLiteral("sox"),
+            {ag[0].wav, longA, QStringLiteral("repeat"), QString::number(reps)});
+    if (!QFile::exists(longB))
+        run(QStringLiteral("sox"),
+            {ag[1].wav, longB, QStringLiteral("repeat"),
+             QString::number(std::max(0, int(std::ceil(10 / ag[1].minutes)) - 1))});
+    QProcess child;
+    child.setProcessChannelMode(QProcess::ForwardedChannels);
+    child.start(QCoreApplication::applicationFilePath(),
+                {QStringLiteral("--rss-pair"), longA, longB, QStringLiteral("-")});
+    child.waitForFinished(-1);
+
+    // The alignment cost of the same piece and of different pieces.
+    double maxSame = 0, minOther = 1e9;
+    for (auto& [song, rends] : songs)
+        for (size_t k = 1; k < rends.size(); ++k)
+            maxSame = std::max(maxSame, transferMap(rends[0].wav, mapFor(rends[0].truth, timing),
+                                                    rends[k].wav, timing, {}, 1e9)
+                                            .pathCost);
+    for (auto& [s1, r1] : songs)
+        for (auto& [s2, r2] : songs)
+            if (s1 != s2)
+                minOther = std::min(minOther, transferMap(r1[0].wav, mapFor(r1[0].truth, timing),
+                                                          r2.back().wav, timing, {}, 1e9)
+                                                  .pathCost);
+    std::printf("same_piece_cost_max: %.3f cost\ndifferent_piece_cost_min: %.3f cost\n", maxSame,
+                minOther);
+    return 0;
+}

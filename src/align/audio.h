@@ -1,0 +1,24 @@
+#pragma once
+// Decoding a recording to one mono channel for analysis.
+
+#include <QString>
+#include <functional>
+#include <vector>
+
+namespace mv::align {
+
+struct Audio {
+    std::vector<float> samples; // mono, -1..1
+    int rate = 0;               // samples per second
+    double seconds() const { return rate > 0 ? double(samples.size()) / rate : 0.0; }
+};
+
+// Decodes `path` (MP3, WAV, FLAC, ... whatever libsndfile reads), mixes it to
+// mono and brings it down to at most 22050 samples a second by an integer
+// factor (averaging neighbours: onsets and pitch classes need no more).
+// Throws std::runtime_error with a message naming the file when it is
+// missing or cannot be decoded, or holds no sound.  `cancelled` is asked
+// between blocks; when it says yes the decode stops with what it has.
+Audio decodeAudio(const QString& path, const std::function<bool()>& cancelled = {});
+
+} // namespace mv::align

@@ -1,0 +1,169 @@
+#include "align/operations.h"
+
+#include "align/audio.h"
+#include "align/features.h"
+#include "align/snap.h"
+#include "align/warp.h"
+#include "core/session_state.h"
+
+#include <QElapsedTimer>
+#include <QSaveFile>
+#include <algorithm>
+#include <cmath>
+
+namespace mv::align {
+
+namespace {
+
+Audio decode(const QString& path, const Progress& p) {
+    try {
+        return decodeAudio(path, [&p] { return p.cancelled(); });
+    } catch (const std::runtime_error& e) {
+        throw AlignError(e.what());
+    }
+}
+
+MapText parseMap(const QByteArray& map) {
+    MapText m = MapText::parse(map);
+    if (m.tics.empty()) throw AlignError("The map has no tics.");
+    return m;
+}
+
+// Fills the counts and shifts from the positions before and after.
+void summarise(MapResult& r, const std::vector<double>& before, const std::vector<double>& after,
+               const MapText& m, const std::vector<long>& tics) {
+    std::vector<double> shift;
+    for (size_t k = 0; k < before.size(); ++k)
+        shift.push_back(std::abs(after[k] - before[k]));
+    r.tics = int(m.tics.size());
+    for (size_t k = 0; k < tics.size(); ++k)
+        if (double(tics[k]) != m.tics[k]) ++r.moved;
+    if (!shift.empty()) {
+        std::sort(shift.begin(), shift.end());
+        r.medianShiftMs = shift[shift.size() / 2];
+        r.maxShiftMs = shift.back();
+    }
+}
+
+} // namespace
+
+std::vector<double> tightenPositions(const std::vector<double>& positions,
+                                     const std::vector<Onset>& onsets) {
+    return snapToOnsets(positions, onsets).ms;
+}
+
+MapResult tightenMap(const QString& song, const QByteArray& map, const PlayTiming& timing,
+                     int fromTic, const Progress& progress) {
+    QElapsedTimer clock;
+    clock.start();
+    const MapText m = parseMap(map);
+    progress.at(5);
+    const Audio a = decode(song, progress);
+    MapResult r;
+    if (progress.cancelled()) return r.cancelled = true, r;
+    progress.at(60);
+    const std::vector<Onset> onsets = detectOnsets(a);
+    progress.at(90);
+    const std::vector<double> before = musicPositions(m.tics, timing);
+    const size_t first = size_t(std::clamp(fromTic, 0, int(before.size())));
+    const std::vector<double> part(before.begin() + long(first), before.end());
+    std::vector<double> after = before;
+    const std::vector<double> moved = snapToOnsets(part, onsets).ms;
+    std::copy(moved.begin(), moved.end(), after.begin() + long(first));
+    std::vector<long> tics = ticsForPositions(after, timing);
+    // The tics before the first one moved keep their stored times.
+    for (size_t k = 0; k < first; ++k)
+        tics[k] = std::lround(m.tics[k]);
+    if (first > 0 && first < tics.size()) {
+        // The first moved tic counts from the unchanged one before it.
+        double total = 0;
+        for (size_t k = 0; k < first; ++k)
+            total += m.tics[k];
+        const std::vector<long> whole = ticsForPositions(after, timing);
+        long sum = 0;
+        for (size_t k = 0; k <= first; ++k)
+            sum += whole[k];
+        tics[first] = std::max(0L, sum - std::lround(total));
+    }
+    r.bytes = m.withTics(tics);
+    summarise(r, before, musicPositions(std::vector<double>(tics.begin(), tics.end()), timing), m,
+              tics);
+    r.seconds = double(clock.elapsed()) / 1000.0;
+    progress.at(100);
+    return r;
+}
+
+MapResult transferMap(const QString& fromSong, const QByteArray& fromMap, const QString& toSong,
+                      const PlayTiming& timing, const Progress& progress, double maxCost) {
+    QElapsedTimer clock;
+    clock.start();
+    const MapText m = parseMap(fromMap);
+    MapResult r;
+    std::vector<Chroma> ca, cb;
+    std::vector<Onset> onsets;
+    std::vector<float> oa, ob;
+    {
+        const Audio a = decode(fromSong, progress);
+        if (progress.cancelled()) return r.cancelled = true, r;
+        progress.at(20);
+        ca = chromaSequence(a);
+        oa = onsetFrames(detectOnsets(a), ca.size());
+    }
+    progress.at(30);
+    {
+        const Audio b = decode(toSong, progress);
+        if (progress.cancelled()) return r.cancelled = true, r;
+        progress.at(50);
+        cb = chromaSequence(b);
+        onsets = detectOnsets(b);
+        ob = onsetFrames(onsets, cb.size());
+    }
+    progress.at(70);
+    const WarpPath path = alignChroma(
+        ca, cb, 25, [&progress] { return progress.cancelled(); }, oa, ob);
+    if (progress.cancelled()) return r.cancelled = true, r;
+    if (path.steps.empty() || path.relativeCost > maxCost)
+        throw AlignError(
+            QStringLiteral("The recordings do not seem to be the same piece (alignment cost %1).")
+                .arg(path.relativeCost, 0, 'f', 2)
+                .toStdString());
+    progress.at(90);
+    const std::vector<double> before = musicPositions(m.tics, timing);
+    std::vector<double> warped;
+    for (double p : before)
+        warped.push_back(warpTime(path, p));
+    const std::vector<double> after = snapToOnsets(warped, onsets, 70, 150, false).ms;
+    const std::vector<long> tics = ticsForPositions(after, timing);
+    r.bytes = m.withTics(tics);
+    summarise(r, before, musicPositions(std::vector<double>(tics.begin(), tics.end()), timing), m,
+              tics);
+    r.pathCost = path.relativeCost;
+    r.seconds = double(clock.elapsed()) / 1000.0;
+    progress.at(100);
+    return r;
+}
+
+PlayTiming playTimingOf(const Session& s) {
+    const VelmorState& v = s.velmor;
+    PlayTiming t;
+    t.ticFactor = v.Text5.value();
+    t.speed = v.Speed.value();
+    double start = 0;
+    if (v.CNWC.get() == 1) start += 100 + 1000 * std::max(0.0, v.Text4.value());
+    if (v.LoadPDF.get() == 1 && v.PDFDLY.value() > 0) start += 1000 * v.PDFDLY.value();
+    t.musicStartMs = start;
+    t.firstNoteMs = v.FirstNote.value() > 0 ? std::floor(v.FirstNote.value()) + 1 : 0;
+    return t;
+}
+
+bool writeFileAtomically(const QString& path, const QByteArray& bytes) {
+    QSaveFile f(path);
+    if (!f.open(QIODevice::WriteOnly)) return false;
+    if (f.write(bytes) != bytes.size()) {
+        f.cancelWriting();
+        return false;
+    }
+    return f.commit();
+}
+
+} // namespace mv::align

@@ -1,0 +1,78 @@
+#pragma once
+// The two map operations: tighten a map to its recording's onsets, and
+// carry a map from one recording to another.  Pure work on bytes and audio
+// files, safe on a worker thread; the caller writes the result.
+
+#include "align/map_times.h"
+
+#include <QByteArray>
+#include <QString>
+#include <atomic>
+#include <functional>
+#include <stdexcept>
+
+namespace mv {
+struct Session;
+}
+
+namespace mv::align {
+
+// A bad input: the message says what and which file.
+struct AlignError : std::runtime_error {
+    using std::runtime_error::runtime_error;
+};
+
+// Progress 0..100 and a cancel flag, both safe from the worker thread.
+struct Progress {
+    std::function<void(int)> report; // called on the worker thread; may be empty
+    const std::atomic<bool>* cancel = nullptr;
+    bool cancelled() const { return cancel && cancel->load(); }
+    void at(int p) const {
+        if (report) report(p);
+    }
+};
+
+struct MapResult {
+    QByteArray bytes;         // the new map, in the file's own form
+    int tics = 0;             // tics in the map
+    int moved = 0;            // tics whose time changed
+    double medianShiftMs = 0; // median and largest change of a tic's music position
+    double maxShiftMs = 0;
+    double seconds = 0;  // time the work took
+    double pathCost = 0; // mean alignment cost (transfer only)
+    bool cancelled = false;
+};
+
+// The relative path cost (WarpPath::relativeCost) above which two
+// recordings are taken for different pieces.  Renditions of one demo song
+// reach 0.39 at most (bench/align); two different demo songs cost from 0.30
+// up, so this catches unrelated recordings, not every different song.
+constexpr double kNotSamePieceCost = 0.5;
+
+// Tightens the tics of `map` from tic `fromTic` on (0: all) to the onsets of
+// `song`.  Throws AlignError for an undecodable song or a map with no tics.
+MapResult tightenMap(const QString& song, const QByteArray& map, const PlayTiming& timing,
+                     int fromTic = 0, const Progress& progress = {});
+
+// Carries `fromMap` (made for `fromSong`) to `toSong`: every tic's music
+// position moved through the alignment of the two recordings, then snapped
+// to the target's onsets.  Throws AlignError for an undecodable song, a map
+// with no tics, or recordings that do not seem to be the same piece.
+MapResult transferMap(const QString& fromSong, const QByteArray& fromMap, const QString& toSong,
+                      const PlayTiming& timing, const Progress& progress = {},
+                      double maxCost = kNotSamePieceCost);
+
+// Tightens a list of music positions on `song` (used by the bench too).
+std::vector<double> tightenPositions(const std::vector<double>& positions,
+                                     const std::vector<struct Onset>& onsets);
+
+// The timing a play fires tics with under the session's settings: Tic
+// Offset, Speed, the count-off (PDF Delay, or in notation mode the
+// viewer's delay before it) and the first-note delay.
+PlayTiming playTimingOf(const Session& s);
+
+// Writes `bytes` to `path` through a temporary file and a rename.  False
+// (and the old file untouched) when it cannot.
+bool writeFileAtomically(const QString& path, const QByteArray& bytes);
+
+} // namespace mv::align

@@ -1,0 +1,150 @@
+// The pure parts of map alignment: onsets and the snap on click tracks,
+// the warp of a time through a path, and the map's text and timing.
+
+#include "align/features.h"
+#include "align/map_times.h"
+#include "align/snap.h"
+#include "align/warp.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <random>
+
+using namespace mv::align;
+
+namespace {
+
+// A click track: a decaying 880 Hz tone burst at each time, over faint noise.
+Audio clicks(const std::vector<double>& ms, double seconds) {
+    Audio a;
+    a.rate = 22050;
+    a.samples.assign(size_t(seconds * a.rate), 0.f);
+    std::mt19937 rng(1);
+    std::normal_distribution<float> noise(0, 0.0005f);
+    for (float& v : a.samples)
+        v = noise(rng);
+    for (double t : ms) {
+        const size_t at = size_t(t * a.rate / 1000);
+        for (size_t k = 0; k < size_t(a.rate / 5) && at + k < a.samples.size(); ++k)
+            a.samples[at + k] +=
+                0.5f * float(std::exp(-double(k) / 600) * std::sin(2 * M_PI * 880 * k / a.rate));
+    }
+    return a;
+}
+
+} // namespace
+
+TEST(Align, OnsetsFallOnTheClicks) {
+    const std::vector<double> truth = {500, 1000, 1480, 2030, 2600, 3100};
+    const std::vector<Onset> on = detectOnsets(clicks(truth, 4));
+    ASSERT_EQ(on.size(), truth.size());
+    for (size_t k = 0; k < truth.size(); ++k)
+        EXPECT_NEAR(on[k].ms, truth[k], 5) << k;
+}
+
+TEST(Align, SnapRemovesTheLagAndTheJitter) {
+    std::vector<double> truth;
+    for (int k = 0; k < 20; ++k)
+        truth.push_back(500 + 450.0 * k);
+    const std::vector<Onset> on = detectOnsets(clicks(truth, 10));
+    std::mt19937 rng(5);
+    std::uniform_real_distribution<double> jitter(-50, 50);
+    std::vector<double> taps;
+    for (double t : truth)
+        taps.push_back(t + 60 + jitter(rng));
+    taps.push_back(9800); // nothing sounds there: the tap keeps its time plus the lag
+    const SnapResult r = snapToOnsets(taps, on);
+    EXPECT_NEAR(r.lagMs, -60, 30);
+    for (size_t k = 0; k < truth.size(); ++k)
+        EXPECT_NEAR(r.ms[k], truth[k], 5) << k;
+    EXPECT_DOUBLE_EQ(r.ms.back(), 9800 + r.lagMs);
+    EXPECT_EQ(r.snapped, int(truth.size()));
+}
+
+TEST(Align, WarpFollowsThePath) {
+    // Target runs at half speed after a 100 ms (5 frame) lead: j = 5 + 2i.
+    WarpPath p;
+    p.steps.emplace_back(0, 0);
+    for (int j = 1; j <= 5; ++j)
+        p.steps.emplace_back(0, j);
+    for (int i = 1; i <= 50; ++i) {
+        p.steps.emplace_back(i, 5 + 2 * i - 1);
+        p.steps.emplace_back(i, 5 + 2 * i);
+    }
+    // Frame i covers target frames 4+2i and 5+2i; frame 0 covers 0..5.
+    EXPECT_NEAR(warpTime(p, 10 * kChromaHopMs), 24 * kChromaHopMs, 1e-9);
+    EXPECT_NEAR(warpTime(p, 10.5 * kChromaHopMs), 25 * kChromaHopMs, 1e-9);
+    EXPECT_NEAR(warpTime(p, 0.5 * kChromaHopMs), 3 * kChromaHopMs, 1e-9);
+    EXPECT_NEAR(warpTime(p, 53 * kChromaHopMs), (106 + 2) * kChromaHopMs, 1e-9);
+    EXPECT_DOUBLE_EQ(warpTime(WarpPath{}, 1234), 1234);
+}
+
+TEST(Align, TwoRenditionsOfOneToneRowAlign) {
+    // The same chroma row, the second twice as slow with a lead of silence.
+    std::vector<Chroma> a, b;
+    const auto note = [](int pc) {
+        Chroma c{};
+        c[size_t(pc)] = 1;
+        return c;
+    };
+    Chroma silent;
+    silent.fill(float(1 / std::sqrt(12.0)));
+    for (int i = 0; i < 30; ++i)
+        b.push_back(silent);
+    for (int n = 0; n < 40; ++n)
+        for (int k = 0; k < 25; ++k) {
+            a.push_back(note(n * 5 % 12));
+            b.push_back(note(n * 5 % 12));
+            b.push_back(note(n * 5 % 12));
+        }
+    const WarpPath p = alignChroma(a, b);
+    ASSERT_FALSE(p.steps.empty());
+    EXPECT_LT(p.meanCost, 0.05);
+    for (int n = 1; n < 40; ++n) // each note's start lands on its start
+        EXPECT_NEAR(warpTime(p, n * 25 * kChromaHopMs), (30 + n * 50) * kChromaHopMs,
+                    2 * kChromaHopMs)
+            << n;
+}
+
+TEST(Align, MapKeepsEveryLineButTheTics) {
+    const QByteArray map = "100@\r\n0%\r\n350#1#1\r\n#2\r\n#3\r\n#4\r\n#5\r\n#6\r\n 80^\r\n"
+                           "2340\r\n 1650 \r\n 2280 \r\n0\r\nFalse\r\nFalse\r\n"
+                           " 1875 \r\n 4110 \r\n 2280 \r\n8000\r\nTrue\r\nFalse\r\n";
+    const MapText m = MapText::parse(map);
+    ASSERT_EQ(m.tics, (std::vector<double>{2340, 1875}));
+    const QByteArray out = m.withTics({2300, 1900});
+    QByteArray want = map;
+    want.replace("2340\r\n", "2300\r\n").replace(" 1875 \r\n", "1900\r\n");
+    EXPECT_EQ(out, want);
+    EXPECT_EQ(m.withTics({2340, 1875}), QByteArray(map).replace(" 1875 ", "1875"));
+}
+
+TEST(Align, TicTimesAndMusicPositions) {
+    const PlayTiming t; // .995, speed 1, count-off 4 s, first note 500 ms
+    struct Case {
+        std::vector<double> tics, positions;
+    } cases[] = {
+        // The demo maps: map time t plays at .995 t - 4000.
+        {{5025, 2010, 2010}, {0.995 * 5025 - 4000, 0.995 * 7035 - 4000, 0.995 * 9045 - 4000}},
+        // A first tic the delays exceed falls due after the first-note delay.
+        {{1000, 1000}, {500, 500 + 995}},
+    };
+    for (const Case& c : cases) {
+        const std::vector<double> p = musicPositions(c.tics, t);
+        ASSERT_EQ(p.size(), c.positions.size());
+        for (size_t k = 0; k < p.size(); ++k)
+            EXPECT_NEAR(p[k], c.positions[k], 1e-6) << k;
+    }
+    // Back and forth: the tics found fire at the positions asked, to the ms.
+    PlayTiming slow = t;
+    slow.speed = 0.8;
+    for (const PlayTiming& pt : {t, slow}) {
+        const std::vector<double> want = {300, 2500.4, 4999.6, 7010};
+        const std::vector<long> tics = ticsForPositions(want, pt);
+        const std::vector<double> got = musicPositions({tics.begin(), tics.end()}, pt);
+        EXPECT_NEAR(got[0], 500 * pt.speed, 1); // inside the first-note delay
+        for (size_t k = 1; k < want.size(); ++k)
+            EXPECT_NEAR(got[k], want[k], 1.5) << k;
+    }
+}
