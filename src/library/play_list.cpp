@@ -154,13 +154,12 @@ void HP_Click(Session& s) {
 }
 
 void SV_Click(Session& s, Library& lib) {
+    // A cancelled question answers "", which saves the set as ".SSS"; the
+    // chooser shows hidden sets, so that one can be loaded again.
     QString name =
         s.messages
             .inputBox(QStringLiteral("Enter File Name"), QStringLiteral("File Name"), lib.setName)
             .value_or(QString());
-    // Cancelled, or a name with nothing before ".SSS": such a file would be
-    // hidden and no chooser would ever show it, so nothing is written.
-    if (QString(name).remove(QLatin1String(".SSS")).trimmed().isEmpty()) return;
     if (!name.contains(QLatin1String(".SSS"))) name += QStringLiteral(".SSS");
     lib.setName = name;
     const QString path = s.velmor.Text1.text() + u'/' + name;
@@ -175,7 +174,7 @@ void refreshSets(Library& lib) {
     DirxState& d = lib.dirx;
     const QString pattern = d.Filetype.get().trimmed();
     const QStringList files =
-        validPattern(pattern) ? listSongs(d.Folder.get(), pattern) : QStringList();
+        validPattern(pattern) ? listSongs(d.Folder.get(), pattern, true) : QStringList();
     // The selection stands while the list shows the same files.
     if (files == d.File1.get()) return;
     d.File1Index.set(-1);

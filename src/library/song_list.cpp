@@ -17,7 +17,7 @@ bool validPattern(const QString& pattern) {
     return !p.isEmpty() && !p.contains(u'/') && !p.contains(u'\\');
 }
 
-QStringList listSongs(const QString& folder, const QString& pattern) {
+QStringList listSongs(const QString& folder, const QString& pattern, bool withHidden) {
     const QDir dir(folder);
     if (folder.isEmpty() || !dir.exists()) return {};
     QList<QRegularExpression> res;
@@ -25,8 +25,8 @@ QStringList listSongs(const QString& folder, const QString& pattern) {
         res << QRegularExpression(QRegularExpression::wildcardToRegularExpression(p.trimmed()),
                                   QRegularExpression::CaseInsensitiveOption);
     QStringList out;
-    // Hidden files (".name") are no songs.
-    for (const QString& name : dir.entryList(QDir::Files, QDir::Unsorted)) { // sorted below
+    const QDir::Filters filter = withHidden ? QDir::Files | QDir::Hidden : QDir::Files;
+    for (const QString& name : dir.entryList(filter, QDir::Unsorted)) { // sorted below
         for (const auto& re : res)
             if (re.match(name).hasMatch()) {
                 out << name;

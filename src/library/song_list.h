@@ -13,8 +13,10 @@ struct Session;
 
 // The names in `folder` matching `pattern` (wildcards * and ?; several
 // patterns may be separated by ";"), in the order of sortSongs() for the
-// system's locale.  An empty list for a folder that does not exist.
-QStringList listSongs(const QString& folder, const QString& pattern);
+// system's locale.  An empty list for a folder that does not exist.  Hidden
+// files (".name") are left out unless `withHidden`: no song is hidden, but a
+// set saved under an empty name is ".SSS" and must still be offered.
+QStringList listSongs(const QString& folder, const QString& pattern, bool withHidden = false);
 
 // Sorts song names by `locale`'s collation without regard to case, so that
 // an accented initial stands with its letter ("Élan" beside "Elan"), with
