@@ -116,9 +116,10 @@ OverlayWidget::OverlayWidget(Session& s, QWidget* sheet) : QWidget(sheet), s_(s)
     setObjectName(QStringLiteral("Form1"));
     setAttribute(Qt::WA_AcceptTouchEvents);
     setAutoFillBackground(false); // nothing drawn: the sheet shows through
-    // It never takes the focus, nor activates its window: raised every 5 s,
-    // it would take the keyboard from the panel, where a foot switch works.
-    setFocusPolicy(Qt::NoFocus);
+    // It takes the sheet window's focus at each raise but never activates
+    // the window: raised every 5 s, it would otherwise take the keyboard from
+    // the panel, where a foot switch works.
+    setFocusPolicy(Qt::ClickFocus); // out of the sheet window's tab order
     setAttribute(Qt::WA_ShowWithoutActivating);
     subs_.push_back(s.form1.Raised.subscribe([this] { raiseOver(); }));
     subs_.push_back(s.form1.Visible.subscribe([this] { setVisible(s_.form1.Visible.get()); }));
@@ -140,10 +141,21 @@ void OverlayWidget::raiseOver() {
     if (QWidget* cursor =
             sheet->findChild<QWidget*>(QStringLiteral("Picture1"), Qt::FindDirectChildrenOnly))
         cursor->raise(); // the cursor stays in sight above it
+    // The focus inside the sheet window only: in an inactive window this
+    // just marks where the keys go once the user activates it.
+    if (o.Visible.get() && !hasFocus()) setFocus(Qt::OtherFocusReason);
 }
 
 void OverlayWidget::press(QPointF at) {
+    if (!hasFocus()) setFocus(Qt::MouseFocusReason); // a touch gives no click focus
     runGuarded(s_.messages, [&] { Form1_MouseDown(s_, at.x() * 15, at.y() * 15); });
+}
+
+// Pedal keys turn pages; every other key stops here, so the sheet window's
+// letter keys stay quiet while the overlay has the focus.
+void OverlayWidget::keyPressEvent(QKeyEvent* e) {
+    runGuarded(s_.messages, [&] { pedalKeyPress(s_, e->key(), e->isAutoRepeat()); });
+    e->accept();
 }
 
 void OverlayWidget::release() {

@@ -57,6 +57,7 @@ class OverlayWidget : public QWidget {
     bool event(QEvent* e) override;
     void mousePressEvent(QMouseEvent* e) override;
     void mouseReleaseEvent(QMouseEvent* e) override;
+    void keyPressEvent(QKeyEvent* e) override;
 
   private:
     void raiseOver();

@@ -233,7 +233,7 @@ TEST_F(SheetViewsTest, OverlayClocksSetters) {
     }
 }
 
-// The overlay takes no focus and no letters, only the pedal keys; a touch or
+// The overlay takes no tab focus and no letters, only the pedal keys; a touch or
 // click turns by its zone, once a touch; with FootControl only the top zone
 // (a scroll) acts; and it comes back with its sheet window.
 TEST_F(SheetViewsTest, OverlayPedalKeysTouchZonesAndFootControl) {
@@ -249,8 +249,11 @@ TEST_F(SheetViewsTest, OverlayPedalKeysTouchZonesAndFootControl) {
     s.velmor.ShowB.set(1);
     raiseOverlay(s, false);
     QWidget* form = w("Form1");
-    EXPECT_EQ(form->focusPolicy(), Qt::NoFocus); // the keyboard stays where it is
-    v1.page = 2;
+    EXPECT_FALSE(form->focusPolicy() & Qt::TabFocus);
+    for (char letter : {'n', '/'}) // the sheet window's "next page"
+        QTest::keyClick(form, letter);
+    QTest::keyClick(form, Qt::Key_PageDown);
+    EXPECT_EQ(v1.page, 2);
     const QPoint right(form->width() * 3 / 4, form->height() / 2);
     QTest::mouseClick(form, Qt::LeftButton, {}, right);
     EXPECT_EQ(std::tuple(v1.page, s.g.OverlayTicks), std::tuple(3, 51)); // 51: the release
@@ -318,7 +321,9 @@ TEST_F(SheetViewsTest, FootSwitchTurnsOnTheFocusAndRestsOnDispList) {
         clock.advanceBy(5000);
         QApplication::processEvents();
         ASSERT_GT(s.form1.Raised.get(), raised);
-        ASSERT_EQ(QApplication::activeWindow(), panel) << "raise " << raise;
+        ASSERT_EQ(std::tuple(QApplication::activeWindow(), w("AdobeF")->focusWidget()),
+                  std::tuple(panel, w("AdobeF", "Form1")))
+            << "raise " << raise;
         QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab);
         EXPECT_EQ(v1.page, 3) << "raise " << raise;
         QTest::keyClick(QApplication::focusWidget(), Qt::Key_Backtab);
