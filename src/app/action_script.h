@@ -35,6 +35,8 @@
 //   checkfocus W.C                 the control has its window's focus
 //   checkscreen W index            the window stands on screen `index`
 //   show W / hide W                show or hide a window
+//   close W                        ask the window to close, as its title bar's
+//                                  close button does (its closeEvent runs)
 //   activate W                     bring the window to the front, with the keyboard
 //   wait ms                        let the program run for ms
 //   mark                           the origin of waituntil is now

@@ -120,8 +120,9 @@ TEST_F(SettingsTest, ShortOlderFilesStopWhereTheyEndAndBadValuesAfterLine37Fail)
     EXPECT_TRUE(readLines1to37(s, {}));
     EXPECT_EQ(s.velmor.Text1.text(), "/music");
     EXPECT_THROW(readLines38to60(s), Failure);
-    SaveVelmor(s); // rewrites the file under the name it has
-    EXPECT_EQ(QDir(dir.path()).entryList(QDir::Files), QStringList{"MELLIVANE.INI"});
+    SaveVelmor(s); // rewrites the file under the name it has, the file as read kept beside it
+    EXPECT_EQ(QDir(dir.path()).entryList(QDir::Files),
+              (QStringList{"MELLIVANE.INI", "MELLIVANE.INI.bak"}));
 }
 
 // The second sheet window's place file: six lines, the place kept on the
@@ -175,17 +176,25 @@ TEST_F(SettingsTest, StartUpStepsFollowTheLengthOfTheFileAndTheViewerStep) {
 
     // 60 lines with a bad check box value after the viewer step: the error
     // is said and start-up ends there (the played list is not read); the main
-    // window comes up all the same.
+    // window comes up all the same.  The file as read is kept beside it, so
+    // the lines after the bad one outlive the rewrite at shut-down.
     l.resize(60);
     l[39] = "7";
+    l[48] = "35";
     write(l);
+    const QByteArray asRead = readFile(dir.filePath("Mellivane.ini"));
     ran.clear();
     Session& t = restart();
     startUp(t, h, {});
     // The messages are those of both runs.
     EXPECT_EQ(readouts(ran.join(','), messages.shown.join('|'), t.velmor.PlayedList),
               (QStringList{"AdjustAll,activate NWCViewer,main window",
-                           "Error 380 Invalid property value", ""}));
+                           "Error 380 Invalid property value (line 40 of \"Mellivane.ini\"; the "
+                           "file as read is kept as \"Mellivane.ini.bak\")",
+                           ""}));
+    shutDown(t, {});
+    EXPECT_EQ(readouts(lines().value(48), readFile(dir.filePath("Mellivane.ini.bak")) == asRead),
+              (QStringList{"20", "true"}));
 }
 
 // The first run starts on the demo songs; shut-down restores a minimised
