@@ -6,6 +6,7 @@
 #include <QFileInfo>
 #include <QSaveFile>
 #include <cerrno>
+#include <unistd.h>
 
 namespace mv {
 
@@ -14,8 +15,9 @@ namespace {
 class DiskStream : public StreamFile {
   public:
     explicit DiskStream(const QString& path) : f_(path) {}
-    bool open() {
-        return f_.open(QIODevice::WriteOnly | QIODevice::Truncate | QIODevice::Unbuffered);
+    bool open(bool keep) {
+        return f_.open(QIODevice::WriteOnly | QIODevice::Unbuffered |
+                       (keep ? QIODevice::Append : QIODevice::Truncate));
     }
     // Unbuffered: one call is one write(2), and the bytes are in the file
     // system when it returns.
@@ -50,11 +52,12 @@ class Disk : public FileLayer {
         f.write(bytes.data(), bytes.size());
         if (!f.commit()) throw failures::pathFileAccess();
     }
-    std::unique_ptr<StreamFile> stream(const QString& path) override {
+    std::unique_ptr<StreamFile> stream(const QString& path, bool keep) override {
         auto s = std::make_unique<DiskStream>(path);
-        if (!s->open()) throw failures::pathFileAccess();
+        if (!s->open(keep)) throw failures::pathFileAccess();
         return s;
     }
+    qint64 pageSize() const override { return ::sysconf(_SC_PAGESIZE); }
 };
 
 } // namespace

@@ -37,9 +37,13 @@ class FileLayer {
     // rename.  Failure 75 when that cannot be done whole (a full disk, a
     // folder that cannot be written); the old file then stands as it was.
     virtual void replace(const QString& path, QByteArrayView bytes) = 0;
-    // Empties `path` (creating it) and opens it for writing straight
-    // through.  Failure 75 when it cannot be opened.
-    virtual std::unique_ptr<StreamFile> stream(const QString& path) = 0;
+    // Opens `path` for writing straight through at its end, emptied first
+    // (creating it) unless `keep`.  Failure 75 when it cannot be opened.
+    virtual std::unique_ptr<StreamFile> stream(const QString& path, bool keep = false) = 0;
+    // The unit in which the system copies a write into a file: a kill can
+    // cut a write that spans two of them between the two, never one that
+    // stays inside one.
+    virtual qint64 pageSize() const = 0;
 };
 
 // The local file system.

@@ -12,6 +12,7 @@ struct FileTable::Slot {
     QStringList lines; // Input: the file's lines; Output: the lines written
     qsizetype next = 0;
     std::unique_ptr<StreamFile> stream;
+    QByteArray written;                         // Stream: what the file holds
     std::optional<TextEncoding> streamEncoding; // taken with the first block
 };
 
@@ -195,10 +196,31 @@ void FileTable::writeLines(int number, const QStringList& lines) {
         s.streamEncoding = e;
         remember(s.path, e);
     }
+    if (!s.stream) throw failures::badFileNumber(); // lost when it could not be opened again
+    const qint64 before = s.written.size();
+    const qint64 page = layer_->pageSize();
+    if (page > 0 && before / page != (before + bytes.size() - 1) / page) {
+        // The system copies a write into the file page by page and stops
+        // between two pages at a kill: a block that spans two goes in by
+        // replacing the whole file (a kill leaves the old one or the new
+        // one), and the stream goes on at the end of the new one.
+        s.stream.reset();
+        try {
+            layer_->replace(s.path, s.written + bytes);
+        } catch (const Failure&) {
+            s.stream = layer_->stream(s.path, true);
+            throw;
+        }
+        s.stream = layer_->stream(s.path, true);
+        s.written += bytes;
+        return;
+    }
     // One buffer, one write: a kill leaves the block in the file or not.
-    const qint64 before = s.stream->size();
     const qint64 n = s.stream->write(bytes);
-    if (n == bytes.size()) return;
+    if (n == bytes.size()) {
+        s.written += bytes;
+        return;
+    }
     // What did not fit whole is taken back, so the file ends on a whole block.
     const bool full = s.stream->diskFull();
     if (n > 0) s.stream->truncate(before);

@@ -156,11 +156,13 @@ void FakeDisk::replace(const QString& path, QByteArrayView bytes) {
     // The temporary file is written before the rename: a disk without room
     // for all of it fails, and the old file stands.
     if (room >= 0 && bytes.size() > room) throw failures::pathFileAccess();
+    const qint64 old = QFileInfo(path).size(); // its room comes back after the rename
     diskFiles().replace(path, bytes);
+    if (room >= 0) room -= std::max<qint64>(0, bytes.size() - old);
     ++replaced;
 }
 
-std::unique_ptr<StreamFile> FakeDisk::stream(const QString& path) {
+std::unique_ptr<StreamFile> FakeDisk::stream(const QString& path, bool keep) {
     checkFolder(path);
     class Stream : public StreamFile {
       public:
@@ -188,7 +190,7 @@ std::unique_ptr<StreamFile> FakeDisk::stream(const QString& path) {
         qint64& room_;
         bool full_ = false;
     };
-    return std::make_unique<Stream>(diskFiles().stream(path), room);
+    return std::make_unique<Stream>(diskFiles().stream(path, keep), room);
 }
 
 } // namespace mv::test

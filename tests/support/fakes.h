@@ -113,7 +113,8 @@ class FakeDisk : public FileLayer {
   public:
     QByteArray read(const QString& path) override { return diskFiles().read(path); }
     void replace(const QString& path, QByteArrayView bytes) override;
-    std::unique_ptr<StreamFile> stream(const QString& path) override;
+    std::unique_ptr<StreamFile> stream(const QString& path, bool keep) override;
+    qint64 pageSize() const override { return diskFiles().pageSize(); }
     QString lockedFolder; // absolute path; empty: none
     qint64 room = -1;     // bytes left; -1: no limit
     int replaced = 0;     // files replaced whole

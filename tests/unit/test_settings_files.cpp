@@ -5,7 +5,10 @@
 #include "core/session_state.h"
 #include "core/settings_files.h"
 #include "core/startup.h"
+#include "cursormap/map_file.h"
 #include "fakes.h"
+#include "library/library.h"
+#include "library/play_list.h"
 #include "stage.h"
 #include "test_files.h"
 #include "units_helpers.h"
@@ -266,6 +269,68 @@ TEST_F(SettingsTest, FilesThatCameBackWrongComeBackAsSaved) {
         EXPECT_EQ(lines(), l);
     }
     EXPECT_TRUE(messages.shown.isEmpty());
+}
+
+// Files made on Windows, in its code page (0x92 a closing quote, 0xE9 é,
+// 0x80 the euro sign): each is read by the program as the user's work reads
+// it and written back by the same road unchanged, and keeps its bytes.
+TEST_F(SettingsTest, WindowsMadeFilesReadAndSavedUnchangedKeepTheirBytes) {
+    const QByteArray name = "Don\x92t caf\xe9 \x80";
+    SaveVelmor(s); // the built-in settings, with a song folder named in the code page
+    QList<QByteArray> settings = readFile(dir.filePath("Mellivane.ini")).split('\n');
+    settings[0] = "C:\\" + name + '\r';
+    Library lib;
+    Session& r = restart();
+    r.velmor.HScroll1.set(80); // the map's volume line
+    QString folder;
+    const std::tuple<const char*, QByteArray, std::function<void()>> cases[] = {
+        {"Mellivane.ini", settings.join('\n'),
+         [&] {
+             openSettings(r);
+             readLines1to37(r, {});
+             readLines38to60(r);
+             SaveVelmor(r);
+             folder = r.velmor.Text1.text();
+         }},
+        {"AdobeF2.ini", " 120\r\n-45\r\n" + name + "\r\n 0 \r\n 4500 \r\n15\r\n",
+         [&] {
+             readAdobeF2(r);
+             writeAdobeF2(r);
+         }},
+        {"PlayList.txt", " 1 \r\n 0 \r\n 0 \r\n" + name + ".mp3\r\nZ.mp3\r\n",
+         [&] {
+             showPlayLst(r, lib);
+             PlayLst_Unload(r, lib);
+         }},
+        {"PlayedList.txt", "C:\\" + name + ".mp3,\r\n",
+         [&] {
+             startUp(r, {}, {});
+             shutDown(r, {});
+         }},
+        {"Gig.SSS", " 0 \r\n 1 \r\n 0 \r\n" + name + ".mp3\r\n\r\n",
+         [&] {
+             applyListFile(r, readListFile(r, dir.filePath("Gig.SSS"), true));
+             r.velmor.Text1.setText(dir.path()); // the sets' folder
+             messages.inputAnswers << "Gig.SSS";
+             SV_Click(r, lib);
+         }},
+        {"Song.map",
+         crlf(QStringList{"#1", "#2", "#3", "#4", "#5", "#6", " 80^"}) + "2000\r\n" + name +
+             "\r\n 2000 \r\n0\r\nFalse\r\nFalse\r\n",
+         [&] {
+             editLoad(r, dir.filePath("Song.map"));
+             tableWrite(r, dir.filePath("Song.map"));
+         }},
+    };
+    installLibrary(r, lib);
+    for (const auto& [file, bytes, readAndSave] : cases) {
+        SCOPED_TRACE(file);
+        ASSERT_TRUE(writeFile(dir.filePath(file), bytes));
+        readAndSave();
+        EXPECT_EQ(QString(readFile(dir.filePath(file)).toHex(' ')), QString(bytes.toHex(' ')));
+    }
+    EXPECT_EQ(readouts(folder, r.tic.X[0]),
+              (QStringList{"C:\\Don\u2019t caf\u00e9 \u20ac", "Don\u2019t caf\u00e9 \u20ac"}));
 }
 
 } // namespace
