@@ -400,6 +400,9 @@ void ActionScript::runLine(const QString& line) {
         w->window()->activateWindow();
     } else if (verb == u"hide") {
         w->hide();
+    } else if (verb == u"close") {
+        // The request of the title bar's close button: closeEvent runs.
+        w->window()->close();
     } else if (verb == u"click" || verb == u"press" || verb == u"release" || verb == u"move" ||
                verb == u"drag") {
         mouse(verb, a, w);

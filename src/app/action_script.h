@@ -39,6 +39,8 @@
 //   checkscreen W index            the window stands on screen `index`
 //   checkfullscreen W yes|no       the window is full screen, covering its screen
 //   show W / hide W                show or hide a window
+//   close W                        ask the window to close, as its title bar's
+//                                  close button does (its closeEvent runs)
 //   activate W                     bring the window to the front, with the keyboard
 //   wait ms                        let the program run for ms
 //   mark                           the origin of waituntil is now

@@ -302,6 +302,13 @@ struct Session {
     EventPump pump;
     Messages& messages;
     FileTable files;
+    // "Mellivane.ini" while start-up reads it in stretches: read whole at
+    // its opening, under no file number.
+    struct SettingsInput {
+        bool open = false;
+        QStringList lines;
+        qsizetype next = 0;
+    } settingsIn;
     MediaPlayer* player = nullptr;
     Beeper* beeper = nullptr;
     WindowRegistry* windows = nullptr;

@@ -10,7 +10,6 @@ namespace mv {
 
 namespace {
 
-constexpr int kFile = 1;
 const QString kSettings = QStringLiteral("Mellivane.ini");
 
 QString flag(int checked) {
@@ -33,16 +32,19 @@ QString configFile(const Session& s, const QString& name) {
 
 namespace {
 
-// Replaces the settings file `name`, written as file `number`, with `lines`.
-void writeConfigLines(Session& s, int number, const QString& name, const QStringList& lines) {
-    s.files.close(number);
-    s.files.open(number, configFile(s, name), FileMode::Output);
-    for (const QString& l : lines)
-        s.files.writeLine(number, l);
-    s.files.close(number);
+// Replaces the settings file `name` with `lines`, under no file number.
+void writeConfigLines(Session& s, const QString& name, const QStringList& lines) {
+    s.files.writeText(configFile(s, name), lines);
 }
 
+bool settingsEnd(const Session& s) {
+    return !s.settingsIn.open || s.settingsIn.next >= s.settingsIn.lines.size();
+}
+QString nextSettingsLine(Session& s) { return s.settingsIn.lines[s.settingsIn.next++]; }
+
 } // namespace
+
+void closeSettings(Session& s) { s.settingsIn = {}; }
 
 void SaveVelmor(Session& s) {
     VelmorState& v = s.velmor;
@@ -107,29 +109,30 @@ void SaveVelmor(Session& s) {
                                flag(v.NoScroll.get()),
                                flag(v.FootControl.get()),
                                v.PDFLeftD.text()};
-    writeConfigLines(s, kFile, kSettings, lines);
+    writeConfigLines(s, kSettings, lines);
 }
 
 bool openSettings(Session& s) {
     const QString path = configFile(s, kSettings);
+    closeSettings(s);
     if (!QFileInfo(path).isFile()) return false;
-    s.files.close(kFile);
     try {
-        s.files.open(kFile, path, FileMode::Input);
+        s.settingsIn.lines = s.files.readText(path);
     } catch (const Failure&) {
         return false;
     }
+    s.settingsIn.open = true;
     return true;
 }
 
 bool readLines1to37(Session& s, const std::function<void()>& onShowSheet1) {
     VelmorState& v = s.velmor;
     for (int line = 1; line <= 37; ++line) {
-        if (!s.files.isOpen(kFile) || s.files.eof(kFile)) {
-            s.files.close(kFile);
+        if (settingsEnd(s)) {
+            closeSettings(s);
             return false;
         }
-        const QString l = s.files.readLine(kFile);
+        const QString l = nextSettingsLine(s);
         try { // a bad line is passed over
             switch (line) {
             case 1: v.Text1.setText(l); break;
@@ -241,41 +244,57 @@ void readLine38to60(Session& s, int line, const QString& l) {
     }
 }
 
+// The reading stops at line `line`, so the next rewrite would put built-in
+// values over the lines after it: the file as read is kept beside it first.
+// What the message adds about it.
+QString keepAsRead(Session& s, int line) {
+    const QString path = configFile(s, kSettings);
+    const QString copy = path + QStringLiteral(".bak");
+    const QString where =
+        QStringLiteral(" (line %1 of \"%2\"").arg(line).arg(QFileInfo(path).fileName());
+    try {
+        s.files.layer().replace(copy, s.files.layer().read(path));
+    } catch (const Failure& f) {
+        return where + QStringLiteral("; the file could not be kept as \"") +
+               QFileInfo(copy).fileName() + QStringLiteral("\": ") + f.description() + u')';
+    }
+    return where + QStringLiteral("; the file as read is kept as \"") + QFileInfo(copy).fileName() +
+           QStringLiteral("\")");
+}
+
 } // namespace
 
 void readLines38to60(Session& s, bool failuresEnd) {
     for (int line = 38; line <= 60; ++line) {
-        if (!s.files.isOpen(kFile) || s.files.eof(kFile)) break;
-        const QString l = s.files.readLine(kFile);
+        if (settingsEnd(s)) break;
+        const QString l = nextSettingsLine(s);
         try {
             readLine38to60(s, line, l);
-        } catch (const Failure&) {
+        } catch (const Failure& f) {
             if (failuresEnd) {
-                s.files.close(kFile);
-                throw;
+                closeSettings(s);
+                throw Failure(f.number(), f.description() + keepAsRead(s, line));
             }
         }
     }
-    s.files.close(kFile);
+    closeSettings(s);
 }
 
 namespace {
 
 using LineTaker = std::function<void(const QString&)>;
 
-// Opens a place file as `number`, hands its lines in order to `takers`,
-// stopping where the file ends, and closes it.  False without the file.
-bool readPlaceFile(Session& s, int number, const QString& name,
-                   std::initializer_list<LineTaker> takers) {
+// Reads a place file and hands its lines in order to `takers`, stopping
+// where the file ends.  False without the file.
+bool readPlaceFile(Session& s, const QString& name, std::initializer_list<LineTaker> takers) {
     const QString path = configFile(s, name);
     if (!QFileInfo(path).isFile()) return false;
-    s.files.close(number);
-    s.files.open(number, path, FileMode::Input);
+    const QStringList lines = s.files.readText(path);
+    auto line = lines.begin();
     for (const LineTaker& take : takers) {
-        if (s.files.eof(number)) break;
-        take(s.files.readLine(number));
+        if (line == lines.end()) break;
+        take(*line++);
     }
-    s.files.close(number);
     return true;
 }
 
@@ -291,19 +310,19 @@ double placeLeft(const Session& s, double left) { return left < s.screenWidth ? 
 bool readAdobeFx(Session& s) {
     SheetOneState& f = s.adobeF;
     return readPlaceFile(
-        s, 2, QStringLiteral("AdobeFx.ini"),
+        s, QStringLiteral("AdobeFx.ini"),
         {[&](const QString& l) { f.Top = val(l); }, [&](const QString& l) { f.Left = val(l); }});
 }
 
 void writeAdobeFx(Session& s) {
     const SheetOneState& f = s.adobeF;
-    writeConfigLines(s, 2, QStringLiteral("AdobeFx.ini"),
+    writeConfigLines(s, QStringLiteral("AdobeFx.ini"),
                      {printForm(placeTop(s, f.Top, f.Height)), printForm(placeLeft(s, f.Left))});
 }
 
 bool readAdobeF2(Session& s) {
     SheetTwoState& w = s.adobeF2;
-    return readPlaceFile(s, 3, QStringLiteral("AdobeF2.ini"),
+    return readPlaceFile(s, QStringLiteral("AdobeF2.ini"),
                          {[&](const QString& l) { w.ScrollOffset.setText(l); },
                           [&](const QString& l) { w.AdjLeft.setText(l); },
                           [&](const QString& l) { w.PDFTop.setText(l); },
@@ -314,7 +333,7 @@ bool readAdobeF2(Session& s) {
 
 void writeAdobeF2(Session& s) {
     const SheetTwoState& w = s.adobeF2;
-    writeConfigLines(s, 3, QStringLiteral("AdobeF2.ini"),
+    writeConfigLines(s, QStringLiteral("AdobeF2.ini"),
                      {w.ScrollOffset.text(), w.AdjLeft.text(), w.PDFTop.text(),
                       printForm(placeTop(s, w.Top, w.Height)), printForm(placeLeft(s, w.Left)),
                       w.PDFOffset.text()});

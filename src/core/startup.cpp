@@ -20,11 +20,8 @@ const QString kPlayed = QStringLiteral("PlayedList.txt");
 void readPlayedList(Session& s) {
     const QString path = configFile(s, kPlayed);
     if (!QFileInfo(path).isFile()) return;
-    s.files.close(1);
-    s.files.open(1, path, FileMode::Input);
-    for (const QString& l : s.files.readRest(1))
+    for (const QString& l : s.files.readText(path))
         if (!l.isEmpty()) s.velmor.PlayedList += l;
-    s.files.close(1);
 }
 
 } // namespace
@@ -98,7 +95,7 @@ void startUp(Session& s, const StartupHooks& h, const QString& demoRoot) {
             // Before the viewer step failures are passed over line by line.
             step([&] { readLines38to60(s, viewerStep); }); // 9, 10
         }
-        step([&] { s.files.close(1); }); // 11
+        step([&] { closeSettings(s); }); // 11
         step([&] {
             if (h.focusMainWindow) h.focusMainWindow(); // 12
         });
@@ -120,7 +117,7 @@ void startUp(Session& s, const StartupHooks& h, const QString& demoRoot) {
         }
         ranToEnd = true;
     } catch (const Failure& f) {
-        s.files.close(1);
+        closeSettings(s);
         s.messages.msgBox(f.message());
     }
     // After a failure the main window comes up all the same, without the
@@ -136,13 +133,9 @@ void shutDown(Session& s, const StartupHooks& h) {
         if (h.restoreMainWindow) h.restoreMainWindow();
         if (h.unloadWindows) h.unloadWindows();
         SaveVelmor(s);
-        s.files.close(1);
-        s.files.open(1, configFile(s, kPlayed), FileMode::Output);
-        s.files.writeLine(1, s.velmor.PlayedList);
-        s.files.close(1);
+        s.files.writeText(configFile(s, kPlayed), {s.velmor.PlayedList});
         if (s.velmor.NWCId != 0 && h.closeNotationViewer) h.closeNotationViewer();
     } catch (const Failure&) {
-        s.files.close(1);
     }
 }
 

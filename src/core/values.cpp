@@ -14,6 +14,7 @@ Failure typeMismatch() { return {13, QStringLiteral("Type mismatch")}; }
 Failure badFileNumber() { return {52, QStringLiteral("Bad file name or number")}; }
 Failure fileNotFound() { return {53, QStringLiteral("File not found")}; }
 Failure fileAlreadyOpen() { return {55, QStringLiteral("File already open")}; }
+Failure diskFull() { return {61, QStringLiteral("Disk full")}; }
 Failure inputPastEnd() { return {62, QStringLiteral("Input past end of file")}; }
 Failure pathFileAccess() { return {75, QStringLiteral("Path/File access error")}; }
 Failure pathNotFound() { return {76, QStringLiteral("Path not found")}; }

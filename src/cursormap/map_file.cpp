@@ -41,15 +41,14 @@ int playerVolume(const Session& s) {
 }
 
 // The header lines the writers put ahead of the first record.
-void writeHeader(Session& s, int number, bool always) {
-    FileTable& f = s.files;
-    if (always || s.velmor.ZoomIt.value() != 100)
-        f.writeLine(number, s.velmor.ZoomIt.text() + u'@');
-    if (always || s.velmor.PDFLeft.value() != 0)
-        f.writeLine(number, s.velmor.PDFLeft.text() + u'%');
+QStringList headerLines(const Session& s, bool always) {
+    QStringList l;
+    if (always || s.velmor.ZoomIt.value() != 100) l << s.velmor.ZoomIt.text() + u'@';
+    if (always || s.velmor.PDFLeft.value() != 0) l << s.velmor.PDFLeft.text() + u'%';
     for (int k = 1; k <= 6; ++k)
-        f.writeLine(number, s.g.MapHeaderLines[k] + headerSlotMarker(k));
-    f.writeLine(number, u' ' + numberText(playerVolume(s)) + u'^');
+        l << s.g.MapHeaderLines[k] + headerSlotMarker(k);
+    l << u' ' + numberText(playerVolume(s)) + u'^';
+    return l;
 }
 
 } // namespace
@@ -177,7 +176,7 @@ void tableWrite(Session& s, const QString& path) {
     const TicTable& t = s.tic;
     for (int row = 0; row <= TicTable::kLastRow; ++row) {
         if (t.Tic[row].isEmpty()) break;
-        if (row == 0) writeHeader(s, kFile, false);
+        if (row == 0) s.files.writeLines(kFile, headerLines(s, false));
         for (const auto* col : {&t.Tic, &t.X, &t.Y, &t.Scr, &t.Nxt, &t.Prv})
             s.files.writeLine(kFile, (*col)[row]);
     }
@@ -189,16 +188,12 @@ void streamOpen(Session& s, const QString& path) {
     s.files.open(2, path, FileMode::Stream);
 }
 
-void streamHeader(Session& s) { writeHeader(s, 2, true); }
+void streamHeader(Session& s) { s.files.writeLines(2, headerLines(s, true)); }
 
 void streamTic(Session& s, double tic, double x, double y, double scr, bool nxt, bool prv) {
-    FileTable& f = s.files;
-    f.writeLine(2, numberText(tic));
-    f.writeLine(2, printFormSingle(x));
-    f.writeLine(2, printFormSingle(y));
-    f.writeLine(2, numberText(scr));
-    f.writeLine(2, boolText(nxt));
-    f.writeLine(2, boolText(prv));
+    // The record's six lines in one write: a kill leaves it whole or absent.
+    s.files.writeLines(2, {numberText(tic), printFormSingle(x), printFormSingle(y), numberText(scr),
+                           boolText(nxt), boolText(prv)});
 }
 
 void streamClose(Session& s) { s.files.close(2); }

@@ -42,10 +42,12 @@ void editLoad(Session& s, const QString& path);
 void tableWrite(Session& s, const QString& path);
 
 // Stream write (the recorder), file number 2, open between the two presses
-// of Record.  streamOpen empties the file at once and every line reaches the
-// disk as it is written (a crash loses at most the record being written); streamHeader writes the
-// nine header lines; streamTic writes one record (Tic, Scr trimmed; X, Y in print form as 32-bit
-// floats; Nxt, Prv "True"/"False"); streamClose commits.
+// of Record.  streamOpen empties the file at once; streamHeader writes the
+// nine header lines and streamTic one record (Tic, Scr trimmed; X, Y in print
+// form as 32-bit floats; Nxt, Prv "True"/"False"), each in one write, so a
+// crash loses at most the record being written and never leaves a part of
+// one.  A block that does not fit (a full disk) is failure 61 and the file
+// ends on the block before it.  streamClose closes.
 void streamOpen(Session& s, const QString& path);
 void streamHeader(Session& s);
 void streamTic(Session& s, double tic, double x, double y, double scr, bool nxt, bool prv);

@@ -42,19 +42,11 @@ ListFile parseListFile(const QStringList& lines, bool keepEmpty) {
 }
 
 ListFile readListFile(Session& s, const QString& path, bool keepEmpty) {
-    s.files.close(1);
-    s.files.open(1, path, FileMode::Input);
-    const QStringList lines = s.files.readRest(1);
-    s.files.close(1);
-    return parseListFile(lines, keepEmpty);
+    return parseListFile(s.files.readText(path), keepEmpty);
 }
 
 void writeListFile(Session& s, const QString& path, const ListFile& f) {
-    s.files.close(1);
-    s.files.open(1, path, FileMode::Output);
-    for (const QString& l : listFileLines(f))
-        s.files.writeLine(1, l);
-    s.files.commit(1);
+    s.files.writeText(path, listFileLines(f));
 }
 
 ListFile playListOf(const Session& s) {
@@ -214,8 +206,9 @@ void Dirx_Go(Session& s, Library& lib) {
     const QString path = s.velmor.Text1.text() + u'/' + d.File1.get()[i];
     ClearAll_Click(s);
     applyListFile(s, readListFile(s, path, true));
-    // A running play's map is closed with the rest.
-    s.files.closeAll();
+    // The map a running play reads is closed, which ends the play; a
+    // recording goes on.
+    s.files.closeReads();
     Dirx_Unload(s, lib);
 }
 

@@ -29,9 +29,10 @@ QStringList listFileLines(const ListFile& f);
 // Ends wherever the lines end.  Empty item lines are kept when `keepEmpty`.
 ListFile parseListFile(const QStringList& lines, bool keepEmpty);
 
-// Reads the list file `path` through file number 1; failure 53 when it is
-// not there.  Writes it through file number 1 (a temporary file renamed over
-// the old one); failure 75 when it cannot be written, the old file stands.
+// Reads the list file `path` whole, under no file number; failure 53 when
+// it is not there.  Writes it the same way (a temporary file renamed over the
+// old one), in the encoding it was read in; failure 75 when it cannot be
+// written, the old file stands.
 ListFile readListFile(Session& s, const QString& path, bool keepEmpty);
 void writeListFile(Session& s, const QString& path, const ListFile& f);
 

@@ -38,6 +38,18 @@ void renameByCopy(const QString& folder, const QString& from, const QString& to)
 
 namespace {
 
+// Closes the files a rename must not leave open: the map a running play or
+// an edit load reads (the play ends at its next read), and the record
+// stream only when it writes one of the files renamed.
+void closeForRenaming(Session& s, const QString& folder, const QString& name) {
+    s.files.closeReads();
+    const QString stream = QFileInfo(s.files.path(2)).absoluteFilePath();
+    for (const QString& sibling : zSiblings(name))
+        if (stream.compare(QFileInfo(QDir(folder).filePath(sibling)).absoluteFilePath(),
+                           Qt::CaseInsensitive) == 0)
+            s.files.close(2);
+}
+
 void selectEntryOne(Session& s) {
     if (s.velmor.File1List.get().size() < 2) throw failures::invalidProperty();
     s.velmor.File1ListIndex.set(1);
@@ -52,16 +64,16 @@ void zOperation(Session& s, bool remove) {
     try {
         // Files first on Set Z, the music first on Remove Z: either way a
         // running play loses its map at its next read.
+        const QString folder = s.velmor.Text1.text() + u'/';
         if (remove) {
             stopForRenaming(s);
+            closeForRenaming(s, folder, name);
         } else {
-            for (int n : {1, 2, 3})
-                s.files.close(n);
+            closeForRenaming(s, folder, name);
             dropSource(s, true);
         }
         refreshList(s);
         selectEntryOne(s);
-        const QString folder = s.velmor.Text1.text() + u'/';
         for (const QString& sibling : zSiblings(name)) {
             // The new name is formed from the name as it stands in the folder.
             const QString found =

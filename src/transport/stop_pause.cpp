@@ -85,8 +85,7 @@ void stopForRandomChoice(Session& s) {
 
 void stopForRenaming(Session& s) {
     dropSource(s, true);
-    for (int n : {1, 2, 3})
-        s.files.close(n);
+    s.files.closeReads();
 }
 
 void stopOnClient(Session& s) {

@@ -28,8 +28,9 @@ void dropSource(Session& s, bool tellClients);
 // and after, StopRequested, the source taken away, &STOP/, the file closed.
 void stopForRandomChoice(Session& s);
 // Before renaming ("Set Z", "Remove Z", after the user's Yes): the source
-// taken away, &STOP/, the file closed, then files 1, 2 and 3 closed, so a
-// running play ends silently at its next read.  StopRequested stays as is.
+// taken away, &STOP/, the file closed, then every map open for reading
+// closed (FileTable::closeReads), so a running play ends silently at its
+// next read.  StopRequested stays as is.
 void stopForRenaming(Session& s);
 // "&STOP/" arriving on a client: StopRequested, the source taken away.  The
 // cursors are left to the loop.

@@ -2,8 +2,9 @@
 // SIGKILL: in the middle of a recording the map keeps every tic taken before
 // the kill, each where and when it was clicked; in the middle of the table
 // writes of edit mode (a 5000-row map saved over and over, killed at random
-// moments) the map is always one whole version, the old one or a new one.
-//   test_recording_kill <mellivane binary>     (under xvfb-run)
+// moments) the map is always one whole version, the old one or a new one; a
+// recorder process killed at 60 random moments leaves whole records only.
+//   test_recording_kill <mellivane binary> <record_writer>    (under xvfb-run)
 
 #include "qt_print.h"
 #include "test_files.h"
@@ -12,6 +13,7 @@
 #include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
+#include <QFileInfo>
 #include <QProcess>
 #include <QRandomGenerator>
 #include <QTemporaryDir>
@@ -24,7 +26,7 @@ using namespace mv::test;
 
 namespace {
 
-QString gBinary;
+QString gBinary, gWriter;
 
 // Whole CR LF lines; `tail` gets what follows the last CR LF.
 QList<QByteArray> lines(const QByteArray& b, QByteArray* tail = nullptr) {
@@ -188,12 +190,13 @@ TEST_F(ProgramTest, AKilledTableWriteLeavesTheOldMapOrTheNewOne) {
         start(many);
         ASSERT_TRUE(until([&] { return readFile(map) != old; }, 30000));
         // From the first save on: every other run a kill at a random moment,
-        // the others a kill 0-3 ms after a write is seen under way.
+        // the others a kill within 0.3 ms of seeing a write under way (the
+        // temporary file is open only for its one write, sync and rename).
         auto rng = QRandomGenerator::global();
         if (killed % 2)
             QThread::msleep(rng->bounded(1500));
         else if (until([&] { return writing(); }, 10000))
-            QThread::usleep(rng->bounded(3000));
+            QThread::usleep(rng->bounded(300));
         killedWriting += writing();
         EXPECT_EQ(kill(), QByteArray());
         const QByteArray now = readFile(map);
@@ -207,12 +210,48 @@ TEST_F(ProgramTest, AKilledTableWriteLeavesTheOldMapOrTheNewOne) {
     EXPECT_GE(killedWriting, killed / 4) << "too few kills fell inside a write";
 }
 
+TEST_F(ProgramTest, AKilledRecorderLeavesWholeRecordsOnly) {
+    // record_writer streams records 1, 2, 3, ... until it is killed, at a
+    // random moment up to 20 ms into its writing.
+    const QString path = dir.filePath("Stream.map");
+    auto record = [](int k) {
+        return rec(QString::number(k), printForm(k), printForm(2 * k), QString::number(10 * k),
+                   k % 2, k % 2 == 0);
+    };
+    int most = 0;
+    for (int run = 1; run <= 60; ++run) {
+        QFile::remove(path);
+        QProcess writer;
+        writer.start(gWriter, {path});
+        ASSERT_TRUE(writer.waitForStarted());
+        ASSERT_TRUE(until([&] { return QFileInfo(path).size() > 0; }, 10000)) << "run " << run;
+        QThread::usleep(QRandomGenerator::global()->bounded(20000));
+        ::kill(pid_t(writer.processId()), SIGKILL);
+        writer.waitForFinished();
+        const QByteArray bytes = readFile(path);
+        QByteArray tail;
+        const QList<QByteArray> got = lines(bytes, &tail);
+        const qsizetype records = (got.size() - 9) / 6;
+        ASSERT_TRUE(tail.isEmpty() && got.size() >= 9 && got.size() == 9 + 6 * records)
+            << "run " << run << ": " << got.size() << " whole lines and '" << tail.constData()
+            << "' after them";
+        QStringList want = kMapHeader.mid(0, 8);
+        want << QString::fromLatin1(got[8]);
+        for (int k = 1; k <= records; ++k)
+            want += record(k);
+        ASSERT_EQ(QString::fromLatin1(bytes), QString::fromLatin1(crlf(want))) << "run " << run;
+        most = std::max<int>(most, int(records));
+    }
+    std::printf("recorder kills: 60, most records in a run: %d\n", most);
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
     QCoreApplication app(argc, argv);
     ::testing::InitGoogleTest(&argc, argv);
     gBinary = QString::fromLocal8Bit(argc > 1 ? argv[1] : "mellivane");
+    gWriter = QString::fromLocal8Bit(argc > 2 ? argv[2] : "record_writer");
     qputenv("QT_QPA_PLATFORM", "xcb"); // for the program, on the display of xvfb-run
     return RUN_ALL_TESTS();
 }

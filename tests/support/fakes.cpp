@@ -146,4 +146,51 @@ void attachSheetOne(Session& s, MediaPlayer& player, PdfViewer& viewer) {
     installReadoutFields(s);
 }
 
+void FakeDisk::checkFolder(const QString& path) const {
+    if (!lockedFolder.isEmpty() && QFileInfo(path).absolutePath() == lockedFolder)
+        throw failures::pathFileAccess();
+}
+
+void FakeDisk::replace(const QString& path, QByteArrayView bytes) {
+    checkFolder(path);
+    // The temporary file is written before the rename: a disk without room
+    // for all of it fails, and the old file stands.
+    if (room >= 0 && bytes.size() > room) throw failures::pathFileAccess();
+    const qint64 old = QFileInfo(path).size(); // its room comes back after the rename
+    diskFiles().replace(path, bytes);
+    if (room >= 0) room -= std::max<qint64>(0, bytes.size() - old);
+    ++replaced;
+}
+
+std::unique_ptr<StreamFile> FakeDisk::stream(const QString& path, bool keep) {
+    checkFolder(path);
+    class Stream : public StreamFile {
+      public:
+        Stream(std::unique_ptr<StreamFile> real, qint64& room)
+            : real_(std::move(real)), room_(room) {}
+        qint64 write(QByteArrayView bytes) override {
+            const qint64 fits = room_ < 0 ? bytes.size() : std::min<qint64>(room_, bytes.size());
+            full_ = fits < bytes.size();
+            if (fits == 0 && full_) return -1;
+            const qint64 n = real_->write(bytes.first(fits));
+            if (room_ >= 0 && n > 0) room_ -= n;
+            return n;
+        }
+        bool diskFull() const override { return full_; }
+        qint64 size() const override { return real_->size(); }
+        bool truncate(qint64 length) override {
+            const qint64 freed = real_->size() - length; // a cut gives its room back
+            if (!real_->truncate(length)) return false;
+            if (room_ >= 0) room_ += freed;
+            return true;
+        }
+
+      private:
+        std::unique_ptr<StreamFile> real_;
+        qint64& room_;
+        bool full_ = false;
+    };
+    return std::make_unique<Stream>(diskFiles().stream(path, keep), room);
+}
+
 } // namespace mv::test

@@ -104,6 +104,25 @@ class FakeBeeper : public Beeper {
     Clock& clock_;
 };
 
+// The local disk with its failures at hand: a folder in which no file can
+// be created, and a number of bytes left, after which writes fail as on a
+// full disk (a stream's write falls short and then writes nothing; a
+// replacement that does not fit fails whole and leaves the old file).
+// Reads and what fits go to the real files.
+class FakeDisk : public FileLayer {
+  public:
+    QByteArray read(const QString& path) override { return diskFiles().read(path); }
+    void replace(const QString& path, QByteArrayView bytes) override;
+    std::unique_ptr<StreamFile> stream(const QString& path, bool keep) override;
+    qint64 pageSize() const override { return diskFiles().pageSize(); }
+    QString lockedFolder; // absolute path; empty: none
+    qint64 room = -1;     // bytes left; -1: no limit
+    int replaced = 0;     // files replaced whole
+
+  private:
+    void checkFolder(const QString& path) const;
+};
+
 // Sheet window 1 shown over `viewer`, `player` as the player, and the
 // readout fields wired as in the program.
 void attachSheetOne(Session& s, MediaPlayer& player, PdfViewer& viewer);

@@ -26,11 +26,12 @@ struct FileTableTest : ::testing::Test {
 };
 } // namespace
 
-TEST_F(FileTableTest, NamesReadAsUtf8OrElseLatin1AndWriteAsUtf8) {
+TEST_F(FileTableTest, TextReadsAsUtf8OrElseWindows1252) {
     const std::pair<QByteArray, QStringList> cases[] = {
         {"Dvo\xc5\x99\xc3\xa1k.mp3\r\n 1 \r\n", {"Dvo\u0159\u00e1k.mp3", " 1 "}},
-        {"caf\xe9.mp3\r\nx", {"caf\u00e9.mp3", "x"}}, // a file from Windows
-        // One byte that is no UTF-8 makes the whole file Latin-1.
+        // A file from Windows: 0x92 is the closing quote, 0x80 the euro.
+        {"Don\x92t caf\xe9 \x80.mp3\r\nx", {"Don\u2019t caf\u00e9 \u20ac.mp3", "x"}},
+        // One byte that is no UTF-8 makes the whole file Windows-1252.
         {"\xc3\xa9\r\n\xe9", {"\u00c3\u00a9", "\u00e9"}},
         // CR LF, CR or LF ends a line; no empty line after the last end.
         {"one\r\n\r\ntwo\rthree\nlast\r\n", {"one", "", "two", "three", "last"}},
@@ -38,42 +39,102 @@ TEST_F(FileTableTest, NamesReadAsUtf8OrElseLatin1AndWriteAsUtf8) {
     };
     for (const auto& [bytes, lines] : cases)
         EXPECT_EQ(splitLines(bytes), lines) << bytes.toHex().constData();
-    // The UTF-8 file is written back byte for byte.
-    writeLinesAtomically(dir.filePath("l.txt"), cases[0].second);
-    EXPECT_EQ(readFile(dir.filePath("l.txt")), cases[0].first);
 }
 
-TEST_F(FileTableTest, NumbersAreExclusiveReadingPastTheEndFailsAndClosingEndsTheReader) {
+TEST_F(FileTableTest, FilesAreWrittenBackInTheEncodingTheyWereReadIn) {
+    // Bytes on the disk before, the lines written, the bytes after.
+    const std::tuple<QByteArray, QStringList, QByteArray> cases[] = {
+        // Read and saved unchanged: the same bytes, in either encoding.
+        {"Don\x92t caf\xe9 \x80\r\n", {"Don\u2019t caf\u00e9 \u20ac"}, "Don\x92t caf\xe9 \x80\r\n"},
+        {"caf\xc3\xa9\r\n", {"caf\u00e9", "\u00e9"}, "caf\xc3\xa9\r\n\xc3\xa9\r\n"},
+        // New files: Windows-1252 when every character fits, else UTF-8.
+        {"", {"caf\u00e9"}, "caf\xe9\r\n"},
+        {"", {"\u041a\u0430"}, "\xd0\x9a\xd0\xb0\r\n"},
+        // A Windows file given a name beyond its code page, or one whose
+        // bytes would read back as UTF-8, turns UTF-8.
+        {"caf\xe9\r\n", {"\u00e9 \u041a"}, "\xc3\xa9 \xd0\x9a\r\n"},
+        {"caf\xe9\r\n", {"\u00c3\u00a9"}, "\xc3\x83\xc2\xa9\r\n"},
+    };
+    int n = 0;
+    for (const auto& [before, lines, after] : cases) {
+        const QString p = dir.filePath(QStringLiteral("f%1.txt").arg(++n));
+        if (!before.isEmpty()) {
+            ASSERT_TRUE(writeFile(p, before));
+            t.readText(p);
+        }
+        t.writeText(p, lines);
+        EXPECT_EQ(readFile(p), after) << before.toHex().constData();
+        EXPECT_EQ(t.readText(p), lines);
+        // The same holds for a numbered output (a map's table write).
+        t.open(1, p, FileMode::Output);
+        t.writeLines(1, lines);
+        t.commit(1);
+        EXPECT_EQ(readFile(p), after) << before.toHex().constData();
+        FileTable fresh; // a file is remembered per table, as per run
+        fresh.readText(p);
+        fresh.writeText(p, lines);
+        EXPECT_EQ(readFile(p), after) << "another run";
+    }
+}
+
+TEST_F(FileTableTest, ReadingPastTheEndFailsAndClosingTheReadsEndsTheReader) {
     const QString p = dir.filePath("a.txt");
     writeLinesAtomically(p, {"1", "2"});
     EXPECT_EQ(failureNumber([&] { t.open(1, dir.filePath("none"), FileMode::Input); }), 53);
+    EXPECT_EQ(failureNumber([&] { t.readText(dir.filePath("none")); }), 53);
     EXPECT_EQ(failureNumber([&] { t.open(1, "/no/such/dir/x", FileMode::Output); }), 76);
+    EXPECT_EQ(failureNumber([&] { t.writeText("/no/such/dir/x", {}); }), 76);
     EXPECT_EQ(failureNumber([&] { t.open(5, p, FileMode::Input); }), 52);
     t.open(1, p, FileMode::Input);
-    EXPECT_EQ(failureNumber([&] { t.open(1, p, FileMode::Input); }), 55);
+    t.open(2, dir.filePath("rec.map"), FileMode::Stream);
     EXPECT_EQ(t.readLine(1), "1");
     EXPECT_FALSE(t.eof(1));
     EXPECT_EQ(t.readRest(1), QStringList{"2"}); // read up to eof
     EXPECT_EQ(failureNumber([&] { t.readLine(1); }), 62);
-    t.close(1); // another operation closes the number the reader holds
-    t.close(1); // closing a number that is not open does nothing
+    t.closeReads(); // a rename ends the play that reads; the stream goes on
+    t.close(3);     // closing a number that is not open does nothing
     EXPECT_EQ(failureNumber([&] { t.readLine(1); }), 52);
     EXPECT_EQ(failureNumber([&] { t.eof(1); }), 52);
+    t.writeLine(2, "on");
+    EXPECT_EQ(readFile(dir.filePath("rec.map")), "on\r\n");
+}
+
+TEST_F(FileTableTest, ANumberInUseIsRefusedAndItsFileGoesOn) {
+    // Whatever holds number 2 and whatever asks for it next: the second is
+    // failure 55, and the first file is still open, under its own path,
+    // and takes its next line.
+    const FileMode modes[] = {FileMode::Input, FileMode::Output, FileMode::Stream};
+    const QString first = dir.filePath("first.txt"), second = dir.filePath("second.txt");
+    for (FileMode holder : modes)
+        for (FileMode asker : modes) {
+            const int at = int(holder) * 3 + int(asker);
+            writeLinesAtomically(first, {"1", "2"});
+            writeLinesAtomically(second, {"x"});
+            t.open(2, first, holder);
+            EXPECT_EQ(failureNumber([&] { t.open(2, second, asker); }), 55) << at;
+            EXPECT_EQ(t.path(2), first) << at;
+            if (holder == FileMode::Input) {
+                EXPECT_EQ(t.readLine(2), "1") << at;
+            } else {
+                t.writeLine(2, "ok");
+                t.commit(2);
+                EXPECT_EQ(readFile(first), "ok\r\n") << at;
+            }
+            t.close(2);
+            EXPECT_EQ(readFile(second), "x\r\n") << at;
+        }
 }
 
 TEST_F(FileTableTest, OutputReplacesTheFileOnlyWhenClosed) {
-    const QString p = dir.filePath("Mellivane.ini");
+    const QString p = dir.filePath("Song.map");
     writeLinesAtomically(p, {"old"});
     t.open(1, p, FileMode::Output);
     t.writeLine(1, "new");
-    t.writeLine(1, "caf\u00e9");
+    t.writeLines(1, {"caf\u00e9", "x"});
     EXPECT_EQ(readFile(p), "old\r\n"); // a crash now leaves the old file whole
     t.close(1);
-    t.open(2, p, FileMode::Append);
-    t.writeLine(2, "more");
-    t.close(2);
-    EXPECT_EQ(readFile(p), "new\r\ncaf\xc3\xa9\r\nmore\r\n"); // UTF-8, CR LF
-    EXPECT_EQ(QDir(dir.path()).entryList(QDir::Files), QStringList{"Mellivane.ini"});
+    EXPECT_EQ(readFile(p), "new\r\ncaf\xe9\r\nx\r\n");
+    EXPECT_EQ(QDir(dir.path()).entryList(QDir::Files), QStringList{"Song.map"});
 }
 
 TEST(VirtualClock, FiresInTimeOrderAndPeriodicTimersRepeat) {

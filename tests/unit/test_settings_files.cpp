@@ -5,7 +5,10 @@
 #include "core/session_state.h"
 #include "core/settings_files.h"
 #include "core/startup.h"
+#include "cursormap/map_file.h"
 #include "fakes.h"
+#include "library/library.h"
+#include "library/play_list.h"
 #include "stage.h"
 #include "test_files.h"
 #include "units_helpers.h"
@@ -120,8 +123,9 @@ TEST_F(SettingsTest, ShortOlderFilesStopWhereTheyEndAndBadValuesAfterLine37Fail)
     EXPECT_TRUE(readLines1to37(s, {}));
     EXPECT_EQ(s.velmor.Text1.text(), "/music");
     EXPECT_THROW(readLines38to60(s), Failure);
-    SaveVelmor(s); // rewrites the file under the name it has
-    EXPECT_EQ(QDir(dir.path()).entryList(QDir::Files), QStringList{"MELLIVANE.INI"});
+    SaveVelmor(s); // rewrites the file under the name it has, the file as read kept beside it
+    EXPECT_EQ(QDir(dir.path()).entryList(QDir::Files),
+              (QStringList{"MELLIVANE.INI", "MELLIVANE.INI.bak"}));
 }
 
 // The second sheet window's place file: six lines, the place kept on the
@@ -176,17 +180,26 @@ TEST_F(SettingsTest, StartUpStepsFollowTheLengthOfTheFileAndTheViewerStep) {
 
     // 60 lines with a bad check box value after the viewer step: the error
     // is said and start-up ends there (the played list is not read); the main
-    // window comes up all the same, without the focus on the list.
+    // window comes up all the same, without the focus on the list.  The file
+    // as read is kept beside it, so the lines after the bad one outlive the
+    // rewrite at shut-down.
     l.resize(60);
     l[39] = "7";
+    l[48] = "35";
     write(l);
+    const QByteArray asRead = readFile(dir.filePath("Mellivane.ini"));
     ran.clear();
     Session& t = restart();
     startUp(t, h, {});
     // The messages are those of both runs.
     EXPECT_EQ(readouts(ran.join(','), messages.shown.join('|'), t.velmor.PlayedList),
               (QStringList{"AdjustAll,activate NWCViewer,main window",
-                           "Error 380 Invalid property value", ""}));
+                           "Error 380 Invalid property value (line 40 of \"Mellivane.ini\"; the "
+                           "file as read is kept as \"Mellivane.ini.bak\")",
+                           ""}));
+    shutDown(t, {});
+    EXPECT_EQ(readouts(lines().value(48), readFile(dir.filePath("Mellivane.ini.bak")) == asRead),
+              (QStringList{"20", "true"}));
 }
 
 // The first run starts on the demo songs; shut-down restores a minimised
@@ -258,6 +271,68 @@ TEST_F(SettingsTest, FilesThatCameBackWrongComeBackAsSaved) {
         EXPECT_EQ(lines(), l);
     }
     EXPECT_TRUE(messages.shown.isEmpty());
+}
+
+// Files made on Windows, in its code page (0x92 a closing quote, 0xE9 é,
+// 0x80 the euro sign): each is read by the program as the user's work reads
+// it and written back by the same road unchanged, and keeps its bytes.
+TEST_F(SettingsTest, WindowsMadeFilesReadAndSavedUnchangedKeepTheirBytes) {
+    const QByteArray name = "Don\x92t caf\xe9 \x80";
+    SaveVelmor(s); // the built-in settings, with a song folder named in the code page
+    QList<QByteArray> settings = readFile(dir.filePath("Mellivane.ini")).split('\n');
+    settings[0] = "C:\\" + name + '\r';
+    Library lib;
+    Session& r = restart();
+    r.velmor.HScroll1.set(80); // the map's volume line
+    QString folder;
+    const std::tuple<const char*, QByteArray, std::function<void()>> cases[] = {
+        {"Mellivane.ini", settings.join('\n'),
+         [&] {
+             openSettings(r);
+             readLines1to37(r, {});
+             readLines38to60(r);
+             SaveVelmor(r);
+             folder = r.velmor.Text1.text();
+         }},
+        {"AdobeF2.ini", " 120\r\n-45\r\n" + name + "\r\n 0 \r\n 4500 \r\n15\r\n",
+         [&] {
+             readAdobeF2(r);
+             writeAdobeF2(r);
+         }},
+        {"PlayList.txt", " 1 \r\n 0 \r\n 0 \r\n" + name + ".mp3\r\nZ.mp3\r\n",
+         [&] {
+             showPlayLst(r, lib);
+             PlayLst_Unload(r, lib);
+         }},
+        {"PlayedList.txt", "C:\\" + name + ".mp3,\r\n",
+         [&] {
+             startUp(r, {}, {});
+             shutDown(r, {});
+         }},
+        {"Gig.SSS", " 0 \r\n 1 \r\n 0 \r\n" + name + ".mp3\r\n\r\n",
+         [&] {
+             applyListFile(r, readListFile(r, dir.filePath("Gig.SSS"), true));
+             r.velmor.Text1.setText(dir.path()); // the sets' folder
+             messages.inputAnswers << "Gig.SSS";
+             SV_Click(r, lib);
+         }},
+        {"Song.map",
+         crlf(QStringList{"#1", "#2", "#3", "#4", "#5", "#6", " 80^"}) + "2000\r\n" + name +
+             "\r\n 2000 \r\n0\r\nFalse\r\nFalse\r\n",
+         [&] {
+             editLoad(r, dir.filePath("Song.map"));
+             tableWrite(r, dir.filePath("Song.map"));
+         }},
+    };
+    installLibrary(r, lib);
+    for (const auto& [file, bytes, readAndSave] : cases) {
+        SCOPED_TRACE(file);
+        ASSERT_TRUE(writeFile(dir.filePath(file), bytes));
+        readAndSave();
+        EXPECT_EQ(QString(readFile(dir.filePath(file)).toHex(' ')), QString(bytes.toHex(' ')));
+    }
+    EXPECT_EQ(readouts(folder, r.tic.X[0]),
+              (QStringList{"C:\\Don\u2019t caf\u00e9 \u20ac", "Don\u2019t caf\u00e9 \u20ac"}));
 }
 
 } // namespace

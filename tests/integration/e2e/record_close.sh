@@ -1,0 +1,53 @@
+#!/usr/bin/env bash
+# A recording on the real binary under Xvfb goes on through sheet window 1
+# closed as its title bar's button closes it and shown again, a File "Save"
+# and the play list's window opened and closed between two clicks: the map
+# holds both clicks and no message says otherwise.
+# Usage: record_close.sh <mellivane binary>
+source "$(dirname "$0")/lib.sh"
+root=$(cd "$(dirname "$0")/../../.." && pwd)
+mkdir "$work/songs"
+cp "$root/demo/songs/Twinkle Twinkle".{mp3,pdf,map} "$work/songs/"
+map="$work/songs/Twinkle Twinkle.map"
+cat > "$work/record.txt" <<SCRIPT
+wait 300
+select Velmor.File1 Twinkle Twinkle.pdf
+wait 1500
+click AdobeF.Command12
+click AdobeF.Command2
+checkvisible AdobeF.Shape1 yes
+wait 500
+click AdobeF.AcroPDF1 left 100 200
+wait 400
+close AdobeF
+wait 300
+checkvisible AdobeF no
+menu Velmor.SAV
+wait 300
+click Velmor.Command15
+wait 300
+close PlayLst
+wait 300
+show AdobeF
+wait 500
+click AdobeF.AcroPDF1 left 300 250
+wait 400
+click AdobeF.Command2
+checkvisible AdobeF.Shape1 no
+quit
+SCRIPT
+rc=0
+xrun "$work/config" "$work/record.txt" --songs "$work/songs" >"$work/out.txt" 2>&1 || rc=$?
+# Messages are printed as "MESSAGE: text", failed checks as "FAIL ...".
+if [ $rc -ne 0 ] || grep -E "^(MESSAGE|FAIL)" "$work/out.txt"; then
+  cat "$work/out.txt" >&2
+  exit 1
+fi
+# The header (9 lines) and two records of six.
+lines=$(tr -d '\r' < "$map" | wc -l)
+if [ "$lines" -ne 21 ]; then
+  echo "the map holds $lines lines, not 21:" >&2
+  tr -d '\r' < "$map" >&2
+  exit 1
+fi
+echo "e2e record close: passed"
