@@ -241,10 +241,7 @@ int main(int argc, char** argv) {
     // Closing the main window ends a running play at its next step and
     // writes everything back.
     main->onClose = [&] {
-        s.g.StopRequested = kTrue;
-        s.files.closeAll();
-        player.close();
-        shutDown(s, hooks);
+        closeProgram(s, hooks);
         QApplication::quit();
     };
 
