@@ -4,6 +4,7 @@
 #include "app/action_script.h"
 #include "app/console_messages.h"
 #include "app/main_window.h"
+#include "app/quit_signals.h"
 #include "core/clock.h"
 #include "core/messages.h"
 #include "core/session_state.h"
@@ -40,6 +41,7 @@
 #include <QElapsedTimer>
 #include <QListWidget>
 #include <QScreen>
+#include <QSessionManager>
 #include <QTimer>
 #include <chrono>
 #include <clocale>
@@ -244,6 +246,11 @@ int main(int argc, char** argv) {
         closeProgram(s, hooks);
         QApplication::quit();
     };
+    // The desktop ending the program (a logout, a kill) closes it as the
+    // user would, so the settings and the played list are saved.
+    QuitSignals quitSignals([main] { main->close(); });
+    QObject::connect(&app, &QGuiApplication::commitDataRequest, main,
+                     [main](QSessionManager&) { main->close(); });
 
     // libmpv loads once the main window has painted: while it loads it holds
     // the dynamic loader, which the window's own plugins would wait for.
