@@ -142,6 +142,22 @@ TEST_F(RecordingTest, RecordRefusesAndTakesNothingWithTheSecondWindow) {
     EXPECT_EQ(map(), QByteArray()); // a map with no tic: empty, and it exists
 }
 
+// Over music that plays, Record does nothing at all: no light, no message,
+// the map and the music as they were; with the music stopped it starts.
+TEST_F(RecordingTest, RecordOverPlayingMusicIsIgnoredSilently) {
+    player.setURL(dir.filePath("Other.mp3"));
+    ASSERT_EQ(player.playState(), 3);
+    player.calls.clear();
+    const QByteArray before = map();
+    button("Command2");
+    EXPECT_EQ(readouts(s.adobeF.Shape1.get(), messages.shown.size(), player.calls.size(),
+                       map() == before),
+              readouts(false, 0, 0, true));
+    player.close();
+    button("Command2");
+    EXPECT_EQ(readouts(s.adobeF.Shape1.get(), map().size()), readouts(true, 0));
+}
+
 TEST_F(RecordingTest, AnEditSessionRewritesTheMap) {
     s.g.MapHeaderLines[1] = "350#1"; // as the header take leaves it
     s.adobeF2.Visible.set(true);     // the second sheet follows the steps
