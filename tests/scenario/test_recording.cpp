@@ -222,6 +222,21 @@ TEST_F(RecordingTest, AppendWritesAfterTheRowOnShowAndKeepsTheLaterRows) {
                rec("1500", "4400", "2500", "0") + kFixture.mid(9 + 3 * 6)));
 }
 
+// An append fills the table up to row 4999, the last a map can be loaded
+// again with; the click after that ends the append, is not taken, and says so.
+TEST_F(RecordingTest, AppendStopsAtTheLastRowAMapCanBeLoadedWith) {
+    press("Command7");
+    s.adobeF.Text3.setNumber(4998);
+    t0 = clock.tickMs();
+    press("Command13");
+    at(500, [&] { click(window.carrier(), {300, 200}); });
+    at(1000, [&] { click(window.carrier(), {320, 220}); });
+    clock.advanceTo(t0 + 1200);
+    EXPECT_EQ(readouts(s.adobeF.Text3.text(), s.tic.Tic[4999].isEmpty(), s.tic.Tic[5000].isEmpty(),
+                       s.adobeF.Shape4.get(), s.g.AppendMode, messages.shown.value(0).left(17)),
+              readouts("4999", false, true, false, 0, "The map is full: "));
+}
+
 TEST_F(RecordingTest, SaveGoesThroughEditAndAFailedWriteKeepsTheTable) {
     int settingsSaved = 0;
     s.SaveVelmor = [&] { ++settingsSaved; };
