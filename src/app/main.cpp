@@ -6,6 +6,7 @@
 #include "app/action_script.h"
 #include "app/console_messages.h"
 #include "app/main_window.h"
+#include "app/quit_signals.h"
 #include "core/clock.h"
 #include "core/messages.h"
 #include "core/session_state.h"
@@ -46,6 +47,7 @@
 #include <QListWidget>
 #include <QMenu>
 #include <QScreen>
+#include <QSessionManager>
 #include <QTimer>
 #include <chrono>
 #include <clocale>
@@ -303,12 +305,14 @@ int main(int argc, char** argv) {
     // Closing the main window ends a running play at its next step and
     // writes everything back.
     main->onClose = [&] {
-        s.g.StopRequested = kTrue;
-        s.files.closeAll();
-        player.close();
-        shutDown(s, hooks);
+        closeProgram(s, hooks);
         QApplication::quit();
     };
+    // The desktop ending the program (a logout, a kill) closes it as the
+    // user would, so the settings and the played list are saved.
+    QuitSignals quitSignals([main] { main->close(); });
+    QObject::connect(&app, &QGuiApplication::commitDataRequest, main,
+                     [main](QSessionManager&) { main->close(); });
 
     // libmpv loads once the main window has painted: while it loads it holds
     // the dynamic loader, which the window's own plugins would wait for.

@@ -12,10 +12,12 @@
 namespace mv {
 
 void EventPump::letEventsRun() {
+    if (quitting_) return;
     if (QCoreApplication::instance()) QCoreApplication::processEvents(QEventLoop::AllEvents);
 }
 
 void EventPump::waitRound(int64_t deadline) {
+    if (quitting_) return;
     letEventsRun();
     const int64_t now = clock_.tickMs();
     if (now >= deadline) return;
@@ -43,7 +45,7 @@ void EventPump::waitRound(int64_t deadline) {
 }
 
 void EventPump::waitUntil(int64_t deadline) {
-    while (clock_.tickMs() < deadline)
+    while (!quitting_ && clock_.tickMs() < deadline)
         waitRound(deadline);
 }
 

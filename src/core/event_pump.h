@@ -35,8 +35,16 @@ class EventPump {
     // The wait after a play: runs only while the day clock is below 80000.
     void waitAfterPlay(double seconds);
 
+    // The program is closing: from now on every wait returns at once and no
+    // more events are served, so that the handlers waiting on the stack
+    // unwind to the event loop, which then ends.  A loop around waitRound
+    // must look at quitting() too.  Cannot be undone.
+    void quit() { quitting_ = true; }
+    bool quitting() const { return quitting_; }
+
   private:
     Clock& clock_;
+    bool quitting_ = false;
 };
 
 } // namespace mv

@@ -139,4 +139,12 @@ void shutDown(Session& s, const StartupHooks& h) {
     }
 }
 
+void closeProgram(Session& s, const StartupHooks& hooks) {
+    s.pump.quit();
+    s.g.StopRequested = kTrue;
+    s.files.closeAll();
+    if (s.player) s.player->close();
+    shutDown(s, hooks);
+}
+
 } // namespace mv

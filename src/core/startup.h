@@ -41,4 +41,11 @@ void audioMenu(Session& s);
 // notation viewer the program started.  Errors end it quietly.
 void shutDown(Session& s, const StartupHooks& hooks);
 
+// The program closes (its main window, a signal, the session's logout):
+// every wait on the stack returns at once and nothing waiting starts
+// afterwards (a count-off does not go on to the music), a running play ends
+// at its next step, the files are closed, the music stops, and shutDown
+// saves.  The caller then ends the event loop.
+void closeProgram(Session& s, const StartupHooks& hooks);
+
 } // namespace mv

@@ -207,7 +207,7 @@ class Loop {
             double target = tic * v_.Text5.value() + double(s_.g.PlayStartTick);
             if (!(target < kFarTick)) target = kFarTick; // also catches NaN
             const int64_t now = s_.clock.tickMs();
-            if (double(now) > target) return;
+            if (double(now) > target || s_.pump.quitting()) return;
             const bool held = s_.clock.dayClock() > 20.0f && s_.g.PauseHeld;
             if (held) s_.g.PlayStartTick = now;
             s_.pump.waitRound(static_cast<int64_t>(std::floor(target)) + 1);

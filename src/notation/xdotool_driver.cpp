@@ -114,7 +114,7 @@ XdotoolDriver::Result XdotoolDriver::xdo(const QStringList& args, int timeoutMs)
     p.start();
     // Waited for in the event pump: the process's end wakes it.
     const int64_t end = pump_.clock().tickMs() + timeoutMs;
-    while (p.state() != QProcess::NotRunning && pump_.clock().tickMs() < end)
+    while (p.state() != QProcess::NotRunning && pump_.clock().tickMs() < end && !pump_.quitting())
         pump_.waitRound(end);
     if (p.state() != QProcess::NotRunning) {
         p.kill();
@@ -159,7 +159,7 @@ int32_t XdotoolDriver::start(const QString& program) {
                 return id;
             }
         }
-        if (pump_.clock().tickMs() >= end) break;
+        if (pump_.clock().tickMs() >= end || pump_.quitting()) break;
         pump_.waitUntil(std::min(end, pump_.clock().tickMs() + 200));
     }
     return id;

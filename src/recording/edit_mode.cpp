@@ -242,7 +242,8 @@ void SAV_Click(Session& s) {
         // At least a second and at least 20000 rounds, events served in
         // every one; once the rounds are done the rest is slept in the pump.
         const int64_t end = s.clock.tickMs() + 1000;
-        for (int round = 0; round < 20000 || s.clock.tickMs() < end; ++round)
+        for (int round = 0; (round < 20000 || s.clock.tickMs() < end) && !s.pump.quitting();
+             ++round)
             round < 20000 ? s.pump.letEventsRun() : s.pump.waitRound(end);
         s.g.SaveInProgress = 0;
     }

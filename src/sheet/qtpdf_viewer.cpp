@@ -87,6 +87,21 @@ QSize QtPdfViewer::imageSize(int page) const {
                  std::max(1, int(std::lround(pt.height() * pxPerPoint))));
 }
 
+QSize QtPdfViewer::renderSize(int page) const {
+    const QSize full = imageSize(page);
+    const double pixels = double(full.width()) * full.height();
+    if (pixels <= double(kMaxRenderPixels)) return full;
+    const double f = std::sqrt(double(kMaxRenderPixels) / pixels);
+    return QSize(std::max(1, int(full.width() * f)), std::max(1, int(full.height() * f)));
+}
+
+qint64 QtPdfViewer::cachedBytes() const {
+    qint64 sum = 0;
+    for (const QImage& i : cache_)
+        sum += i.sizeInBytes();
+    return sum;
+}
+
 QRectF QtPdfViewer::pageRect() const {
     if (doc_.pageCount() < 1) return {};
     const QSizeF pt = doc_.pagePointSize(page_);
@@ -109,14 +124,14 @@ void QtPdfViewer::requestAround() {
     for (auto it = cache_.begin(); it != cache_.end();) {
         // The page on show keeps an older size until the new one is there.
         const bool keep = std::abs(it.key().page - page_) <= kAhead &&
-                          (it.key().size == imageSize(it.key().page) || it.key().page == page_);
+                          (it.key().size == renderSize(it.key().page) || it.key().page == page_);
         it = keep ? std::next(it) : cache_.erase(it);
     }
     const int order[] = {0, 1, -1, 2, -2};
     for (int d : order) {
         const int p = page_ + d;
         if (p < 0 || p >= doc_.pageCount()) continue;
-        const Key k{p, imageSize(p)};
+        const Key k{p, renderSize(p)};
         if (cache_.contains(k) || pending_.contains(k)) continue;
         pending_.insert(k, true);
         emit renderRequested(serial_, path_, p, k.size);
@@ -126,7 +141,7 @@ void QtPdfViewer::requestAround() {
 void QtPdfViewer::onRendered(quint64 serial, int page, QSize size, const QImage& image) {
     const Key k{page, size};
     pending_.remove(k);
-    if (serial != serial_ || std::abs(page - page_) > kAhead || size != imageSize(page)) return;
+    if (serial != serial_ || std::abs(page - page_) > kAhead || size != renderSize(page)) return;
     for (auto it = cache_.begin(); it != cache_.end();)
         it = it.key().page == page ? cache_.erase(it) : std::next(it);
     cache_.insert(k, image);
@@ -141,10 +156,14 @@ void QtPdfViewer::paintEvent(QPaintEvent* e) {
     if (doc_.pageCount() < 1) return;
     const QRectF r = pageRect();
     if (!r.intersects(e->rect())) return;
-    const Key k{page_, imageSize(page_)};
+    const Key k{page_, renderSize(page_)};
     const auto exact = cache_.constFind(k);
     if (exact != cache_.constEnd()) {
-        g.drawImage(r.topLeft(), *exact);
+        // Drawn enlarged where the zoom asks for more than is rendered.
+        if (k.size == r.size().toSize())
+            g.drawImage(r.topLeft(), *exact);
+        else
+            g.drawImage(r, *exact);
         emit pagePainted(page_ + 1);
         return;
     }

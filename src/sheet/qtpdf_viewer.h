@@ -45,6 +45,13 @@ class QtPdfViewer : public QWidget, public PdfViewer {
     QRectF pageRect() const;
     // Pages kept in the cache (for the memory bound).
     int cachedPages() const { return int(cache_.size()); }
+    // The bytes of the rendered pages kept.
+    qint64 cachedBytes() const;
+    // The most pixels one page is rendered with: at a zoom that asks for
+    // more (above about 430 % on A4) the page is rendered at this size and
+    // drawn enlarged, so that memory stays bounded (a zoom of 3000 asked
+    // for 1.8 billion pixels, 7 GB, a page).  64 MB a page, five kept.
+    static constexpr qint64 kMaxRenderPixels = 16'000'000;
 
   signals:
     // The page on show has been painted at its exact size.
@@ -64,7 +71,10 @@ class QtPdfViewer : public QWidget, public PdfViewer {
     friend size_t qHash(const Key& k, size_t seed) {
         return qHashMulti(seed, k.page, k.size.width(), k.size.height());
     }
+    // The page's size on screen at the zoom, in pixels.
     QSize imageSize(int page) const;
+    // The size it is rendered at: imageSize, no more than kMaxRenderPixels.
+    QSize renderSize(int page) const;
     void requestAround();
     void onRendered(quint64 serial, int page, QSize size, const QImage& image);
     void showPage(int page);

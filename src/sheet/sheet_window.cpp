@@ -315,7 +315,13 @@ bool SheetWindow::sheetMouse(QWidget* watched, QMouseEvent* e) {
     switch (e->type()) {
     case QEvent::MouseButtonPress:
     case QEvent::MouseButtonDblClick:
-        if (e->button() == Qt::LeftButton) p.press(x, y, s_.clock.tickMs());
+        // The press's own moment, not the handling's: a busy GUI must not
+        // make the tic late.  A virtual clock has nothing to do with the
+        // window system's, so there the handling tick stands.
+        if (e->button() == Qt::LeftButton)
+            p.press(
+                x, y,
+                pressTime_.toTick(s_.clock.isVirtual() ? 0 : e->timestamp(), s_.clock.tickMs()));
         return true; // the sheet takes its clicks; the window's surface does not see them
     case QEvent::MouseButtonRelease:
         if (e->button() == Qt::LeftButton) p.release();

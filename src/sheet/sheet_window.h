@@ -6,6 +6,7 @@
 // All state lives in Session::adobeF; this class mirrors it and forwards
 // presses to the handlers installed in `handlers`.
 
+#include "core/input_time.h"
 #include "core/observable.h"
 
 #include <cstdint>
@@ -101,6 +102,7 @@ class SheetWindow : public QWidget {
     QHash<QString, QWidget*> controls_;
     std::vector<Subscription> subs_;
     int16_t widthDragging_ = 0; // WidthDragging: a press on the free surface, not yet released
+    InputTime pressTime_;       // the sheet presses' own moments on the tick clock
 };
 
 } // namespace mv

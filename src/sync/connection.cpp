@@ -139,7 +139,7 @@ void Network::connect() {
         // Each round sleeps until an event comes (the connection made is
         // one) or the 10 s are over.
         const int64_t deadline = s_.clock.tickMs() + 10000;
-        while (!connected() && s_.clock.tickMs() < deadline)
+        while (!connected() && s_.clock.tickMs() < deadline && !s_.pump.quitting())
             s_.pump.waitRound(deadline);
     }
     if (!connected()) return connectFailed(nullptr);

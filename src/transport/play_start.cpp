@@ -98,10 +98,10 @@ void countOff(Session& s) {
     writeCount(s, count);
     // The count's steps fall on the clock's seconds.
     const int64_t first = secondOfDay(s);
-    while (secondOfDay(s) == first && s.clock.tickMs() < endTick)
+    while (secondOfDay(s) == first && s.clock.tickMs() < endTick && !s.pump.quitting())
         waitForSecond(s, endTick);
     int64_t shown = secondOfDay(s);
-    while (s.clock.tickMs() < endTick) {
+    while (s.clock.tickMs() < endTick && !s.pump.quitting()) {
         waitForSecond(s, endTick);
         if (secondOfDay(s) != shown) {
             shown = secondOfDay(s);
@@ -133,9 +133,12 @@ void start(Session& s) {
             if (s.nwcSendKeys) s.nwcSendKeys(QStringLiteral(" "));
         }
         if (guard(s)) s.pump.guardedWait(std::max(0.0, v.Text4.value()));
+        if (s.pump.quitting()) return;
         if (s.player) s.player->setURL(s.g.SongFile);
     }
     if (v.LoadPDF.get() == 1 && v.PDFDLY.value() > 0 && guard(s)) countOff(s);
+    // The program closed during the waits: nothing may start now.
+    if (s.pump.quitting()) return;
     if (v.LoadPDF.get() != 1) {
         if (s.focusMainWindow) s.focusMainWindow();
         return;
@@ -154,6 +157,7 @@ void start(Session& s) {
     if (v.FirstNote.value() > 0 && guard(s))
         s.pump.waitUntil(s.clock.tickMs() + static_cast<int64_t>(std::floor(v.FirstNote.value())) +
                          1);
+    if (s.pump.quitting()) return;
     playLoop(s);
 }
 

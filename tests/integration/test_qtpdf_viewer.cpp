@@ -80,6 +80,14 @@ TEST_F(QtPdfViewerTest, MarkLandsByThePlacementRuleTurnsStopAtTheEndsBadFilesFai
                      page::pointInViewer(kMarks[1], QSizeF(612, 792), 950 * 15.0, zoom));
     }
 
+    // A zoom of 3000 renders no page above the bound, and the mark stays
+    // where the rule puts it.
+    v.setZoom(3000);
+    ASSERT_TRUE(painted(v, v));
+    EXPECT_LE(v.cachedBytes(), 5 * QtPdfViewer::kMaxRenderPixels * 4);
+    EXPECT_GT(v.pageRect().width(), 20000); // the page on screen at its full size
+    v.setZoom(100);
+
     v.setPageMode("none");
     ASSERT_TRUE(writeFile(dir.filePath("bad.pdf"), "this is no pdf"));
     try {

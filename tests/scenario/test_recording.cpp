@@ -142,6 +142,22 @@ TEST_F(RecordingTest, RecordRefusesAndTakesNothingWithTheSecondWindow) {
     EXPECT_EQ(map(), QByteArray()); // a map with no tic: empty, and it exists
 }
 
+// Over music that plays, Record does nothing at all: no light, no message,
+// the map and the music as they were; with the music stopped it starts.
+TEST_F(RecordingTest, RecordOverPlayingMusicIsIgnoredSilently) {
+    player.setURL(dir.filePath("Other.mp3"));
+    ASSERT_EQ(player.playState(), 3);
+    player.calls.clear();
+    const QByteArray before = map();
+    button("Command2");
+    EXPECT_EQ(readouts(s.adobeF.Shape1.get(), messages.shown.size(), player.calls.size(),
+                       map() == before),
+              readouts(false, 0, 0, true));
+    player.close();
+    button("Command2");
+    EXPECT_EQ(readouts(s.adobeF.Shape1.get(), map().size()), readouts(true, 0));
+}
+
 TEST_F(RecordingTest, AnEditSessionRewritesTheMap) {
     s.g.MapHeaderLines[1] = "350#1"; // as the header take leaves it
     s.adobeF2.Visible.set(true);     // the second sheet follows the steps
@@ -204,6 +220,21 @@ TEST_F(RecordingTest, AppendWritesAfterTheRowOnShowAndKeepsTheLaterRows) {
               (QStringList{"#1", "#2", "#3", "#4", "#5", "#6", " 80^"} +
                rec("2000", " 1000 ", " 2000 ", "0") + rec("2000", "2000", "2000", "0") +
                rec("1500", "4400", "2500", "0") + kFixture.mid(9 + 3 * 6)));
+}
+
+// An append fills the table up to row 4999, the last a map can be loaded
+// again with; the click after that ends the append, is not taken, and says so.
+TEST_F(RecordingTest, AppendStopsAtTheLastRowAMapCanBeLoadedWith) {
+    press("Command7");
+    s.adobeF.Text3.setNumber(4998);
+    t0 = clock.tickMs();
+    press("Command13");
+    at(500, [&] { click(window.carrier(), {300, 200}); });
+    at(1000, [&] { click(window.carrier(), {320, 220}); });
+    clock.advanceTo(t0 + 1200);
+    EXPECT_EQ(readouts(s.adobeF.Text3.text(), s.tic.Tic[4999].isEmpty(), s.tic.Tic[5000].isEmpty(),
+                       s.adobeF.Shape4.get(), s.g.AppendMode, messages.shown.value(0).left(17)),
+              readouts("4999", false, true, false, 0, "The map is full: "));
 }
 
 TEST_F(RecordingTest, SaveGoesThroughEditAndAFailedWriteKeepsTheTable) {

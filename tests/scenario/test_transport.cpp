@@ -4,6 +4,7 @@
 // the day.
 
 #include "core/session_state.h"
+#include "core/startup.h"
 #include "cursormap/cursor_fields.h"
 #include "fakes.h"
 #include "sheet/navigation.h"
@@ -179,6 +180,19 @@ TEST_F(TransportTest, SongChangeDuringTheCountOffEndsTheLoopAfterTheFirstTic) {
     clock.at(t0 + 1000, [this] { s.g.StopRequested = kTrue; });
     press(0);
     EXPECT_EQ(moves, (QStringList{"4501 X=1", "7501 X=0"})); // then the steps after the loop
+}
+
+// Closing the program inside the count-off ends its wait at once, and the
+// map stage after it never starts the music; the settings are saved.
+TEST_F(TransportTest, ClosingTheProgramDuringTheCountOffEndsTheWaitAndStartsNothing) {
+    map(rec("100", "1", "1", "0"));
+    s.configDir = dir.path();
+    clock.at(t0 + 1500, [this] { closeProgram(s, StartupHooks{}); });
+    press(0);
+    // The press loads the song and closes it again before the count-off.
+    EXPECT_EQ(readouts(at(), player.calls.filter("URL(").size(), player.URL(), moves.size(),
+                       QFile::exists(dir.filePath("Mellivane.ini"))),
+              readouts(1500, 1, "", 0, true));
 }
 
 TEST_F(TransportTest, ManualPlayStartsTheMusicOnly) {

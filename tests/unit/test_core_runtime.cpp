@@ -5,6 +5,7 @@
 #include "core/event_pump.h"
 #include "core/field.h"
 #include "core/file_numbers.h"
+#include "core/input_time.h"
 #include "core/window_registry.h"
 #include "failure_number.h"
 #include "qt_print.h"
@@ -184,6 +185,32 @@ TEST(EventPump, ActionsDueDuringAWaitRunInsideItAndNestedWaitsMakeItLate) {
     log << "outer wait done at " + QString::number(c.tickMs());
     EXPECT_EQ(log,
               (QStringList{"event at 1000", "inner wait done at 2500", "outer wait done at 2500"}));
+}
+
+// One press after another through one map: event time, handling tick, the
+// tick the press is given.
+TEST(InputTime, PressesCountFromTheirOwnMomentOnTheTickClock) {
+    struct Step {
+        uint64_t event;
+        int64_t handled, expected;
+        const char* why;
+    };
+    const Step steps[] = {
+        {0, 5000, 5000, "no time carried: the handling tick"},
+        {1000, 6000, 6000, "the first stamped event: nothing known yet"},
+        {1500, 6530, 6500, "handled 30 ms late: its own moment"},
+        {2000, 6995, 6995, "less delayed than any before: the offset shrinks"},
+        {2500, 7520, 7495, "late again, on the better offset"},
+        {2400, 7530, 7495, "stamped before the one before: never earlier than it"},
+        {10, 9000, 9000, "the event clock jumped back: start over"},
+        {1009, 10000, 10000, "the event clock runs 1 ms per second slow:"},
+        {2008, 11000, 11000, "  followed, no error builds up"},
+        {3007, 12000, 12000, ""},
+        {3507, 14000, 14000, "a delay over 1000 ms is taken for a jump too"},
+    };
+    InputTime t;
+    for (const Step& st : steps)
+        EXPECT_EQ(t.toTick(st.event, st.handled), st.expected) << st.why;
 }
 
 // A pinned day clock runs on from the pin and wraps at midnight; a real
