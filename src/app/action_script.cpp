@@ -1,5 +1,7 @@
 #include "app/action_script.h"
 
+#include "core/fit_check.h"
+
 #include "core/window_registry.h"
 
 #include <QAbstractButton>
@@ -377,6 +379,10 @@ void ActionScript::runLine(const QString& line) {
                                                         : w->window()->screen();
         const int at = int(QGuiApplication::screens().indexOf(const_cast<QScreen*>(sc)));
         if (at != a.value(2).toInt()) fail(QStringLiteral("%1 on screen %2").arg(a[1]).arg(at));
+    } else if (verb == u"checkfit") {
+        // Fails with each control that is cut, by name and how.
+        for (const QString& fault : fitProblems(w->window()))
+            fail("checkfit " + fault);
     } else if (verb == u"checkgeom") {
         const QPoint p = w->pos();
         if (p.x() != a.value(2).toInt() || p.y() != a.value(3).toInt())

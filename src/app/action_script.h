@@ -46,6 +46,9 @@
 //   checkvisible W.C yes|no        the control (a light, the cursor) is visible
 //   waitfor ms check...            holds the script until the check (check or
 //                                  checkvisible) passes, a failure after ms
+//   checkfit W                     the window fits its screen and every visible
+//                                  control's caption is whole (one failure per
+//                                  control that is cut, naming what is cut)
 //   checkgeom W.C x y              the control's position in the window, pixels
 //   checkexists path yes|no        the file exists
 //   checkfile path expected        the two files hold the same bytes
