@@ -11,6 +11,12 @@ class QWidget;
 
 namespace mv {
 
+// The width in pixels the caption of a label or button needs at its font,
+// as the fit check measures it (its margins included); 0 for other widgets
+// and for an empty caption.  Places that size controls to their captions
+// use it, so that they and the check agree.
+int captionWidth(const QWidget* w);
+
 // One line per fault, "<window>.<control>: <what is cut>"; empty when
 // everything fits.  A hidden window has no faults.  Children of a scroll
 // area count as inside when they lie within its scrolled surface in the

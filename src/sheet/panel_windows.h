@@ -39,6 +39,9 @@ class ButtonPanel : public QWidget {
 
   private:
     void layOut();
+    // Moves the panel to its place (BControl Left/Top), kept inside the
+    // free part of the screen of sheet window 1.
+    void placeOnScreen();
     void clicked(const QString& name);
     void guarded(const std::function<void()>& handler);
 

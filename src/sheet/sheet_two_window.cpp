@@ -16,7 +16,9 @@
 #include <QPushButton>
 #include <QScreen>
 #include <QScrollBar>
+#include <QTimer>
 #include <QWindow>
+#include <algorithm>
 
 namespace mv {
 
@@ -44,6 +46,7 @@ SheetTwoWindow::SheetTwoWindow(Session& s, QWidget* viewer, QWidget* parent)
 
     const SheetLayers layers = makeSheetLayers(this, viewer, w.Text11.text(), 5760, 1920);
     picture3_ = layers.picture3;
+    picture3_->setProperty("mvClipped", true); // the sheet: larger than its window
     acroPDF1_ = layers.acroPDF1;
     text11_ = layers.text11;
     subs_.push_back(w.Text11.subscribe([this, &w] { text11_->setText(w.Text11.text()); }));
@@ -141,8 +144,13 @@ void SheetTwoWindow::placeLayers() {
 }
 
 void SheetTwoWindow::layoutStrip() {
-    const double L = s_.adobeF2.VScroll1Left.get();
     const SheetTwoState& w = s_.adobeF2;
+    // The strip moves left when the window is narrower than the map's
+    // strip place needs: it stays whole inside the window.
+    double extent = 255;
+    for (const auto& [dx, top] : stripPlace_)
+        extent = std::max(extent, dx + 1200);
+    const double L = std::max(1000.0, std::min(w.VScroll1Left.get(), width() * 15.0 - extent));
     placeTwips(vscroll1_, L, w.VScroll1Top.get(), 240, w.VScroll1Height.get());
     for (int i = 0; i < strip_.size(); ++i) {
         const bool wide = qobject_cast<QLabel*>(strip_[i]) || qobject_cast<QPushButton*>(strip_[i]);
@@ -212,6 +220,7 @@ void SheetTwoWindow::moveEvent(QMoveEvent* e) {
 void SheetTwoWindow::resizeEvent(QResizeEvent* e) {
     if (!isFullScreen()) s_.adobeF2.Height = frameGeometry().height() * 15.0;
     QWidget::resizeEvent(e);
+    if (!strip_.isEmpty()) layoutStrip();
 }
 
 int SheetTwoWindow::screenIndex() const {
@@ -219,12 +228,56 @@ int SheetTwoWindow::screenIndex() const {
     return sc ? int(QGuiApplication::screens().indexOf(sc)) : -1;
 }
 
-void SheetTwoWindow::fitIntoScreen(QScreen* sc) {
-    const SheetTwoState& w = s_.adobeF2;
-    const TwipRect want{w.Left, w.Top, width() * 15.0, height() * 15.0};
-    const TwipRect r = fitInto(want, twipsOf(sc->availableGeometry()));
+namespace {
+
+// The frame's share of a window: known once the window manager framed it;
+// before, room for a title bar.
+QSize frameShare(const QWidget* w) {
+    const QRect frame = w->frameGeometry();
+    const bool framed = w->isVisible() && frame.height() > w->height();
+    return framed ? frame.size() - w->size() : QSize(0, 30);
+}
+
+} // namespace
+
+void SheetTwoWindow::setOuterPlace(const TwipRect& r) {
+    const QSize share = frameShare(this);
     move(px(r.left), px(r.top));
-    resize(px(r.width), px(r.height));
+    resize(std::max(1, px(r.width) - share.width()), std::max(1, px(r.height) - share.height()));
+    // Once framed, the frame is taken off the size so that all of the
+    // window stays on the screen.
+    if (refitting_) return;
+    QTimer::singleShot(300, this, [this] {
+        const QScreen* sc = windowHandle() ? windowHandle()->screen() : screen();
+        if (!sc || isFullScreen()) return;
+        refitting_ = true;
+        setOuterPlace(fitInto(twipsOf(frameGeometry()), twipsOf(sc->availableGeometry())));
+        refitting_ = false;
+    });
+}
+
+void SheetTwoWindow::fitIntoScreen(QScreen* sc) {
+    // The stored place is the frame's; the whole frame stays on the screen.
+    const SheetTwoState& w = s_.adobeF2;
+    const QSize share = frameShare(this);
+    const TwipRect want{w.Left, w.Top, (width() + share.width()) * 15.0,
+                        (height() + share.height()) * 15.0};
+    setOuterPlace(fitInto(want, twipsOf(sc->availableGeometry())));
+}
+
+void SheetTwoWindow::standBeside(const std::vector<TwipRect>& taken, const TwipRect& cover) {
+    if (QGuiApplication::screens().size() != 1) return;
+    const TwipRect screen = twipsOf(QGuiApplication::primaryScreen()->availableGeometry());
+    const TwipRect now = twipsOf(frameGeometry());
+    const QSize share = frameShare(this);
+    const TwipRect here{now.left, now.top, (width() + share.width()) * 15.0,
+                        (height() + share.height()) * 15.0};
+    auto overlaps = [&here](const TwipRect& t) {
+        return std::min(here.right(), t.right()) > std::max(here.left, t.left) &&
+               std::min(here.bottom(), t.bottom()) > std::max(here.top, t.top);
+    };
+    if (std::none_of(taken.begin(), taken.end(), overlaps)) return;
+    setOuterPlace(placeBeside(here.width, screen.height, screen, taken, screen.width / 4, cover));
 }
 
 void SheetTwoWindow::placeOnScreen() {

@@ -1,5 +1,6 @@
 #include "sheet/sheet_window.h"
 
+#include "core/fit_check.h"
 #include "core/qt_bind.h"
 #include "core/session_state.h"
 #include "core/settings_files.h"
@@ -208,7 +209,7 @@ SheetWindow::SheetWindow(Session& s, QWidget* viewer, QWidget* parent) : QWidget
     subs_.push_back(f.AcroPDF1Height.subscribe(
         [this, &f] { acroPDF1_->resize(acroPDF1_->width(), px(f.AcroPDF1Height.get())); }));
     auto placeBar = [this, &f] {
-        vscroll1_->setGeometry(px(f.VScroll1Left.get()), px(f.VScroll1Top.get()), px(240),
+        vscroll1_->setGeometry(px(stripLeft()), px(f.VScroll1Top.get()), px(240),
                                px(f.VScroll1Height.get()));
     };
     subs_.push_back(f.VScroll1Top.subscribe(placeBar));
@@ -223,6 +224,7 @@ SheetWindow::SheetWindow(Session& s, QWidget* viewer, QWidget* parent) : QWidget
     }));
 
     s.g.ButtonStripLeft = f.VScroll1Left.get();
+    picture3_->setProperty("mvClipped", true); // the sheet: larger than its window
     fitSize(s.velmor.PDFWidth.value(), s.velmor.PDFHeight.value());
     f.Width.set(s.velmor.PDFWidth.value());
     place(picture3_, 0, 0, 14310, 12455);
@@ -359,6 +361,7 @@ void SheetWindow::setOuterPlace(const TwipRect& r) {
     const int dh = framed ? frame.height() - height() : 30;
     move(px(r.left), px(r.top));
     resize(std::max(1, px(r.width) - dw), std::max(1, px(r.height) - dh));
+    AdjustAll(); // the strip follows the room the screen has here
 }
 
 void SheetWindow::placeOnScreen(bool placeFileRead) {
@@ -404,6 +407,9 @@ QPushButton* SheetWindow::button(const char* name, const QString& caption) {
 
 void SheetWindow::place(QWidget* w, double left, double top, double width, double height) {
     placeTwips(w, left, top, width, height);
+    // A caption wider than its place at today's fonts widens the control.
+    if (const int needs = captionWidth(w); needs > w->width())
+        w->resize(needs + (w->width() - w->contentsRect().width()), w->height());
 }
 
 double SheetWindow::scrollBarLeft() const { return s_.adobeF.VScroll1Left.get(); }
@@ -429,9 +435,22 @@ void SheetWindow::placeCursor() {
     picture1_->update();
 }
 
-void SheetWindow::AdjustAll() {
+double SheetWindow::stripLeft() const {
     const double L = s_.adobeF.VScroll1Left.get();
+    const QScreen* sc = screen();
+    if (!sc || L < 1000) return L;
+    // The strip moves left when the screen has no room for it where the
+    // map puts it: the window never reaches past the screen's right edge.
+    const QRect avail = sc->availableGeometry();
+    const int share = std::max(0, frameGeometry().width() - width());
+    const double room = (avail.right() + 1 - frameGeometry().left() - share) * 15.0;
+    return std::max(1000.0, std::min(L, room - kStripWidth));
+}
+
+void SheetWindow::AdjustAll() {
+    const double L = stripLeft();
     place(vscroll1_, L, s_.adobeF.VScroll1Top.get(), 240, s_.adobeF.VScroll1Height.get());
+    vscroll1_->raise();
     if (L < 1000) return;
     auto c = [this](const char* n) { return controls_.value(QString::fromLatin1(n)); };
     auto left = [&](const char* n) { return c(n)->x() * 15.0; };
@@ -479,8 +498,8 @@ void SheetWindow::AdjustAll() {
     place(c("Command16"), left("Command1"), 8640, 735, 255);
     place(c("Shape1"), left("Shape2"), 7920, 255, 255);
     place(c("Shape3"), left("Shape2"), 8280, 255, 255);
-    resize(px(L + 2210), height());
-    s_.adobeF.Width.set(L + 2210);
+    if (width() != px(L + kStripWidth)) resize(px(L + kStripWidth), height());
+    s_.adobeF.Width.set(L + kStripWidth);
     for (QWidget* w : std::as_const(controls_))
         w->raise();
     picture1_->raise();
