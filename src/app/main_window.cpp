@@ -472,6 +472,7 @@ void MainWindow::resizeEvent(QResizeEvent* e) {
         v.WindowWidth.set(columns_.twips(width()));
     if (nwc_ && pixelHeight() != height()) v.WindowHeight.set(height() * 15.0);
     QWidget::resizeEvent(e);
+    if (isVisible()) v.FrameRight = (frameGeometry().right() + 1) * 15.0;
     if (nwc_) layoutAreas();
 }
 
@@ -546,6 +547,7 @@ void MainWindow::changeEvent(QEvent* e) {
 // File "Save" writes where the window stands now.
 void MainWindow::moveEvent(QMoveEvent* e) {
     s_.velmor.WindowTop = y() * 15.0;
+    s_.velmor.FrameRight = (frameGeometry().right() + 1) * 15.0;
     QWidget::moveEvent(e);
 }
 

@@ -65,7 +65,8 @@ TwipRect sheetOnePlace(const Session& s, bool placeFileRead, const TwipRect& scr
     if (placeFileRead) {
         r = {s.adobeF.Left, s.adobeF.Top, v.PDFWidth.value(), v.PDFHeight.value()};
     } else {
-        r.left = v.WindowLeft + v.WindowWidth.get() + kFrameGap;
+        r.left =
+            v.FrameRight > 0 ? v.FrameRight + 15 : v.WindowLeft + v.WindowWidth.get() + kFrameGap;
         r.width = std::min(r.width, screen.right() - r.left);
     }
     return fitInto(r, screen);

@@ -371,11 +371,14 @@ void SheetWindow::placeOnScreen(bool placeFileRead) {
     const TwipRect r = sheetOnePlace(s_, placeFileRead, avail);
     setOuterPlace(r);
     // Once framed, the frame is taken off the size so that all of the
-    // window stays on the screen.
-    QTimer::singleShot(300, this, [this, avail] {
+    // window stays on the screen; beside the main window, whose frame is
+    // known by now.
+    QTimer::singleShot(300, this, [this, avail, placeFileRead] {
         if (QScreen* now = screen()) {
-            const TwipRect framed = twipsOf(frameGeometry());
-            setOuterPlace(fitInto(framed, twipsOf(now->availableGeometry())));
+            const TwipRect room = twipsOf(now->availableGeometry());
+            const TwipRect want =
+                placeFileRead ? twipsOf(frameGeometry()) : sheetOnePlace(s_, false, room);
+            setOuterPlace(fitInto(want, room));
         } else {
             setOuterPlace(avail);
         }

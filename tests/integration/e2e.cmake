@@ -13,3 +13,8 @@ mv_e2e(sync_two_programs 150)
 mv_e2e(library_driver 60)
 mv_e2e(two_screens 120)
 mv_e2e(no_libmpv 60)
+# The windows on a laptop's screen; the screenshots stay in build/screens.
+add_test(NAME e2e_window_fit COMMAND ${CMAKE_CURRENT_LIST_DIR}/e2e/window_fit.sh
+                                     $<TARGET_FILE:mellivane> ${CMAKE_BINARY_DIR}/screens)
+set_tests_properties(e2e_window_fit PROPERTIES LABELS integration TIMEOUT 120 RUN_SERIAL TRUE
+                     SKIP_RETURN_CODE 77)
