@@ -13,6 +13,7 @@
 #include <QMouseEvent>
 #include <QPushButton>
 #include <QScreen>
+#include <QTimer>
 #include <QTouchEvent>
 #include <algorithm>
 
@@ -85,6 +86,13 @@ void ButtonPanel::layOut() {
     }
     setFixedSize(vertical ? column : px(l.width) + grow, px(l.height));
     placeOnScreen();
+}
+
+void ButtonPanel::showEvent(QShowEvent* e) {
+    QWidget::showEvent(e);
+    // The window manager's frame is known a moment after the showing: the
+    // place is taken again with it.
+    QTimer::singleShot(300, this, [this] { placeOnScreen(); });
 }
 
 void ButtonPanel::placeOnScreen() {

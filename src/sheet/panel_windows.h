@@ -36,6 +36,7 @@ class ButtonPanel : public QWidget {
 
   protected:
     bool eventFilter(QObject* watched, QEvent* e) override;
+    void showEvent(QShowEvent* e) override;
 
   private:
     void layOut();
