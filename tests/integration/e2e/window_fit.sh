@@ -8,6 +8,11 @@ source "$(dirname "$0")/lib.sh"
 shots=${2:-$work/shots}
 mkdir -p "$shots"
 rm -f "$shots"/*.png
+# A copy of the demo songs: leaving edit mode writes the map.
+src=$(cd "$(dirname "$0")/../../.." && pwd)/demo
+mkdir -p "$work/songs" "$work/songs-2"
+cp "$src"/songs/* "$work/songs/"
+cp "$src"/songs-2/* "$work/songs-2/"
 
 # Each state: its name, the actions that lead to it; then every shown
 # window is checked and the screen taken.
@@ -26,6 +31,9 @@ states=(
 )
 {
   echo "wait 1500"
+  echo "type Velmor.Text1 $work/songs"
+  echo "type Velmor.Text7 $work/songs-2"
+  echo "click Velmor.Command2"
   for st in "${states[@]}"; do
     name=${st%%|*}
     IFS=';' read -ra steps <<< "${st#*|}"
@@ -47,7 +55,7 @@ for _ in $(seq 100); do
   xprop -root _NET_SUPPORTING_WM_CHECK 2>/dev/null | grep -q 'window id' && break
   sleep 0.05
 done
-"$bin" --audio null --demo --config-dir "$cfg" --script "$script" 2> >(grep -v XDG_RUNTIME_DIR >&2)
+"$bin" --audio null --config-dir "$cfg" --script "$script" 2> >(grep -v XDG_RUNTIME_DIR >&2)
 INNER
 status=0
 xvfb-run -a -s "-screen 0 1366x768x24" bash "$work/desktop.sh" "$bin" "$work/config" \
