@@ -392,9 +392,17 @@ void MainWindow::measureColumns() {
     columns_.small =
         std::max({px(kSmall), head_->minimumSizeHint().width(), foot_->minimumSizeHint().width(),
                   layout()->menuBar()->sizeHint().width()});
-    columns_.setup = std::max(px(kSetupRight - kSmall),
-                              scroll->widget()->minimumSizeHint().width() + scrollBar + frame);
-    columns_.nwc = std::max(px(kNwcRight - kSetupRight), nwc_->minimumSizeHint().width());
+    // Each column at least as wide as its controls need; as wide as its
+    // twips say while the screen has room for that.
+    const int room =
+        screen() ? screen()->availableGeometry().width() - (frameGeometry().width() - width())
+                 : 1 << 20;
+    const int setupNeeds = scroll->widget()->minimumSizeHint().width() + scrollBar + frame;
+    columns_.setup =
+        std::max(setupNeeds, std::min(px(kSetupRight - kSmall), room - columns_.small));
+    columns_.nwc =
+        std::max(nwc_->minimumSizeHint().width(),
+                 std::min(px(kNwcRight - kSetupRight), room - columns_.small - columns_.setup));
     footHeight_ = foot_->minimumSizeHint().height();
     headHeight_ = head_->minimumSizeHint().height();
     setMinimumWidth(columns_.small);

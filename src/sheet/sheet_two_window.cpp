@@ -1,5 +1,6 @@
 #include "sheet/sheet_two_window.h"
 
+#include "core/fit_check.h"
 #include "core/messages.h"
 #include "core/qt_bind.h"
 #include "core/session_state.h"
@@ -147,18 +148,20 @@ void SheetTwoWindow::layoutStrip() {
     const SheetTwoState& w = s_.adobeF2;
     // The strip moves left when the window is narrower than the map's
     // strip place needs: it stays whole inside the window.
+    // Labels and buttons as wide as their captions, at least 1200 twips.
+    auto widthOf = [this](int i) {
+        const bool wide = qobject_cast<QLabel*>(strip_[i]) || qobject_cast<QPushButton*>(strip_[i]);
+        if (strip_[i] == vscroll2_) return 255.0;
+        return wide ? std::max(1200.0, captionWidth(strip_[i]) * 15.0) : 735.0;
+    };
     double extent = 255;
-    for (const auto& [dx, top] : stripPlace_)
-        extent = std::max(extent, dx + 1200);
+    for (int i = 0; i < strip_.size(); ++i)
+        extent = std::max(extent, stripPlace_[i].first + widthOf(i));
     const double L = std::max(1000.0, std::min(w.VScroll1Left.get(), width() * 15.0 - extent));
     placeTwips(vscroll1_, L, w.VScroll1Top.get(), 240, w.VScroll1Height.get());
     for (int i = 0; i < strip_.size(); ++i) {
-        const bool wide = qobject_cast<QLabel*>(strip_[i]) || qobject_cast<QPushButton*>(strip_[i]);
         const bool bar = strip_[i] == vscroll2_;
-        placeTwips(strip_[i], L + stripPlace_[i].first, stripPlace_[i].second,
-                   bar    ? 255
-                   : wide ? 1200
-                          : 735,
+        placeTwips(strip_[i], L + stripPlace_[i].first, stripPlace_[i].second, widthOf(i),
                    bar ? 3495 : 315);
         strip_[i]->raise();
     }
