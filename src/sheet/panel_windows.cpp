@@ -95,6 +95,15 @@ void ButtonPanel::showEvent(QShowEvent* e) {
     QTimer::singleShot(300, this, [this] { placeOnScreen(); });
 }
 
+// A frame that arrives late (a busy window manager) may push the panel past
+// the screen's edge: it is placed again then.
+void ButtonPanel::moveEvent(QMoveEvent* e) {
+    QWidget::moveEvent(e);
+    const QScreen* sc = screen();
+    if (isVisible() && sc && !sc->availableGeometry().contains(frameGeometry()))
+        QTimer::singleShot(0, this, [this] { placeOnScreen(); });
+}
+
 void ButtonPanel::placeOnScreen() {
     // Inside the free part of the screen its sheet window stands on; a
     // place on no screen goes to that screen's top left.

@@ -37,6 +37,7 @@ class ButtonPanel : public QWidget {
   protected:
     bool eventFilter(QObject* watched, QEvent* e) override;
     void showEvent(QShowEvent* e) override;
+    void moveEvent(QMoveEvent* e) override;
 
   private:
     void layOut();
