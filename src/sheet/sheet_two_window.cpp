@@ -217,6 +217,17 @@ void SheetTwoWindow::moveEvent(QMoveEvent* e) {
         s_.adobeF2.Top = y() * 15.0;
     }
     QWidget::moveEvent(e);
+    // A frame that arrives late (a busy window manager) may push the window
+    // past the screen's edge: it is fitted again then.
+    const QScreen* sc = windowHandle() ? windowHandle()->screen() : screen();
+    if (isVisible() && !isFullScreen() && sc && !sc->availableGeometry().contains(frameGeometry()))
+        QTimer::singleShot(0, this, [this] {
+            const QScreen* now = windowHandle() ? windowHandle()->screen() : screen();
+            if (!now || isFullScreen()) return;
+            refitting_ = true;
+            setOuterPlace(fitInto(twipsOf(frameGeometry()), twipsOf(now->availableGeometry())));
+            refitting_ = false;
+        });
 }
 
 // The height "AdobeF2.ini" judges the top by: the window as it stands.
