@@ -211,6 +211,23 @@ void SheetTwoWindow::closeEvent(QCloseEvent* e) {
     QWidget::closeEvent(e);
 }
 
+void SheetTwoWindow::showEvent(QShowEvent* e) {
+    QWidget::showEvent(e);
+    // The frame is known a moment after the showing; a window placed
+    // before it is fitted again with it.
+    QTimer::singleShot(300, this, [this] { refitFrame(); });
+}
+
+void SheetTwoWindow::refitFrame() {
+    const QScreen* now = windowHandle() ? windowHandle()->screen() : screen();
+    if (!now || isFullScreen() || !isVisible()) return;
+    const QRect avail = now->availableGeometry();
+    if (avail.contains(frameGeometry())) return;
+    refitting_ = true;
+    setOuterPlace(fitInto(twipsOf(frameGeometry()), twipsOf(avail)));
+    refitting_ = false;
+}
+
 void SheetTwoWindow::moveEvent(QMoveEvent* e) {
     if (!isFullScreen()) {
         s_.adobeF2.Left = x() * 15.0;
@@ -221,13 +238,7 @@ void SheetTwoWindow::moveEvent(QMoveEvent* e) {
     // past the screen's edge: it is fitted again then.
     const QScreen* sc = windowHandle() ? windowHandle()->screen() : screen();
     if (isVisible() && !isFullScreen() && sc && !sc->availableGeometry().contains(frameGeometry()))
-        QTimer::singleShot(0, this, [this] {
-            const QScreen* now = windowHandle() ? windowHandle()->screen() : screen();
-            if (!now || isFullScreen()) return;
-            refitting_ = true;
-            setOuterPlace(fitInto(twipsOf(frameGeometry()), twipsOf(now->availableGeometry())));
-            refitting_ = false;
-        });
+        QTimer::singleShot(0, this, [this] { refitFrame(); });
 }
 
 // The height "AdobeF2.ini" judges the top by: the window as it stands.

@@ -55,6 +55,7 @@ class SheetTwoWindow : public QWidget {
   protected:
     void closeEvent(QCloseEvent* e) override;
     void moveEvent(QMoveEvent* e) override;
+    void showEvent(QShowEvent* e) override;
     void resizeEvent(QResizeEvent* e) override;
     void keyPressEvent(QKeyEvent* e) override;
     void mousePressEvent(QMouseEvent* e) override;
@@ -67,6 +68,8 @@ class SheetTwoWindow : public QWidget {
     void fitIntoScreen(QScreen* sc);
     // Moves and sizes the window so that its frame covers `r`.
     void setOuterPlace(const TwipRect& r);
+    // Fits the frame into its screen's free part when it lies outside.
+    void refitFrame();
     void screenRemoved(QScreen* sc);
     void screenAdded(QScreen* sc);
     void guarded(const std::function<void()>& handler);
