@@ -1,5 +1,7 @@
 #include "app/action_script.h"
 
+#include "core/fit_check.h"
+
 #include "core/window_registry.h"
 
 #include <QAbstractButton>
@@ -386,6 +388,13 @@ void ActionScript::runLine(const QString& line) {
     if (verb == u"check" || verb == u"checkvisible" || verb == u"checkvalue") {
         const QString why = probe(a, rest);
         if (!why.isEmpty()) fail(why);
+        return;
+    }
+    if (verb == u"checkfit") {
+        // A window not loaded or hidden has nothing to cut; the check does
+        // not load it.  Fails with each control that is cut, by name and how.
+        for (const QString& fault : fitProblems(windows_.find(a.value(1).section(u'.', 0, 0))))
+            fail("checkfit " + fault);
         return;
     }
     QWidget* w = control(a.value(1));

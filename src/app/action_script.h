@@ -56,6 +56,10 @@
 //   waitfor ms check...            holds the script until the check (check,
 //                                  checkvisible or checkvalue) passes, a
 //                                  failure after ms
+//   checkfit W                     the window fits its screen and every visible
+//                                  control's caption is whole (one failure per
+//                                  control that is cut, naming what is cut); a
+//                                  window not loaded or hidden passes, unloaded
 //   checkgeom W.C x y              the control's position in the window, pixels
 //   checkexists path yes|no        the file exists
 //   checkfile path expected        the two files hold the same bytes

@@ -28,17 +28,20 @@
 #include <QMouseEvent>
 #include <QMoveEvent>
 #include <QPushButton>
+#include <QRadioButton>
+#include <QScreen>
 #include <QScrollArea>
+#include <QScrollBar>
 #include <QSlider>
 #include <QVBoxLayout>
+#include <algorithm>
+#include <tuple>
 
 namespace mv {
 
 namespace {
 
-// The columns of the window, in twips: the small window, the setup panel's
-// right edge, the notation viewer's fields' right edge.
-constexpr double kSmall = 4785, kSetupRight = 9950, kNwcRight = 16000;
+constexpr double kSmall = kSmallWidth;
 
 QLabel* heading(const QString& text, QWidget* parent) {
     auto* l = new QLabel(text, parent);
@@ -92,7 +95,6 @@ MainWindow::MainWindow(Session& s, MediaPlayer& player, QWidget* parent) : QWidg
              &v.WindowWidth, &v.WindowHeight, &v.File1Width, &v.File1Top, &v.File1Height,
              &v.File1FontSize, &v.NWCFieldsVisible, &v.ZM})
         subs_.push_back(n->subscribe([this] { layoutAreas(); }));
-    resize(px(v.WindowWidth.get()), px(v.WindowHeight.get()));
     layoutAreas();
 }
 
@@ -319,8 +321,19 @@ QWidget* MainWindow::buildSetup() {
     addCheck(form, "NoPDFAdj", QStringLiteral("No 2nd PDF Adjustment"), v.NoPDFAdj);
     addCheck(form, "NoCursor", QStringLiteral("No Cursor"), v.NoCursor);
     addCheck(form, "NoScroll", QStringLiteral("No Scroll"), v.NoScroll);
-    addCheck(form, "Scrn0", QStringLiteral("Scrn1"), v.Scrn0);
-    addCheck(form, "Scrn1", QStringLiteral("Scrn 2"), v.Scrn1);
+    // Which sheet window takes the focus at a play's start: option buttons,
+    // one or the other (the logic turns the other off), or neither.
+    auto* screens = new QHBoxLayout;
+    for (auto [name, caption, c] :
+         {std::tuple{"Scrn0", "Scrn1", &v.Scrn0}, std::tuple{"Scrn1", "Scrn 2", &v.Scrn1}}) {
+        auto* b = new QRadioButton(QString::fromLatin1(caption), panel);
+        b->setObjectName(QString::fromLatin1(name));
+        b->setAutoExclusive(false); // both off is a state of its own
+        subs_.push_back(bindCheckBox(*c, b, &s_.messages));
+        screens->addWidget(b);
+    }
+    screens->addStretch(1);
+    form->addRow(QString(), screens);
     section(QStringLiteral("Buttons"));
     addCheck(form, "ShowB", QStringLiteral("Show Horizontal Buttons"), v.ShowB);
     addCheck(form, "ShowVB", QStringLiteral("Show Vertical Buttons"), v.ShowVB);
@@ -382,34 +395,102 @@ QWidget* MainWindow::buildNwcFields() {
     return box;
 }
 
+void MainWindow::measureColumns() {
+    auto* scroll = static_cast<QScrollArea*>(setup_);
+    const int scrollBar = scroll->verticalScrollBar()->sizeHint().width();
+    const int frame = 2 * scroll->frameWidth();
+    columns_.small =
+        std::max({px(kSmall), head_->minimumSizeHint().width(), foot_->minimumSizeHint().width(),
+                  layout()->menuBar()->sizeHint().width()});
+    // Each column at least as wide as its controls need; as wide as its
+    // twips say while the screen has room for that.
+    const int room =
+        screen() ? screen()->availableGeometry().width() - (frameGeometry().width() - width())
+                 : 1 << 20;
+    const int setupNeeds = scroll->widget()->minimumSizeHint().width() + scrollBar + frame;
+    columns_.setup =
+        std::max(setupNeeds, std::min(px(kSetupRight - kSmall), room - columns_.small));
+    columns_.nwc =
+        std::max(nwc_->minimumSizeHint().width(),
+                 std::min(px(kNwcRight - kSetupRight), room - columns_.small - columns_.setup));
+    footHeight_ = foot_->minimumSizeHint().height();
+    headHeight_ = head_->minimumSizeHint().height();
+    setMinimumWidth(columns_.small);
+}
+
+int MainWindow::pixelHeight() const {
+    // The list keeps room for a few entries between the player and the
+    // buttons, at the list's font.
+    const int menu = layout()->menuBar()->sizeHint().height();
+    const int listMin = 4 * file1_->fontMetrics().height() + 8;
+    return std::max(px(s_.velmor.WindowHeight.get()), menu + headHeight_ + listMin + footHeight_);
+}
+
 void MainWindow::layoutAreas() {
     const VelmorState& v = s_.velmor;
     const bool large = v.ZM.text() == u"-Zoom";
-    if (px(v.WindowWidth.get()) != width() || px(v.WindowHeight.get()) != height())
-        resize(px(v.WindowWidth.get()), px(v.WindowHeight.get()));
-    const int h = body_->height();
-    head_->setGeometry(0, 0, px(kSmall), px(v.File1Top.get() > 0 ? v.File1Top.get() : 920));
     QFont f = file1_->font();
     f.setPointSize(v.File1FontSize.get());
     file1_->setFont(f);
-    file1_->setGeometry(large ? 0 : 8, px(v.File1Top.get()), px(v.File1Width.get()),
-                        std::min(px(v.File1Height.get()), h - px(v.File1Top.get())));
+    measureColumns();
+    const int wantW = columns_.pixels(v.WindowWidth.get()), wantH = pixelHeight();
+    if (wantW != width() || wantH != height()) {
+        const bool grows = wantW > width();
+        resize(wantW, wantH);
+        keepOnScreen(grows);
+    }
+    const int h = body_->height(), small = columns_.small;
+    const int headH = std::max(headHeight_, px(v.File1Top.get() > 0 ? v.File1Top.get() : 920));
+    head_->setGeometry(0, 0, small, headH);
+    if (large) {
+        file1_->setGeometry(0, 0, std::min(columns_.pixels(v.File1Width.get()), body_->width()),
+                            std::min(px(v.File1Height.get()), h));
+    } else {
+        // The list between the player and the buttons; the buttons keep
+        // the room they need.
+        const int listH =
+            std::max(0, std::min(px(v.File1Height.get()), h - headH - footHeight_ - 4));
+        file1_->setGeometry(8, headH, small - 16, listH);
+    }
     const int footTop = file1_->geometry().bottom() + 4;
-    foot_->setGeometry(0, footTop, px(kSmall), std::max(0, h - footTop));
-    setup_->setGeometry(px(kSmall), 0, px(kSetupRight - kSmall), h);
-    nwc_->setGeometry(px(kSetupRight), 0, px(kNwcRight - kSetupRight), h);
+    foot_->setGeometry(0, footTop, small, std::max(0, h - footTop));
+    setup_->setGeometry(small, 0, columns_.setup, h);
+    nwc_->setGeometry(small + columns_.setup, 0, columns_.nwc, h);
     head_->setVisible(!large);
     foot_->setVisible(!large);
-    setup_->setVisible(!large);
+    setup_->setVisible(!large && width() > small);
     nwc_->setVisible(!large && v.NWCFieldsVisible.get());
+}
+
+void MainWindow::keepOnScreen(bool grew) {
+    if (!isVisible()) return;
+    const QScreen* sc = screen();
+    if (sc) {
+        // The frame stays inside the free part of the screen: a window that
+        // grows past its right edge moves left.
+        const QRect avail = sc->availableGeometry();
+        const QRect frame = frameGeometry();
+        const int dx = std::min(0, avail.right() - frame.right());
+        const int dy = std::min(0, avail.bottom() - frame.bottom());
+        if (dx || dy)
+            move(std::max(avail.left(), frame.left() + dx),
+                 std::max(avail.top(), frame.top() + dy));
+    }
+    // A window that grows shows what it grew for: in front of the sheet.
+    if (grew) {
+        raise();
+        activateWindow();
+    }
 }
 
 void MainWindow::resizeEvent(QResizeEvent* e) {
     // A size given by the frame counts as the window's size.
     VelmorState& v = s_.velmor;
-    if (px(v.WindowWidth.get()) != width()) v.WindowWidth.set(width() * 15.0);
-    if (px(v.WindowHeight.get()) != height()) v.WindowHeight.set(height() * 15.0);
+    if (nwc_ && columns_.pixels(v.WindowWidth.get()) != width())
+        v.WindowWidth.set(columns_.twips(width()));
+    if (nwc_ && pixelHeight() != height()) v.WindowHeight.set(height() * 15.0);
     QWidget::resizeEvent(e);
+    if (isVisible()) v.FrameRight = (frameGeometry().right() + 1) * 15.0;
     if (nwc_) layoutAreas();
 }
 
@@ -492,6 +573,7 @@ void MainWindow::moveEvent(QMoveEvent* e) {
         if (y() != int(v.WindowTop / 15)) v.WindowTop = y() * 15.0;
         if (x() != int(v.WindowLeft / 15)) v.WindowLeft = x() * 15.0;
     }
+    v.FrameRight = (frameGeometry().right() + 1) * 15.0;
     QWidget::moveEvent(e);
 }
 

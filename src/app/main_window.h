@@ -8,6 +8,7 @@
 // viewer's fields too.  The large list of "Zoom" fills the window.
 
 #include "core/observable.h"
+#include "core/setup_screen.h"
 
 #include <QWidget>
 #include <functional>
@@ -56,6 +57,14 @@ class MainWindow : public QWidget {
     void fillList();
     // Places the areas for the window's size and the list's place (twips).
     void layoutAreas();
+    // The columns' widths and the fixed heights at the present fonts.
+    void measureColumns();
+    // The window's height: the setup's, or what the player, a few list
+    // entries and the buttons need when that is more.
+    int pixelHeight() const;
+    // Moves the frame back inside the screen's free part; a window that
+    // grew comes to the front.
+    void keepOnScreen(bool grew);
     // A page key of the window, also while the list has the focus.
     bool pageKey(QKeyEvent* e);
     // Every handler of a user event runs under the last guard (runGuarded).
@@ -68,6 +77,8 @@ class MainWindow : public QWidget {
     QWidget* foot_ = nullptr;  // speed, pitch and the buttons
     QWidget* setup_ = nullptr; // the setup panel
     QWidget* nwc_ = nullptr;   // the notation viewer's fields
+    WindowColumns columns_;
+    int footHeight_ = 0, headHeight_ = 0;
     std::vector<Subscription> subs_;
 };
 

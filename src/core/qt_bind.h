@@ -34,9 +34,9 @@ inline Subscription bindLineEdit(Field& f, QLineEdit* e, Messages* guard = nullp
     return f.subscribe(show);
 }
 
-inline Subscription bindCheckBox(CheckBox& c, QCheckBox* b, Messages* guard = nullptr) {
+inline Subscription bindCheckBox(CheckBox& c, QAbstractButton* b, Messages* guard = nullptr) {
     b->setChecked(c.get() == 1);
-    QObject::connect(b, &QCheckBox::toggled, b, [&c, guard](bool on) {
+    QObject::connect(b, &QAbstractButton::toggled, b, [&c, guard](bool on) {
         if (guard)
             runGuarded(*guard, [&] { c.set(on ? 1 : 0); });
         else

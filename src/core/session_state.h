@@ -136,6 +136,9 @@ struct VelmorState {
     // The window's place on the screen, in twips (kept by the window), and
     // its size, which the setup and the large list change.
     double WindowTop = 0, WindowLeft = 1;
+    // The right edge of the main window's frame on the screen as it stands
+    // (its columns may be wider than WindowWidth); 0 while unknown.
+    double FrameRight = 0;
     Prop<double> WindowWidth{4785}, WindowHeight{7065};
     // The list File1's place in the window (twips) and its font size: the
     // large list of the "Zoom" menu fills the window.

@@ -7,7 +7,7 @@ namespace mv {
 
 namespace {
 
-constexpr double kSmallWidth = 4785, kSmallHeight = 7065;
+constexpr double kSmallHeight = 7065;
 
 void run(const std::function<void()>& hook) {
     if (hook) hook();
@@ -31,6 +31,31 @@ void installSetupScreen(Session& s) {
     v.ShowB.always([&s] { run(s.ShowB_Click); });
     v.ShowVB.always([&s] { run(s.ShowVB_Click); });
     v.FootControl.always([&s] { run(s.FootControl_Click); });
+    // "Scrn1" and "Scrn 2" are option buttons: one or the other, or neither.
+    v.Scrn0.always([&v] {
+        if (v.Scrn0.get() == 1) v.Scrn1.set(0);
+    });
+    v.Scrn1.always([&v] {
+        if (v.Scrn1.get() == 1) v.Scrn0.set(0);
+    });
+}
+
+int WindowColumns::pixels(double twips) const {
+    const double setupShare = (twips - kSmallWidth) / (kSetupRight - kSmallWidth);
+    const double nwcShare = (twips - kSetupRight) / (kNwcRight - kSetupRight);
+    if (twips <= kSmallWidth) return small;
+    if (twips <= kSetupRight) return small + static_cast<int>(setupShare * setup + 0.5);
+    if (twips <= kNwcRight) return small + setup + static_cast<int>(nwcShare * nwc + 0.5);
+    return small + setup + nwc + static_cast<int>((twips - kNwcRight) / 15 + 0.5);
+}
+
+double WindowColumns::twips(int pixels) const {
+    if (pixels <= small) return kSmallWidth;
+    if (pixels <= small + setup)
+        return kSmallWidth + double(pixels - small) / setup * (kSetupRight - kSmallWidth);
+    if (pixels <= small + setup + nwc)
+        return kSetupRight + double(pixels - small - setup) / nwc * (kNwcRight - kSetupRight);
+    return kNwcRight + (pixels - small - setup - nwc) * 15.0;
 }
 
 void SS_Click(Session& s) {

@@ -19,6 +19,26 @@ struct Session;
 // ShowB, ShowVB, FootControl).  Call once.
 void installSetupScreen(Session& s);
 
+// The window's columns as widths in twips: the small window, the setup
+// panel's right edge, the notation viewer's fields' right edge.
+constexpr double kSmallWidth = 4785, kSetupRight = 9950, kNwcRight = 16000;
+
+// The main window's three columns in pixels, each as wide as its controls
+// need at the present font and at least its width in twips.  The window's
+// width in twips (WindowWidth) maps onto them column by column, so that the
+// setup logic keeps comparing the widths it knows (8750, 10990) while each
+// column is wide enough for its captions.  A width below the small column
+// is the small column: the list and its buttons always show whole.
+struct WindowColumns {
+    int small = 319, setup = 344, nwc = 403;
+    // The window's width in pixels for a width in twips.
+    int pixels(double twips) const;
+    // The inverse, for a width the frame gave: a width inside a column is
+    // the same share of that column in twips; from kNwcRight on 15 twips a
+    // pixel.
+    double twips(int pixels) const;
+};
+
 // SS "Setup": back to the small list first, then the panel opens or closes.
 void SS_Click(Session& s);
 // Label20, the empty label: the notation viewer's fields and back.

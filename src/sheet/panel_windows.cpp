@@ -5,12 +5,17 @@
 #include "core/session_state.h"
 #include "sheet/panels.h"
 #include "sheet/pedal_keys.h"
+#include "sheet/sheet_geometry.h"
 #include "sheet/sheet_widgets.h"
 
+#include <QGuiApplication>
 #include <QKeyEvent>
 #include <QMouseEvent>
 #include <QPushButton>
+#include <QScreen>
+#include <QTimer>
 #include <QTouchEvent>
+#include <algorithm>
 
 namespace mv {
 
@@ -45,7 +50,7 @@ ButtonPanel::ButtonPanel(Session& s, QWidget* parent) : QWidget(parent), s_(s) {
     subs_.push_back(b.Command6.subscribe(
         [this, &b] { button(QStringLiteral("Command6"))->setText(b.Command6.text()); }));
     subs_.push_back(b.Vertical.subscribe([this] { layOut(); }));
-    auto place = [this, &b] { move(px(b.Left.get()), px(b.Top.get())); };
+    auto place = [this] { placeOnScreen(); };
     subs_.push_back(b.Left.subscribe(place));
     subs_.push_back(b.Top.subscribe(place));
     layOut();
@@ -67,10 +72,57 @@ void ButtonPanel::guarded(const std::function<void()>& handler) {
 }
 
 void ButtonPanel::layOut() {
-    const PanelLayout& l = panelLayout(s_.bControl.Vertical.get());
-    for (const PanelLayout::Place& p : l.buttons)
-        placeTwips(button(QString::fromLatin1(p.name)), p.left, p.top, p.width, p.height);
-    setFixedSize(px(l.width), px(l.height));
+    const bool vertical = s_.bControl.Vertical.get();
+    const PanelLayout& l = panelLayout(vertical);
+    // Each button at least as wide as its caption: in the row the buttons
+    // right of a wider one move along; the column widens to its widest.
+    int grow = 0, column = px(l.width);
+    for (const PanelLayout::Place& p : l.buttons) {
+        QPushButton* b = button(QString::fromLatin1(p.name));
+        const int w = std::max(px(p.width), b->sizeHint().width());
+        b->setGeometry(px(p.left) + (vertical ? 0 : grow), px(p.top), w, px(p.height));
+        if (!vertical) grow += w - px(p.width);
+        column = std::max(column, w);
+    }
+    setFixedSize(vertical ? column : px(l.width) + grow, px(l.height));
+    placeOnScreen();
+}
+
+void ButtonPanel::showEvent(QShowEvent* e) {
+    QWidget::showEvent(e);
+    // The window manager's frame is known a moment after the showing: the
+    // place is taken again with it.
+    QTimer::singleShot(300, this, [this] { placeOnScreen(); });
+}
+
+// A frame that arrives late (a busy window manager) may push the panel past
+// the screen's edge: it is placed again then.
+void ButtonPanel::moveEvent(QMoveEvent* e) {
+    QWidget::moveEvent(e);
+    const QScreen* sc = screen();
+    if (isVisible() && sc && !sc->availableGeometry().contains(frameGeometry()))
+        QTimer::singleShot(0, this, [this] { placeOnScreen(); });
+}
+
+void ButtonPanel::placeOnScreen() {
+    // Inside the free part of the screen its sheet window stands on; a
+    // place on no screen goes to that screen's top left.
+    const BControlState& b = s_.bControl;
+    std::vector<TwipRect> screens;
+    for (const QScreen* sc : QGuiApplication::screens())
+        screens.push_back(twipsOf(sc->availableGeometry()));
+    const QSize frame = frameGeometry().size().expandedTo(size());
+    const TwipRect want{b.Left.get(), b.Top.get(), frame.width() * 15.0, frame.height() * 15.0};
+    const double sheetLeft = s_.adobeF.Left, sheetTop = s_.adobeF.Top;
+    TwipRect home{};
+    for (const TwipRect& sc : screens)
+        if (sheetLeft >= sc.left && sheetLeft < sc.right() && sheetTop >= sc.top &&
+            sheetTop < sc.bottom())
+            home = sc;
+    const TwipRect r = home.width > 0
+                           ? fitInto(want, home)
+                           : placeOnScreens(want, screens, {0, 0, want.width, want.height});
+    move(px(r.left), px(r.top));
 }
 
 void ButtonPanel::clicked(const QString& name) {

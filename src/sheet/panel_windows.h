@@ -36,9 +36,14 @@ class ButtonPanel : public QWidget {
 
   protected:
     bool eventFilter(QObject* watched, QEvent* e) override;
+    void showEvent(QShowEvent* e) override;
+    void moveEvent(QMoveEvent* e) override;
 
   private:
     void layOut();
+    // Moves the panel to its place (BControl Left/Top), kept inside the
+    // free part of the screen of sheet window 1.
+    void placeOnScreen();
     void clicked(const QString& name);
     void guarded(const std::function<void()>& handler);
 

@@ -22,13 +22,51 @@ TwipRect fitInto(TwipRect r, const TwipRect& screen) {
     return r;
 }
 
+TwipRect placeOnScreens(TwipRect want, const std::vector<TwipRect>& screens,
+                        const TwipRect& fallback) {
+    if (screens.empty()) return want;
+    const TwipRect* best = nullptr;
+    double bestArea = 0;
+    for (const TwipRect& sc : screens) {
+        const double w = std::min(want.right(), sc.right()) - std::max(want.left, sc.left);
+        const double h = std::min(want.bottom(), sc.bottom()) - std::max(want.top, sc.top);
+        if (w > 0 && h > 0 && w * h > bestArea) {
+            bestArea = w * h;
+            best = &sc;
+        }
+    }
+    if (best) return fitInto(want, *best);
+    // A fallback without a size keeps the wanted size.
+    TwipRect r = fallback;
+    if (r.width <= 0 || r.height <= 0) r.width = want.width, r.height = want.height;
+    return fitInto(r, screens.front());
+}
+
+TwipRect placeBeside(double width, double height, const TwipRect& screen,
+                     const std::vector<TwipRect>& taken, double minWidth, const TwipRect& cover) {
+    double leftEdge = screen.right(), rightEdge = screen.left;
+    for (const TwipRect& t : taken) {
+        leftEdge = std::min(leftEdge, std::max(t.left, screen.left));
+        rightEdge = std::max(rightEdge, std::min(t.right(), screen.right()));
+    }
+    if (taken.empty()) leftEdge = rightEdge = screen.left;
+    const double roomLeft = leftEdge - screen.left, roomRight = screen.right() - rightEdge;
+    const double room = std::max(roomLeft, roomRight);
+    if (room >= minWidth && room > 0) {
+        const double left = roomRight >= roomLeft ? rightEdge : screen.left;
+        return fitInto({left, screen.top, std::min(width, room), height}, screen);
+    }
+    return fitInto(cover, screen);
+}
+
 TwipRect sheetOnePlace(const Session& s, bool placeFileRead, const TwipRect& screen) {
     const VelmorState& v = s.velmor;
     TwipRect r{screen.left, 1, v.PDFWidth.value(), screen.height};
     if (placeFileRead) {
         r = {s.adobeF.Left, s.adobeF.Top, v.PDFWidth.value(), v.PDFHeight.value()};
     } else {
-        r.left = v.WindowLeft + v.WindowWidth.get() + kFrameGap;
+        r.left =
+            v.FrameRight > 0 ? v.FrameRight + 15 : v.WindowLeft + v.WindowWidth.get() + kFrameGap;
         r.width = std::min(r.width, screen.right() - r.left);
     }
     return fitInto(r, screen);

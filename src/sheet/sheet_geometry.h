@@ -5,6 +5,8 @@
 // window's own reactions (size from PDFHeight/PDFWidth, carrier from
 // PDFLeft) are in SheetWindow.
 
+#include <vector>
+
 namespace mv {
 
 struct Session;
@@ -18,6 +20,20 @@ struct TwipRect {
 
 // `r` made no larger than `screen` and moved inside it.
 TwipRect fitInto(TwipRect r, const TwipRect& screen);
+
+// `want` kept on the screens: fitted into the screen it overlaps most; when
+// it overlaps none (a place stored on a screen that is gone), `fallback`
+// (with `want`'s size when it has none) fitted into the first screen.  No screens: `want` as it is.
+TwipRect placeOnScreens(TwipRect want, const std::vector<TwipRect>& screens,
+                        const TwipRect& fallback);
+
+// Where a window of `width` x `height` opens on `screen` beside the windows
+// in `taken` (each clipped to the screen): the widest strip of the screen
+// left or right of all of them, when it is at least `minWidth` wide (the
+// window then takes at most its width); else over `cover`.  Fitted into
+// the screen in the end.
+TwipRect placeBeside(double width, double height, const TwipRect& screen,
+                     const std::vector<TwipRect>& taken, double minWidth, const TwipRect& cover);
 
 // Where sheet window 1 opens on `screen` (the part of the screen free of
 // panels).  Top 1 and the screen's height; with "AdobeFx.ini" read

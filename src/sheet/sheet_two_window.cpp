@@ -1,5 +1,6 @@
 #include "sheet/sheet_two_window.h"
 
+#include "core/fit_check.h"
 #include "core/messages.h"
 #include "core/qt_bind.h"
 #include "core/session_state.h"
@@ -16,7 +17,9 @@
 #include <QPushButton>
 #include <QScreen>
 #include <QScrollBar>
+#include <QTimer>
 #include <QWindow>
+#include <algorithm>
 
 namespace mv {
 
@@ -44,6 +47,7 @@ SheetTwoWindow::SheetTwoWindow(Session& s, QWidget* viewer, QWidget* parent)
 
     const SheetLayers layers = makeSheetLayers(this, viewer, w.Text11.text(), 5760, 1920);
     picture3_ = layers.picture3;
+    picture3_->setProperty("mvClipped", true); // the sheet: larger than its window
     acroPDF1_ = layers.acroPDF1;
     text11_ = layers.text11;
     subs_.push_back(w.Text11.subscribe([this, &w] { text11_->setText(w.Text11.text()); }));
@@ -146,16 +150,23 @@ void SheetTwoWindow::placeLayers() {
 }
 
 void SheetTwoWindow::layoutStrip() {
-    const double L = s_.adobeF2.VScroll1Left.get();
     const SheetTwoState& w = s_.adobeF2;
+    // The strip moves left when the window is narrower than the map's
+    // strip place needs: it stays whole inside the window.
+    // Labels and buttons as wide as their captions, at least 1200 twips.
+    auto widthOf = [this](int i) {
+        const bool wide = qobject_cast<QLabel*>(strip_[i]) || qobject_cast<QPushButton*>(strip_[i]);
+        if (strip_[i] == vscroll2_) return 255.0;
+        return wide ? std::max(1200.0, captionWidth(strip_[i]) * 15.0) : 735.0;
+    };
+    double extent = 255;
+    for (int i = 0; i < strip_.size(); ++i)
+        extent = std::max(extent, stripPlace_[i].first + widthOf(i));
+    const double L = std::max(1000.0, std::min(w.VScroll1Left.get(), width() * 15.0 - extent));
     placeTwips(vscroll1_, L, w.VScroll1Top.get(), 240, w.VScroll1Height.get());
     for (int i = 0; i < strip_.size(); ++i) {
-        const bool wide = qobject_cast<QLabel*>(strip_[i]) || qobject_cast<QPushButton*>(strip_[i]);
         const bool bar = strip_[i] == vscroll2_;
-        placeTwips(strip_[i], L + stripPlace_[i].first, stripPlace_[i].second,
-                   bar    ? 255
-                   : wide ? 1200
-                          : 735,
+        placeTwips(strip_[i], L + stripPlace_[i].first, stripPlace_[i].second, widthOf(i),
                    bar ? 3495 : 315);
         strip_[i]->raise();
     }
@@ -205,18 +216,41 @@ void SheetTwoWindow::closeEvent(QCloseEvent* e) {
     QWidget::closeEvent(e);
 }
 
+void SheetTwoWindow::showEvent(QShowEvent* e) {
+    QWidget::showEvent(e);
+    // The frame is known a moment after the showing; a window placed
+    // before it is fitted again with it.
+    QTimer::singleShot(300, this, [this] { refitFrame(); });
+}
+
+void SheetTwoWindow::refitFrame() {
+    const QScreen* now = windowHandle() ? windowHandle()->screen() : screen();
+    if (!now || isFullScreen() || !isVisible()) return;
+    const QRect avail = now->availableGeometry();
+    if (avail.contains(frameGeometry())) return;
+    refitting_ = true;
+    setOuterPlace(fitInto(twipsOf(frameGeometry()), twipsOf(avail)));
+    refitting_ = false;
+}
+
 void SheetTwoWindow::moveEvent(QMoveEvent* e) {
     if (!isFullScreen()) {
         s_.adobeF2.Left = x() * 15.0;
         s_.adobeF2.Top = y() * 15.0;
     }
     QWidget::moveEvent(e);
+    // A frame that arrives late (a busy window manager) may push the window
+    // past the screen's edge: it is fitted again then.
+    const QScreen* sc = windowHandle() ? windowHandle()->screen() : screen();
+    if (isVisible() && !isFullScreen() && sc && !sc->availableGeometry().contains(frameGeometry()))
+        QTimer::singleShot(0, this, [this] { refitFrame(); });
 }
 
 // The height "AdobeF2.ini" judges the top by: the window as it stands.
 void SheetTwoWindow::resizeEvent(QResizeEvent* e) {
     if (!isFullScreen()) s_.adobeF2.Height = frameGeometry().height() * 15.0;
     QWidget::resizeEvent(e);
+    if (!strip_.isEmpty()) layoutStrip();
 }
 
 int SheetTwoWindow::screenIndex() const {
@@ -224,12 +258,56 @@ int SheetTwoWindow::screenIndex() const {
     return sc ? int(QGuiApplication::screens().indexOf(sc)) : -1;
 }
 
-void SheetTwoWindow::fitIntoScreen(QScreen* sc) {
-    const SheetTwoState& w = s_.adobeF2;
-    const TwipRect want{w.Left, w.Top, width() * 15.0, height() * 15.0};
-    const TwipRect r = fitInto(want, twipsOf(sc->availableGeometry()));
+namespace {
+
+// The frame's share of a window: known once the window manager framed it;
+// before, room for a title bar.
+QSize frameShare(const QWidget* w) {
+    const QRect frame = w->frameGeometry();
+    const bool framed = w->isVisible() && frame.height() > w->height();
+    return framed ? frame.size() - w->size() : QSize(0, 30);
+}
+
+} // namespace
+
+void SheetTwoWindow::setOuterPlace(const TwipRect& r) {
+    const QSize share = frameShare(this);
     move(px(r.left), px(r.top));
-    resize(px(r.width), px(r.height));
+    resize(std::max(1, px(r.width) - share.width()), std::max(1, px(r.height) - share.height()));
+    // Once framed, the frame is taken off the size so that all of the
+    // window stays on the screen.
+    if (refitting_) return;
+    QTimer::singleShot(300, this, [this] {
+        const QScreen* sc = windowHandle() ? windowHandle()->screen() : screen();
+        if (!sc || isFullScreen()) return;
+        refitting_ = true;
+        setOuterPlace(fitInto(twipsOf(frameGeometry()), twipsOf(sc->availableGeometry())));
+        refitting_ = false;
+    });
+}
+
+void SheetTwoWindow::fitIntoScreen(QScreen* sc) {
+    // The stored place is the frame's; the whole frame stays on the screen.
+    const SheetTwoState& w = s_.adobeF2;
+    const QSize share = frameShare(this);
+    const TwipRect want{w.Left, w.Top, (width() + share.width()) * 15.0,
+                        (height() + share.height()) * 15.0};
+    setOuterPlace(fitInto(want, twipsOf(sc->availableGeometry())));
+}
+
+void SheetTwoWindow::standBeside(const std::vector<TwipRect>& taken, const TwipRect& cover) {
+    if (QGuiApplication::screens().size() != 1) return;
+    const TwipRect screen = twipsOf(QGuiApplication::primaryScreen()->availableGeometry());
+    const TwipRect now = twipsOf(frameGeometry());
+    const QSize share = frameShare(this);
+    const TwipRect here{now.left, now.top, (width() + share.width()) * 15.0,
+                        (height() + share.height()) * 15.0};
+    auto overlaps = [&here](const TwipRect& t) {
+        return std::min(here.right(), t.right()) > std::max(here.left, t.left) &&
+               std::min(here.bottom(), t.bottom()) > std::max(here.top, t.top);
+    };
+    if (std::none_of(taken.begin(), taken.end(), overlaps)) return;
+    setOuterPlace(placeBeside(here.width, screen.height, screen, taken, screen.width / 4, cover));
 }
 
 void SheetTwoWindow::placeOnScreen() {

@@ -14,6 +14,7 @@
 // it to the next monitor.
 
 #include "core/observable.h"
+#include "sheet/sheet_geometry.h"
 #include "sheet/sheet_two.h"
 
 #include <QWidget>
@@ -37,6 +38,11 @@ class SheetTwoWindow : public QWidget {
     // Puts the window on the remembered screen, at its remembered place
     // fitted into that screen.
     void placeOnScreen();
+    // With one screen: away from the windows in `taken` (their frames, in
+    // twips) when the stored place covers one of them, in the widest free
+    // strip beside them, else over `cover` (sheet window 1, whose window
+    // comes back when this one closes).
+    void standBeside(const std::vector<TwipRect>& taken, const TwipRect& cover);
     // Moves the window to screen `index` of the list (the user's choice:
     // it is remembered).
     void moveToScreen(int index);
@@ -49,6 +55,7 @@ class SheetTwoWindow : public QWidget {
   protected:
     void closeEvent(QCloseEvent* e) override;
     void moveEvent(QMoveEvent* e) override;
+    void showEvent(QShowEvent* e) override;
     void resizeEvent(QResizeEvent* e) override;
     void keyPressEvent(QKeyEvent* e) override;
     void mousePressEvent(QMouseEvent* e) override;
@@ -59,6 +66,10 @@ class SheetTwoWindow : public QWidget {
     void placeLayers();
     void placeCursor();
     void fitIntoScreen(QScreen* sc);
+    // Moves and sizes the window so that its frame covers `r`.
+    void setOuterPlace(const TwipRect& r);
+    // Fits the frame into its screen's free part when it lies outside.
+    void refitFrame();
     void screenRemoved(QScreen* sc);
     void screenAdded(QScreen* sc);
     void guarded(const std::function<void()>& handler);
@@ -72,6 +83,7 @@ class SheetTwoWindow : public QWidget {
     QWidget* picture1_;
     QList<QWidget*> strip_; // the strip's widgets and their offsets from the anchor
     std::vector<std::pair<double, double>> stripPlace_;
+    bool refitting_ = false; // the fit after framing places once
     std::vector<Subscription> subs_;
     ScreenRef remembered_;    // the screen the user put the window on
     bool systemMove_ = false; // the window follows a screen that went away

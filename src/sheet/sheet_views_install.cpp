@@ -1,5 +1,7 @@
 #include "sheet/sheet_views_install.h"
 
+#include "sheet/sheet_widgets.h"
+
 #include "core/messages.h"
 #include "core/session_state.h"
 #include "core/window_registry.h"
@@ -24,7 +26,7 @@ void showSheetTwo(Session& s, WindowRegistry& windows) {
 void installSheetViews(Session& s, WindowRegistry& windows, SheetViewHooks hooks) {
     installSheetTwo(s);
 
-    windows.define(QStringLiteral("AdobeF2"), [&s, hooks] {
+    windows.define(QStringLiteral("AdobeF2"), [&s, &windows, hooks] {
         PdfViewer* viewer = nullptr;
         QWidget* widget = hooks.makeViewer ? hooks.makeViewer(viewer) : nullptr;
         s.adobeF2.AcroPDF1 = viewer;
@@ -36,6 +38,17 @@ void installSheetViews(Session& s, WindowRegistry& windows, SheetViewHooks hooks
         });
         runGuarded(s.messages, [&] { openSheetTwo(s); });
         w->placeOnScreen();
+        // One screen: beside the main window and sheet window 1, else over
+        // the sheet window (closing this one shows it again).
+        std::vector<TwipRect> taken;
+        TwipRect cover{};
+        for (const char* name : {"Velmor", "AdobeF"})
+            if (QWidget* other = windows.find(QString::fromLatin1(name));
+                other && other->isVisible()) {
+                taken.push_back(twipsOf(other->frameGeometry()));
+                cover = taken.back();
+            }
+        if (!taken.empty()) w->standBeside(taken, cover);
         return w;
     });
     // "Load Sheet 2" (menu and button) is the notation mode's switch, which

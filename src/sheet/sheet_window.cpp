@@ -1,5 +1,6 @@
 #include "sheet/sheet_window.h"
 
+#include "core/fit_check.h"
 #include "core/qt_bind.h"
 #include "core/session_state.h"
 #include "core/settings_files.h"
@@ -235,7 +236,7 @@ SheetWindow::SheetWindow(Session& s, QWidget* viewer, QWidget* parent) : QWidget
     subs_.push_back(f.AcroPDF1Height.subscribe(
         [this, &f] { acroPDF1_->resize(acroPDF1_->width(), px(f.AcroPDF1Height.get())); }));
     auto placeBar = [this, &f] {
-        vscroll1_->setGeometry(px(f.VScroll1Left.get()), px(f.VScroll1Top.get()), px(240),
+        vscroll1_->setGeometry(px(stripLeft()), px(f.VScroll1Top.get()), px(240),
                                px(f.VScroll1Height.get()));
     };
     subs_.push_back(f.VScroll1Top.subscribe(placeBar));
@@ -250,6 +251,7 @@ SheetWindow::SheetWindow(Session& s, QWidget* viewer, QWidget* parent) : QWidget
     }));
 
     s.g.ButtonStripLeft = f.VScroll1Left.get();
+    picture3_->setProperty("mvClipped", true); // the sheet: larger than its window
     fitSize(s.velmor.PDFWidth.value(), s.velmor.PDFHeight.value());
     f.Width.set(s.velmor.PDFWidth.value());
     place(picture3_, 0, 0, 14310, 12455);
@@ -397,6 +399,7 @@ void SheetWindow::setOuterPlace(const TwipRect& r) {
     const int dh = framed ? frame.height() - height() : 30;
     move(px(r.left), px(r.top));
     resize(std::max(1, px(r.width) - dw), std::max(1, px(r.height) - dh));
+    AdjustAll(); // the strip follows the room the screen has here
 }
 
 void SheetWindow::placeOnScreen(bool placeFileRead) {
@@ -406,15 +409,18 @@ void SheetWindow::placeOnScreen(bool placeFileRead) {
     const TwipRect r = sheetOnePlace(s_, placeFileRead, avail);
     setOuterPlace(r);
     // Once framed, the frame is taken off the size so that all of the
-    // window stays on the screen.
-    // The frame goes where it was asked to be: a move made before the frame
-    // was known lands it a border's width off, and the next start would
-    // read that place back.
-    QTimer::singleShot(300, this, [this, avail, r] {
+    // window stays on the screen.  A stored place is where the frame goes
+    // (a move made before the frame was known lands it a border's width off,
+    // and the next start would read that place back); a first place is
+    // beside the main window, whose frame is known by now.
+    QTimer::singleShot(300, this, [this, avail, r, placeFileRead] {
         if (QScreen* now = screen()) {
+            const TwipRect room = twipsOf(now->availableGeometry());
             const TwipRect framed = twipsOf(frameGeometry());
-            setOuterPlace(fitInto({r.left, r.top, framed.width, framed.height},
-                                  twipsOf(now->availableGeometry())));
+            const TwipRect want = placeFileRead
+                                      ? TwipRect{r.left, r.top, framed.width, framed.height}
+                                      : sheetOnePlace(s_, false, room);
+            setOuterPlace(fitInto(want, room));
         } else {
             setOuterPlace(avail);
         }
@@ -446,6 +452,9 @@ QPushButton* SheetWindow::button(const char* name, const QString& caption) {
 
 void SheetWindow::place(QWidget* w, double left, double top, double width, double height) {
     placeTwips(w, left, top, width, height);
+    // A caption wider than its place at today's fonts widens the control.
+    if (const int needs = captionWidth(w); needs > w->width())
+        w->resize(needs + (w->width() - w->contentsRect().width()), w->height());
 }
 
 double SheetWindow::scrollBarLeft() const { return s_.adobeF.VScroll1Left.get(); }
@@ -471,9 +480,22 @@ void SheetWindow::placeCursor() {
     picture1_->update();
 }
 
-void SheetWindow::AdjustAll() {
+double SheetWindow::stripLeft() const {
     const double L = s_.adobeF.VScroll1Left.get();
+    const QScreen* sc = screen();
+    if (!sc || L < 1000) return L;
+    // The strip moves left when the screen has no room for it where the
+    // map puts it: the window never reaches past the screen's right edge.
+    const QRect avail = sc->availableGeometry();
+    const int share = std::max(0, frameGeometry().width() - width());
+    const double room = (avail.right() + 1 - frameGeometry().left() - share) * 15.0;
+    return std::max(1000.0, std::min(L, room - kStripWidth));
+}
+
+void SheetWindow::AdjustAll() {
+    const double L = stripLeft();
     place(vscroll1_, L, s_.adobeF.VScroll1Top.get(), 240, s_.adobeF.VScroll1Height.get());
+    vscroll1_->raise();
     if (L < 1000) return;
     auto c = [this](const char* n) { return controls_.value(QString::fromLatin1(n)); };
     auto left = [&](const char* n) { return c(n)->x() * 15.0; };
@@ -523,8 +545,8 @@ void SheetWindow::AdjustAll() {
     place(c("Command16"), left("Command1"), 8640, 735, 255);
     place(c("Shape1"), left("Shape2"), 7920, 255, 255);
     place(c("Shape3"), left("Shape2"), 8280, 255, 255);
-    resize(px(L + 2210), height());
-    s_.adobeF.Width.set(L + 2210);
+    if (width() != px(L + kStripWidth)) resize(px(L + kStripWidth), height());
+    s_.adobeF.Width.set(L + kStripWidth);
     for (QWidget* w : std::as_const(controls_))
         w->raise();
     picture1_->raise();

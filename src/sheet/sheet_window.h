@@ -37,6 +37,11 @@ class SheetWindow : public QWidget {
     // Lays out the strip from the left edge of VScroll1 (twips); nothing
     // happens below 1000.
     void AdjustAll();
+    // The button strip's left edge shown: VScroll1Left, or less when the
+    // screen has no room for the strip right of it (never below 1000).
+    double stripLeft() const;
+    // The width of the strip right of VScroll1's left edge, in twips.
+    static constexpr double kStripWidth = 2210;
     // Left edge of VScroll1 in twips.
     double scrollBarLeft() const;
     void setScrollBarLeft(double twips);

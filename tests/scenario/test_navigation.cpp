@@ -253,15 +253,16 @@ TEST_F(NavigationTest, RightDragOnTheFreeSurfaceMovesTheStripAndWidensTheWindow)
                       Qt::NoModifier);
         QApplication::sendEvent(&w, &e);
     };
-    QTest::mousePress(&w, Qt::RightButton, {}, QPoint(900, 900));
-    rightMove({1000, 900});
-    QTest::mouseRelease(&w, Qt::RightButton, {}, QPoint(1000, 900));
+    // Left of the strip, whose place the test screen (800 wide) leaves as it is.
+    QTest::mousePress(&w, Qt::RightButton, {}, QPoint(300, 700));
+    rightMove({400, 700});
+    QTest::mouseRelease(&w, Qt::RightButton, {}, QPoint(400, 700));
     EXPECT_EQ(std::tuple(s.g.ButtonStripLeft, w.findChild<QWidget*>("VScroll1")->x(), w.width()),
-              std::tuple(1000 * 15 - 100, px(14900), px(14900 + 2210)));
+              std::tuple(400 * 15 - 100, px(5900), px(5900 + 2210)));
     EXPECT_NE(w.width(), widthBefore);
     // A move without a press on the surface is no drag.
-    rightMove({500, 900});
-    EXPECT_EQ(s.g.ButtonStripLeft, 14900);
+    rightMove({500, 700});
+    EXPECT_EQ(s.g.ButtonStripLeft, 5900);
 }
 
 } // namespace
@@ -294,5 +295,40 @@ TEST(SheetPlace, BesideTheMainWindowOrFromThePlaceFileAndInsideTheScreen) {
         EXPECT_EQ((std::array{r.left, r.top, r.width, r.height}),
                   (std::array{c.want.left, c.want.top, c.want.width, c.want.height}));
         EXPECT_TRUE(c.file || r.left > s.velmor.WindowLeft + s.velmor.WindowWidth.get());
+    }
+}
+
+// Places of the panels and of sheet window 2, in twips, on a laptop screen
+// (20490 x 11100 free) and a second screen right of it.
+TEST(SheetPlace, PanelsAndSheetTwoStayOnAScreen) {
+    const TwipRect laptop{0, 0, 20490, 11100}, second{20490, 0, 28800, 16200};
+    const TwipRect main{0, 0, 5085, 7500}, sheet{5085, 0, 15405, 11100};
+    struct Case {
+        const char* what;
+        TwipRect got, want;
+    };
+    const Case cases[] = {
+        {"past the screen's bottom",
+         placeOnScreens({0, 10500, 13380, 1410}, {laptop}, {}),
+         {0, 9690, 13380, 1410}},
+        {"on the second screen",
+         placeOnScreens({30000, 15000, 2000, 8000}, {laptop, second}, {}),
+         {30000, 8200, 2000, 8000}},
+        {"off every screen",
+         placeOnScreens({90000, -9000, 2000, 8000}, {laptop, second}, {500, 500, 2000, 8000}),
+         {500, 500, 2000, 8000}},
+        {"one screen, no room beside",
+         placeBeside(16000, 11100, laptop, {main, sheet}, 5000, sheet), sheet},
+        {"one screen, room right",
+         placeBeside(16000, 11100, laptop, {main, {5085, 0, 8000, 9000}}, 5000, sheet),
+         {13085, 0, 7405, 11100}},
+        {"nothing else open",
+         placeBeside(16000, 9000, laptop, {}, 5000, sheet),
+         {0, 0, 16000, 9000}},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.what);
+        EXPECT_EQ((std::array{c.got.left, c.got.top, c.got.width, c.got.height}),
+                  (std::array{c.want.left, c.want.top, c.want.width, c.want.height}));
     }
 }
