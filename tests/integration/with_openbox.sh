@@ -7,6 +7,7 @@ if [[ "${1:-}" != --inside ]]; then
   exec xvfb-run -a -s "-screen 0 1280x1024x24" "$0" --inside "$@"
 fi
 shift
+export QT_QPA_PLATFORM=xcb # real windows under the window manager, whatever the caller set
 openbox --sm-disable >/dev/null 2>&1 &
 wm=$!
 trap 'kill $wm 2>/dev/null || true' EXIT
