@@ -28,8 +28,8 @@ MediaControls::MediaControls(Session& s, Library* library, QObject* parent)
     VelmorState& v = s.velmor;
     for (Notifier* n : std::initializer_list<Notifier*>{
              &v.File1List, &v.File1ListIndex, &v.HScroll1, &v.Speed, &v.Command10,
-             &s.adobeF.Text11Visible, &s.adobeF.Picture1.Visible, &s.playLst.Visible,
-             &s.playLst.List1, &s.playLst.ListIndex})
+             &s.adobeF.Text11Visible, &s.adobeF.Picture1.Visible, &s.g.MapPlaying,
+             &s.playLst.Visible, &s.playLst.List1, &s.playLst.ListIndex})
         subs_.push_back(n->subscribe([this] { schedule(); }));
     last_ = snapshot();
 }
@@ -37,7 +37,14 @@ MediaControls::MediaControls(Session& s, Library* library, QObject* parent)
 QString MediaControls::playbackStatus() const {
     // The count-off belongs to the play: the music starts at its end.
     if (s_.adobeF.Text11Visible.get()) return kPlaying;
-    if (!s_.player || s_.player->URL().isEmpty()) return kStopped;
+    const bool music = s_.player && !s_.player->URL().isEmpty();
+    // A map play plays to its loop's end, without music too (TIC).
+    if (s_.g.MapPlaying.get()) {
+        const bool held =
+            s_.velmor.Command10.text() == u"Continue" || (music && s_.player->playState() == 2);
+        return held ? kPaused : kPlaying;
+    }
+    if (!music) return kStopped;
     switch (s_.player->playState()) {
     case 2: return kPaused;
     case 3:
@@ -125,11 +132,8 @@ bool MediaControls::canPlay() const {
 bool MediaControls::canPause() const { return playbackStatus() == kPlaying; }
 
 bool MediaControls::mapPlays() const {
-    if (s_.adobeF.Text11Visible.get() || s_.adobeF.Picture1.Visible.get()) return true;
-    // The play read holds the map as file 1 until the next start.
-    return s_.files.isOpen(1) &&
-           s_.files.path(1).endsWith(QStringLiteral(".map"), Qt::CaseInsensitive) &&
-           playbackStatus() != kStopped;
+    return s_.adobeF.Text11Visible.get() || s_.adobeF.Picture1.Visible.get() ||
+           s_.g.MapPlaying.get();
 }
 
 bool MediaControls::canSeek() const {

@@ -45,8 +45,8 @@ class MediaControls : public QObject {
     explicit MediaControls(Session& s, Library* library = nullptr, QObject* parent = nullptr);
 
     // "Playing" from the play start (the count-off included) while the music
-    // runs; "Paused" when the music is held or "Pause" was pressed in a
-    // play; "Stopped" otherwise.
+    // runs or a map play's loop runs (with or without music); "Paused" when the music is held or
+    // "Pause" was pressed in a play; "Stopped" otherwise.
     QString playbackStatus() const;
     // mpris:trackid (an object path under /io/github/mellivane/Mellivane/track,
     // new for every selection; NoTrack with none), xesam:title (the entry's
@@ -67,7 +67,8 @@ class MediaControls : public QObject {
     bool canGoPrevious() const;
     bool canPlay() const;
     bool canPause() const;
-    // False while a map plays (the cursor follows the map) and with no music.
+    // False while a map plays (from the count-off to the play loop's end, or
+    // while the cursor shows) and with no music.
     bool canSeek() const;
 
     void play();

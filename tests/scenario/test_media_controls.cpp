@@ -8,7 +8,9 @@
 #include "desktop/media_controls.h"
 #include "desktop/observed_player.h"
 #include "stage.h"
+#include "test_files.h"
 #include "transport/play_start.h"
+#include "transport/stop_pause.h"
 #include "transport/volume_speed.h"
 
 #include <QCoreApplication>
@@ -106,6 +108,38 @@ TEST(MediaControls, CountOffAndMapPlayCountAsPlayingWithoutSeeking) {
     t.c.seek(5'000'000);
     t.c.setPosition(t.c.metadata().value("mpris:trackid").toString(), 1'000'000);
     EXPECT_EQ(t.player.controlsCurrentPosition(), before);
+}
+
+// A cursor play is Playing and unseekable to its end, silent (TIC: no music
+// after the count-off) or not; a manual play after it may be moved again.
+TEST(MediaControls, ACursorPlayIsPlayingToItsEndAndAManualPlayAfterItSeeks) {
+    for (const int tick : {0, 1}) {
+        Controls t;
+        t.s.g.SongBase = t.s.g.SongFile = t.dir.filePath("B.mp3");
+        t.s.adobeF.Tick.set(tick);
+        writeLinesAtomically(t.dir.filePath("B.map"), rec("1000", "1", "1", "0") +
+                                                          rec("1000", "2", "1", "0") +
+                                                          rec("1000", "3", "1", "0"));
+        QString during;
+        bool seekable = true;
+        const int64_t t0 = t.clock.tickMs();
+        t.clock.at(t0 + 500, [&] {
+            during = t.c.playbackStatus();
+            seekable = t.c.canSeek();
+        });
+        t.clock.at(t0 + 1500, [&] { Command7_Click(t.s); });
+        t.c.play();
+        t.run();
+        EXPECT_EQ(during, "Playing") << tick;
+        EXPECT_FALSE(seekable) << tick;
+        EXPECT_EQ(t.c.playbackStatus(), "Stopped") << tick;
+        BControl_Command1_Click(t.s); // "Manual Play"
+        t.run();
+        EXPECT_EQ(t.c.playbackStatus(), "Playing") << tick;
+        EXPECT_TRUE(t.c.canSeek()) << tick;
+        t.c.seek(20'000'000);
+        EXPECT_EQ(t.c.positionUs(), 20'000'000) << tick;
+    }
 }
 
 TEST(MediaControls, NextAndPreviousSelectWithinTheListAndNeverStart) {
