@@ -58,14 +58,11 @@ QString MediaControls::playbackStatus() const {
 QString MediaControls::selectedEntry() const { return s_.velmor.File1FileName().trimmed(); }
 
 QString MediaControls::musicPath() const {
-    const QString entry = selectedEntry();
-    if (entry.isEmpty()) return {};
-    const QString folder =
-        s_.velmor.File1Path.isEmpty() ? s_.velmor.Text1.text().trimmed() : s_.velmor.File1Path;
-    QString path = QDir(folder).filePath(entry);
-    // A list of sheets plays the MP3 of the same name.
+    if (s_.g.SongBase.isEmpty()) return {};
+    QString path = s_.g.SongFile;
+    // A list of sheets plays the MP3 of the same name, as the play start finds it.
     if (path.endsWith(QStringLiteral(".pdf"), Qt::CaseInsensitive))
-        path = existingPathIgnoringCase(path.left(path.size() - 4) + QStringLiteral(".mp3"));
+        path = existingPathIgnoringCase(path.left(path.size() - 4) + QStringLiteral(".MP3"));
     return path;
 }
 
@@ -80,7 +77,7 @@ QVariantMap MediaControls::metadata() const {
     QVariantMap m;
     m[QStringLiteral("mpris:trackid")] =
         QStringLiteral("/io/github/mellivane/Mellivane/track/%1").arg(trackSerial_);
-    m[QStringLiteral("xesam:title")] = QFileInfo(selectedEntry()).completeBaseName();
+    m[QStringLiteral("xesam:title")] = QFileInfo(path).completeBaseName();
     m[QStringLiteral("xesam:url")] = QUrl::fromLocalFile(path).toString();
     if (trackLength_ >= 0) m[QStringLiteral("mpris:length")] = qint64(trackLength_);
     return m;
