@@ -110,8 +110,8 @@ TEST(MediaControls, CountOffAndMapPlayCountAsPlayingWithoutSeeking) {
     EXPECT_EQ(t.player.controlsCurrentPosition(), before);
 }
 
-// A cursor play is Playing and unseekable to its end, silent (TIC: no music
-// after the count-off) or not; a manual play after it may be moved again.
+// A cursor play is Playing (Paused at "Pause") and unseekable to its end,
+// silent (TIC: no music) or not; a manual play after it may be moved again.
 TEST(MediaControls, ACursorPlayIsPlayingToItsEndAndAManualPlayAfterItSeeks) {
     for (const int tick : {0, 1}) {
         Controls t;
@@ -127,11 +127,18 @@ TEST(MediaControls, ACursorPlayIsPlayingToItsEndAndAManualPlayAfterItSeeks) {
             during = t.c.playbackStatus();
             seekable = t.c.canSeek();
         });
+        QString paused;
+        t.clock.at(t0 + 700, [&] { Command10_Click(t.s); }); // "Pause"
+        t.clock.at(t0 + 800, [&] {
+            paused = t.c.playbackStatus();
+            Command10_Click(t.s); // "Continue"
+        });
         t.clock.at(t0 + 1500, [&] { Command7_Click(t.s); });
         t.c.play();
         t.run();
         EXPECT_EQ(during, "Playing") << tick;
         EXPECT_FALSE(seekable) << tick;
+        EXPECT_EQ(paused, "Paused") << tick;
         EXPECT_EQ(t.c.playbackStatus(), "Stopped") << tick;
         BControl_Command1_Click(t.s); // "Manual Play"
         t.run();
