@@ -41,6 +41,7 @@ struct Globals {
     Flag Paused = 0;                        // Pause pressed
     Flag PauseHeld = 0;                     // the loop holds on a tic
     Flag CursorPlaySwitch = 0;              // the panel's "Stop Play" asks the play to end
+    Prop<bool> MapPlaying{false};           // a play loop follows the map (count-off excluded)
     Flag RecordMode = 0, AppendMode = 0, RecordFirstTic = 0, RecordTicSeen = 0;
     Flag NextPageMark = 0, PrevPageMark = 0;
     double LastMouseX = 0, LastMouseY = 0;

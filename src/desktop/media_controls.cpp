@@ -28,8 +28,8 @@ MediaControls::MediaControls(Session& s, Library* library, QObject* parent)
     VelmorState& v = s.velmor;
     for (Notifier* n : std::initializer_list<Notifier*>{
              &v.File1List, &v.File1ListIndex, &v.HScroll1, &v.Speed, &v.Command10,
-             &s.adobeF.Text11Visible, &s.adobeF.Picture1.Visible, &s.playLst.Visible,
-             &s.playLst.List1, &s.playLst.ListIndex})
+             &s.adobeF.Text11Visible, &s.adobeF.Picture1.Visible, &s.g.MapPlaying,
+             &s.playLst.Visible, &s.playLst.List1, &s.playLst.ListIndex})
         subs_.push_back(n->subscribe([this] { schedule(); }));
     last_ = snapshot();
 }
@@ -37,7 +37,14 @@ MediaControls::MediaControls(Session& s, Library* library, QObject* parent)
 QString MediaControls::playbackStatus() const {
     // The count-off belongs to the play: the music starts at its end.
     if (s_.adobeF.Text11Visible.get()) return kPlaying;
-    if (!s_.player || s_.player->URL().isEmpty()) return kStopped;
+    const bool music = s_.player && !s_.player->URL().isEmpty();
+    // A map play plays to its loop's end, without music too (TIC).
+    if (s_.g.MapPlaying.get()) {
+        const bool held =
+            s_.velmor.Command10.text() == u"Continue" || (music && s_.player->playState() == 2);
+        return held ? kPaused : kPlaying;
+    }
+    if (!music) return kStopped;
     switch (s_.player->playState()) {
     case 2: return kPaused;
     case 3:
@@ -51,14 +58,11 @@ QString MediaControls::playbackStatus() const {
 QString MediaControls::selectedEntry() const { return s_.velmor.File1FileName().trimmed(); }
 
 QString MediaControls::musicPath() const {
-    const QString entry = selectedEntry();
-    if (entry.isEmpty()) return {};
-    const QString folder =
-        s_.velmor.File1Path.isEmpty() ? s_.velmor.Text1.text().trimmed() : s_.velmor.File1Path;
-    QString path = QDir(folder).filePath(entry);
-    // A list of sheets plays the MP3 of the same name.
+    if (s_.g.SongBase.isEmpty()) return {};
+    QString path = s_.g.SongFile;
+    // A list of sheets plays the MP3 of the same name, as the play start finds it.
     if (path.endsWith(QStringLiteral(".pdf"), Qt::CaseInsensitive))
-        path = existingPathIgnoringCase(path.left(path.size() - 4) + QStringLiteral(".mp3"));
+        path = existingPathIgnoringCase(path.left(path.size() - 4) + QStringLiteral(".MP3"));
     return path;
 }
 
@@ -73,7 +77,7 @@ QVariantMap MediaControls::metadata() const {
     QVariantMap m;
     m[QStringLiteral("mpris:trackid")] =
         QStringLiteral("/io/github/mellivane/Mellivane/track/%1").arg(trackSerial_);
-    m[QStringLiteral("xesam:title")] = QFileInfo(selectedEntry()).completeBaseName();
+    m[QStringLiteral("xesam:title")] = QFileInfo(path).completeBaseName();
     m[QStringLiteral("xesam:url")] = QUrl::fromLocalFile(path).toString();
     if (trackLength_ >= 0) m[QStringLiteral("mpris:length")] = qint64(trackLength_);
     return m;
@@ -125,11 +129,8 @@ bool MediaControls::canPlay() const {
 bool MediaControls::canPause() const { return playbackStatus() == kPlaying; }
 
 bool MediaControls::mapPlays() const {
-    if (s_.adobeF.Text11Visible.get() || s_.adobeF.Picture1.Visible.get()) return true;
-    // The play read holds the map as file 1 until the next start.
-    return s_.files.isOpen(1) &&
-           s_.files.path(1).endsWith(QStringLiteral(".map"), Qt::CaseInsensitive) &&
-           playbackStatus() != kStopped;
+    return s_.adobeF.Text11Visible.get() || s_.adobeF.Picture1.Visible.get() ||
+           s_.g.MapPlaying.get();
 }
 
 bool MediaControls::canSeek() const {

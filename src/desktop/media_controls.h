@@ -45,13 +45,13 @@ class MediaControls : public QObject {
     explicit MediaControls(Session& s, Library* library = nullptr, QObject* parent = nullptr);
 
     // "Playing" from the play start (the count-off included) while the music
-    // runs; "Paused" when the music is held or "Pause" was pressed in a
-    // play; "Stopped" otherwise.
+    // runs or a map play's loop runs (with or without music); "Paused" when
+    // the music is held or "Pause" was pressed in a play; "Stopped" otherwise.
     QString playbackStatus() const;
     // mpris:trackid (an object path under /io/github/mellivane/Mellivane/track,
-    // new for every selection; NoTrack with none), xesam:title (the entry's
-    // name without its extension), xesam:url (file URL of the music), and
-    // mpris:length (microseconds) when the music file tells it.
+    // new for every song loaded; NoTrack before the first load), xesam:title
+    // (the music's name without its extension), xesam:url (file URL of the
+    // music), and mpris:length (microseconds) when the music file tells it.
     QVariantMap metadata() const;
     // The music's position in microseconds; 0 with nothing playing.
     int64_t positionUs() const;
@@ -67,7 +67,8 @@ class MediaControls : public QObject {
     bool canGoPrevious() const;
     bool canPlay() const;
     bool canPause() const;
-    // False while a map plays (the cursor follows the map) and with no music.
+    // False while a map plays (from the count-off to the play loop's end, or
+    // while the cursor shows) and with no music.
     bool canSeek() const;
 
     void play();
@@ -99,8 +100,10 @@ class MediaControls : public QObject {
     void later(std::function<void()> verb);
     QVariantMap snapshot() const;
     bool mapPlays() const;
-    // The entry selected in the song list ("" with none), and the music it plays.
+    // The entry highlighted in the song list ("" with none).
     QString selectedEntry() const;
+    // The music of the song loaded ("" before the first load), whatever the
+    // list's highlight says.
     QString musicPath() const;
     // Selects the neighbour `step` (+1, -1) away.
     void neighbour(int step);
@@ -110,7 +113,7 @@ class MediaControls : public QObject {
     Library* library_;
     QVariantMap last_;
     bool scheduled_ = false;
-    // The selection the track id stands for, its serial and its length.
+    // The music the track id stands for, its serial and its length.
     mutable QString trackKey_;
     mutable int trackSerial_ = 0;
     mutable int64_t trackLength_ = -1;

@@ -62,6 +62,12 @@ void MprisPlayer::SetPosition(const QDBusObjectPath& id, qlonglong pos) {
     c_.setPosition(id.path(), pos);
 }
 
+void MprisPlayer::OpenUri(const QString&, const QDBusMessage& call) {
+    call.setDelayedReply(true);
+    QDBusConnection::sessionBus().send(call.createErrorReply(
+        QDBusError::NotSupported, QStringLiteral("Songs are opened from the song list only")));
+}
+
 bool registerMpris(MediaControls& controls, QString* why) {
     QDBusConnection bus = QDBusConnection::sessionBus();
     if (!bus.isConnected()) {

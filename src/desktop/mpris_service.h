@@ -7,6 +7,7 @@
 // MediaControls, every change comes from it as PropertiesChanged or Seeked.
 
 #include <QDBusAbstractAdaptor>
+#include <QDBusMessage>
 #include <QDBusObjectPath>
 #include <QStringList>
 #include <QVariantMap>
@@ -119,7 +120,9 @@ class MprisPlayer : public QDBusAbstractAdaptor {
     void Previous();
     void Seek(qlonglong Offset);
     void SetPosition(const QDBusObjectPath& TrackId, qlonglong Position);
-    void OpenUri(const QString&) {} // opens nothing: songs come from the list
+    // Opens nothing (songs come from the list; SupportedUriSchemes is empty):
+    // answered with org.freedesktop.DBus.Error.NotSupported.
+    void OpenUri(const QString& uri, const QDBusMessage& call);
 
   signals:
     void Seeked(qlonglong Position);

@@ -6,6 +6,7 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QGuiApplication>
 #include <QProcess>
 #include <QStandardPaths>
 #include <csignal>
@@ -77,11 +78,14 @@ QString XdotoolDriver::unavailableReason() const {
     // where Xwayland gives a DISPLAY.
     // The program itself as a Wayland client: xdotool neither sees its
     // windows nor may it give them the keyboard back.
-    if (qEnvironmentVariable("QT_QPA_PLATFORM").startsWith(u"wayland"))
+    // The platform in use, however it was chosen (-platform, a fallback list).
+    if (QGuiApplication::platformName().startsWith(u"wayland"))
         return QStringLiteral(
-            "The notation viewer can only be controlled through X11 (the program xdotool), and "
-            "this program runs as a Wayland client (QT_QPA_PLATFORM=wayland). Start it in an X11 "
-            "session to use it. The sheet (PDF) mode goes on working.");
+                   "The notation viewer can only be controlled through X11 (the program xdotool), "
+                   "and "
+                   "this program runs as a Wayland client (Qt platform \"%1\"). Start it in an X11 "
+                   "session to use it. The sheet (PDF) mode goes on working.")
+            .arg(QGuiApplication::platformName());
     if (qEnvironmentVariable("XDG_SESSION_TYPE").compare(u"wayland", Qt::CaseInsensitive) == 0)
         return QStringLiteral(
             "The notation viewer can only be controlled in an X11 session, and this is a "

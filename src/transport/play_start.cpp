@@ -154,6 +154,12 @@ void start(Session& s) {
     }
     s.adobeF.Shape3.set(true);
     s.files.open(1, map, FileMode::Input);
+    // From the map's opening to the loop's end, however it ends.
+    struct Running {
+        Prop<bool>& flag;
+        explicit Running(Prop<bool>& f) : flag(f) { flag.set(true); }
+        ~Running() { flag.set(false); }
+    } running(s.g.MapPlaying);
     if (v.FirstNote.value() > 0 && guard(s))
         s.pump.waitUntil(s.clock.tickMs() + static_cast<int64_t>(std::floor(v.FirstNote.value())) +
                          1);

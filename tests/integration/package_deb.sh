@@ -1,10 +1,10 @@
 #!/usr/bin/env bash
-# The .deb: built by CPack from this build, checked by lintian,
-# desktop-file-validate and appstreamcli, installed with apt-get, then the
-# installed program answers --version and plays one of its installed demo
-# songs under Xvfb; removed at the end.  Skips (77) when not root, without
-# apt-get, or when a mellivane package is installed already (it is not
-# ours to replace).  Usage: package_deb.sh <build dir> <source dir>
+# The .deb: built by CPack from this build, checked by lintian, the menu
+# entry and metainfo inside it by desktop-file-validate and appstreamcli,
+# installed with apt-get, then the installed program answers --version and
+# plays one of its installed demo songs under Xvfb; removed at the end.
+# Skips (77) when not root, without apt-get, or when a mellivane package is
+# installed already (it is not ours to replace).  Usage: package_deb.sh <build dir> <source dir>
 set -euo pipefail
 build=$(realpath "$1")
 src=$(realpath "$2")
@@ -23,10 +23,12 @@ trap cleanup EXIT
 cpack --config "$build/CPackConfig.cmake" -G DEB -B "$work" >/dev/null
 deb=$(ls "$work"/mellivane_*.deb)
 lintian --fail-on error,warning "$deb" 2> >(grep -v "root privileges" >&2)
-desktop-file-validate "$src/data/mellivane.desktop"
-appstreamcli validate --no-net "$src/data/io.github.mellivane.Mellivane.metainfo.xml" >/dev/null
+# The menu entry and the metainfo as the package carries them.
+dpkg-deb -x "$deb" "$work/root"
+desktop-file-validate "$work/root/usr/share/applications/mellivane.desktop"
+appstreamcli validate --no-net "$work/root/usr/share/metainfo/io.github.mellivane.Mellivane.metainfo.xml" >/dev/null
 # Every option of --help stands in the manual page.
-man=$(dpkg-deb --fsys-tarfile "$deb" | tar -xOf - ./usr/share/man/man1/mellivane.1.gz | zcat | sed 's/\\-/-/g')
+man=$(zcat "$work/root/usr/share/man/man1/mellivane.1.gz" | sed 's/\\-/-/g')
 for opt in $("$build/src/app/mellivane" --help | grep -o -- '--[a-z-]*' | sort -u); do
   grep -q -- "$opt" <<< "$man" || { echo "FAIL: the manual page lacks $opt"; exit 1; }
 done

@@ -8,7 +8,9 @@
 #include "desktop/media_controls.h"
 #include "desktop/observed_player.h"
 #include "stage.h"
+#include "test_files.h"
 #include "transport/play_start.h"
+#include "transport/stop_pause.h"
 #include "transport/volume_speed.h"
 
 #include <QCoreApplication>
@@ -108,6 +110,45 @@ TEST(MediaControls, CountOffAndMapPlayCountAsPlayingWithoutSeeking) {
     EXPECT_EQ(t.player.controlsCurrentPosition(), before);
 }
 
+// A cursor play is Playing (Paused at "Pause") and unseekable to its end,
+// silent (TIC: no music) or not; a manual play after it may be moved again.
+TEST(MediaControls, ACursorPlayIsPlayingToItsEndAndAManualPlayAfterItSeeks) {
+    for (const int tick : {0, 1}) {
+        Controls t;
+        t.s.g.SongBase = t.s.g.SongFile = t.dir.filePath("B.mp3");
+        t.s.adobeF.Tick.set(tick);
+        writeLinesAtomically(t.dir.filePath("B.map"), rec("1000", "1", "1", "0") +
+                                                          rec("1000", "2", "1", "0") +
+                                                          rec("1000", "3", "1", "0"));
+        QString during;
+        bool seekable = true;
+        const int64_t t0 = t.clock.tickMs();
+        t.clock.at(t0 + 500, [&] {
+            during = t.c.playbackStatus();
+            seekable = t.c.canSeek();
+        });
+        QString paused;
+        t.clock.at(t0 + 700, [&] { Command10_Click(t.s); }); // "Pause"
+        t.clock.at(t0 + 800, [&] {
+            paused = t.c.playbackStatus();
+            Command10_Click(t.s); // "Continue"
+        });
+        t.clock.at(t0 + 1500, [&] { Command7_Click(t.s); });
+        t.c.play();
+        t.run();
+        EXPECT_EQ(during, "Playing") << tick;
+        EXPECT_FALSE(seekable) << tick;
+        EXPECT_EQ(paused, "Paused") << tick;
+        EXPECT_EQ(t.c.playbackStatus(), "Stopped") << tick;
+        BControl_Command1_Click(t.s); // "Manual Play"
+        t.run();
+        EXPECT_EQ(t.c.playbackStatus(), "Playing") << tick;
+        EXPECT_TRUE(t.c.canSeek()) << tick;
+        t.c.seek(20'000'000);
+        EXPECT_EQ(t.c.positionUs(), 20'000'000) << tick;
+    }
+}
+
 TEST(MediaControls, NextAndPreviousSelectWithinTheListAndNeverStart) {
     Controls t;
     struct Step {
@@ -130,15 +171,20 @@ TEST(MediaControls, NextAndPreviousSelectWithinTheListAndNeverStart) {
     }
 }
 
-TEST(MediaControls, MetadataNamesTheSelectionWithANewTrackIdEachTime) {
+TEST(MediaControls, MetadataNamesTheLoadedSongNotTheHighlightWithANewTrackIdEachLoad) {
     Controls t;
     QSignalSpy changed(&t.c, &MediaControls::changed);
-    EXPECT_EQ(t.c.metadata().value("mpris:trackid"), MediaControls::noTrack());
+    // Highlighted by the keys, nothing loaded: no track.
+    t.s.velmor.File1ListIndex.set(0);
+    t.run();
+    EXPECT_EQ(t.c.metadata(), QVariantMap({{"mpris:trackid", MediaControls::noTrack()}}));
+    changed.clear();
     // A list of sheets plays the MP3 beside the PDF.
     QFile mp3(t.dir.filePath("A.mp3"));
     ASSERT_TRUE(mp3.open(QIODevice::WriteOnly));
     mp3.close();
-    t.s.velmor.File1ListIndex.set(0);
+    t.s.File1_MouseDown(1, 0, 0, 0);
+    t.s.velmor.File1ListIndex.set(1); // the highlight moves on
     t.run();
     const QVariantMap a = t.c.metadata();
     EXPECT_EQ(a.value("xesam:title"), "A");
@@ -146,12 +192,24 @@ TEST(MediaControls, MetadataNamesTheSelectionWithANewTrackIdEachTime) {
     EXPECT_FALSE(a.contains("mpris:length")); // an empty file tells no length
     ASSERT_EQ(changed.size(), 1);
     EXPECT_EQ(changed[0][0].toMap().value("Metadata"), a);
-    t.s.velmor.File1ListIndex.set(1);
+    t.s.velmor.File1ListIndex.set(2);
     t.run();
-    const QString id = t.c.metadata().value("mpris:trackid").toString();
-    EXPECT_NE(id, a.value("mpris:trackid").toString());
-    EXPECT_TRUE(id.startsWith("/io/github/mellivane/Mellivane/track/"));
-    EXPECT_EQ(changed.size(), 2);
+    EXPECT_EQ(t.c.metadata(), a);
+    EXPECT_FALSE(changed.last()[0].toMap().contains("Metadata"));
+    // The start names the same track (the PDF's MP3 is what plays).
+    t.c.play();
+    t.run();
+    EXPECT_EQ(t.player.URL(), t.dir.filePath("A.mp3"));
+    EXPECT_EQ(t.c.metadata(), a);
+    t.s.File1_MouseDown(1, 0, 0, 0);
+    t.s.velmor.HScroll1.set(40); // anything that tells the controls to look
+    t.run();
+    const QVariantMap c = t.c.metadata();
+    EXPECT_EQ(c.value("xesam:title"), "C");
+    EXPECT_NE(c.value("mpris:trackid"), a.value("mpris:trackid"));
+    EXPECT_TRUE(
+        c.value("mpris:trackid").toString().startsWith("/io/github/mellivane/Mellivane/track/"));
+    EXPECT_EQ(changed.last()[0].toMap().value("Metadata"), c);
 }
 
 TEST(MediaControls, VolumeAndRateFollowTheBarAndSpeedWithinTheirLimits) {

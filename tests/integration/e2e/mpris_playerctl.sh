@@ -40,6 +40,13 @@ until_is() {
 }
 until_is "Greensleeves" metadata xesam:title
 until_is "Stopped" status
+# OpenUri opens nothing and says so.
+call() {
+  dbus-send --session --print-reply --dest=org.mpris.MediaPlayer2.mellivane \
+    /org/mpris/MediaPlayer2 "$@" 2>&1
+}
+got=$(call org.mpris.MediaPlayer2.Player.OpenUri string:file:///tmp/song.mp3)
+[[ $got == *org.freedesktop.DBus.Error.NotSupported* ]] || { echo "FAIL: OpenUri: $got"; exit 1; }
 pc metadata mpris:trackid | grep -q "^'\?/io/github/mellivane/Mellivane/track/[0-9]" || {
   echo "FAIL: trackid '$(pc metadata mpris:trackid)'"; exit 1; }
 pc volume 0.5
@@ -67,5 +74,7 @@ dbus-run-session -- bash -c '
 # object path, and the position's jumps.
 grep -q 'member=PropertiesChanged' "$work/signals.txt"
 grep -q 'object path "/io/github/mellivane/Mellivane/track/' "$work/signals.txt"
-grep -q 'member=Seeked' "$work/signals.txt"
+# Seeked went out at the start and at the stop, each time at the music's start.
+seeks=$(grep -A1 'member=Seeked' "$work/signals.txt" | grep -o 'int64 .*' | tr '\n' ' ')
+[ "$seeks" = "int64 0 int64 0 " ] || { echo "FAIL: Seeked positions: $seeks"; exit 1; }
 echo "e2e mpris playerctl: passed"
