@@ -296,4 +296,101 @@ TEST_F(RecordingTest, PressesServedInsideAWalkLeaveTheRowsAlone) {
     EXPECT_FALSE(s.adobeF.Shape2.get() || s.adobeF.Picture1.Visible.get());
 }
 
+// Presses on the row on show, each from a fresh entry into edit mode on the
+// fixture map: a right-press search back, the TIC caption's halving and
+// adding back, and Insert at the table's last rows.
+TEST_F(RecordingTest, RowOperationsAtTheirEdges) {
+    struct Case {
+        const char* name;
+        std::function<QStringList()> act;
+        QStringList expected;
+    };
+    auto steps = [&](int n) {
+        for (int i = 0; i < n; ++i)
+            press("Command5");
+    };
+    auto lastRows = [&] {
+        s.tic.Tic[4999] = "801";
+        s.tic.X[4999] = "4999";
+        s.tic.Tic[5000] = "700";
+        s.tic.X[5000] = "5000";
+    };
+    const Case cases[] = {
+        // From the empty row 5 back over row 4 (same scroll) to row 3's
+        // page flag, which turns the page back; the next search stops at
+        // the scroll change of row 2.
+        {"SearchBackToTheFlagThenTheScroll",
+         [&] {
+             steps(5);
+             const int page = viewer.page;
+             press("Command8", Qt::RightButton);
+             const QStringList first =
+                 readouts(s.g.CursorIndex, s.adobeF.Text3.text(), page - viewer.page);
+             press("Command8", Qt::RightButton);
+             return first + readouts(s.g.CursorIndex, s.adobeF.Text7.text());
+         },
+         readouts(3, "3", 1, 2, "8000")},
+        // Nothing changes back to row 0: the search stops there.
+        {"SearchBackStopsAtRowZero",
+         [&] {
+             steps(1);
+             press("Command8", Qt::RightButton);
+             return readouts(s.g.CursorIndex, s.adobeF.Text4.text());
+         },
+         readouts(0, "2000")},
+        // 3001 halves to 1500 (ties to even); two other presses on the next
+        // row add that half twice.
+        {"TicHalvesAndAddsBack",
+         [&] {
+             steps(2);
+             press("Label4");
+             steps(1);
+             press("Label4", Qt::RightButton);
+             press("Label4", Qt::RightButton);
+             return readouts(s.tic.Tic[2], s.tic.Tic[3], s.adobeF.Text4.text());
+         },
+         readouts("1500", "5000", "5000")},
+        {"TicPressesOutsideEditMode",
+         [&] {
+             press("Command7", Qt::RightButton);
+             s.adobeF.Text4.setText("5");
+             press("Label4");
+             const QString halved = s.adobeF.Text4.text();
+             press("Label4", Qt::RightButton);
+             return readouts(halved, s.adobeF.Text4.text(), s.adobeF.Shape2.get());
+         },
+         readouts("2", "4", false)},
+        // Row 5000 has no next row: Insert leaves the table alone and says so.
+        {"InsertAtRow5000IsRefused",
+         [&] {
+             lastRows();
+             s.adobeF.Text3.setNumber(5000);
+             button("Command9");
+             return readouts(s.g.CursorIndex, s.tic.Tic[4999], s.tic.Tic[5000], s.tic.X[5000],
+                             messages.shown.join('|'));
+         },
+         readouts(5000, "801", "700", "5000", "There is no room after the last row of the table.")},
+        // At row 4999 the copy takes row 5000's place and what it held is gone.
+        {"InsertAtRow4999DropsRow5000",
+         [&] {
+             lastRows();
+             s.adobeF.Text3.setNumber(4999);
+             button("Command9");
+             return readouts(s.tic.Tic[4999], s.tic.Tic[5000], s.tic.X[5000],
+                             messages.shown.value(0).left(17));
+         },
+         readouts("400", "400", "4999", "New Time Inserted")},
+    };
+    const QByteArray before = map();
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        press("Command7");
+        ASSERT_TRUE(s.adobeF.Shape2.get());
+        messages.shown.clear();
+        EXPECT_EQ(c.act(), c.expected);
+        press("Command7", Qt::RightButton);
+    }
+    EXPECT_EQ(map(), before); // no case saved
+}
+
 } // namespace
