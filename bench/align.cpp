@@ -222,6 +222,9 @@ int main(int argc, char** argv) {
                     if (std::abs(o.ms - t) < std::abs(best)) best = o.ms - t;
                 onsetCheck.add(best);
                 one.add(best);
+                if (qEnvironmentVariableIntValue("ALIGN_VERBOSE") > 1)
+                    std::printf("#  measure %zu at %.1f: nearest onset %+.1f\n", one.e.size(), t,
+                                best);
             }
             if (verbose)
                 std::printf("# %s: truth within 5 ms %.0f %%, onsets %zu\n", qPrintable(r.wav),
