@@ -123,6 +123,15 @@ std::vector<Rendition> makeRenditions(const QString& dir, const QString& song, c
     return out;
 }
 
+// The measures that begin with a note tied over from the measure before:
+// nothing is struck on their first beat, so no onset can mark them (from
+// demo/scores: Amazing Grace holds the last note of each verse's second and
+// fourth line).
+const std::vector<int>& heldMeasures(const QString& song) {
+    static const std::vector<int> none, grace{9, 17, 25, 33, 41, 49, 57, 65};
+    return song == QStringLiteral("Amazing Grace") ? grace : none;
+}
+
 struct Errors {
     std::vector<double> e;
     void add(double v) { e.push_back(std::abs(v)); }
@@ -213,18 +222,21 @@ int main(int argc, char** argv) {
             if (verbose)
                 std::printf("# tighten %s: median %.1f p95 %.1f\n", qPrintable(r.wav),
                             oneT.pct(0.5), oneT.pct(0.95));
-            // The truth against the audio: the nearest onset to each true time.
+            // The truth against the audio: the nearest onset to each true time
+            // where a note is struck on the measure's first beat.
             const std::vector<Onset> on = detectOnsets(decodeAudio(r.wav));
             Errors one;
-            for (double t : r.truth) {
+            const std::vector<int>& held = heldMeasures(song);
+            for (size_t m = 0; m < r.truth.size(); ++m) {
+                if (std::find(held.begin(), held.end(), int(m) + 1) != held.end()) continue;
+                const double t = r.truth[m];
                 double best = 1e9;
                 for (const Onset& o : on)
                     if (std::abs(o.ms - t) < std::abs(best)) best = o.ms - t;
                 onsetCheck.add(best);
                 one.add(best);
                 if (qEnvironmentVariableIntValue("ALIGN_VERBOSE") > 1)
-                    std::printf("#  measure %zu at %.1f: nearest onset %+.1f\n", one.e.size(), t,
-                                best);
+                    std::printf("#  measure %zu at %.1f: nearest onset %+.1f\n", m + 1, t, best);
             }
             if (verbose)
                 std::printf("# %s: truth within 5 ms %.0f %%, onsets %zu\n", qPrintable(r.wav),
