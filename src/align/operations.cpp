@@ -70,7 +70,16 @@ void followHeldTics(const std::vector<double>& source, const std::vector<Onset>&
             --a;
         while (b + 1 < source.size() && held[b])
             ++b;
-        if (held[a] || held[b] || source[b] <= source[a]) continue;
+        if (held[a]) continue;
+        if (held[b]) {
+            // None struck after it: the tempo of the two struck tics before.
+            size_t c = a;
+            while (c > 0 && (c == a || held[c]))
+                --c;
+            if (c == a || held[c] || source[a] <= source[c]) continue;
+            b = a, a = c;
+        }
+        if (source[b] <= source[a]) continue;
         const double share = (source[k] - source[a]) / (source[b] - source[a]);
         target[k] = target[a] + share * (target[b] - target[a]);
     }
