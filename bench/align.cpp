@@ -261,6 +261,9 @@ int main(int argc, char** argv) {
                 for (size_t k = 0; k < got.size(); ++k) {
                     moved.add(got[k] - b.truth[k]);
                     one.add(got[k] - b.truth[k]);
+                    if (qEnvironmentVariableIntValue("ALIGN_VERBOSE") > 1 &&
+                        std::abs(got[k] - b.truth[k]) > 100)
+                        std::printf("#  measure %zu off by %+.1f\n", k + 1, got[k] - b.truth[k]);
                 }
                 if (verbose)
                     std::printf("# %s -> %s: median %.1f p95 %.1f max %.1f\n", qPrintable(a.wav),
