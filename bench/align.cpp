@@ -248,68 +248,86 @@ int main(int argc, char** argv) {
     tight.print("tighten");
 
     if (qEnvironmentVariableIsSet("ALIGN_TIGHTEN_ONLY")) return 0;
+    const bool costOnly = qEnvironmentVariableIsSet("ALIGN_COST_ONLY");
     // Transfer: each rendition's true map to each other rendition of the song.
     Errors moved;
-    std::vector<double> sameCost;
     for (auto& [song, rends] : songs)
-        for (const Rendition& a : rends)
-            for (const Rendition& b : rends) {
-                if (&a == &b) continue;
-                const MapResult m = transferMap(a.wav, mapFor(a.truth, timing), b.wav, timing);
-                const std::vector<double> got = positionsOf(m.bytes, timing);
-                Errors one;
-                for (size_t k = 0; k < got.size(); ++k) {
-                    moved.add(got[k] - b.truth[k]);
-                    one.add(got[k] - b.truth[k]);
-                    if (qEnvironmentVariableIntValue("ALIGN_VERBOSE") > 1 &&
-                        std::abs(got[k] - b.truth[k]) > 100)
-                        std::printf("#  measure %zu off by %+.1f\n", k + 1, got[k] - b.truth[k]);
+        if (!costOnly)
+            for (const Rendition& a : rends)
+                for (const Rendition& b : rends) {
+                    if (&a == &b) continue;
+                    const MapResult m = transferMap(a.wav, mapFor(a.truth, timing), b.wav, timing);
+                    const std::vector<double> got = positionsOf(m.bytes, timing);
+                    Errors one;
+                    for (size_t k = 0; k < got.size(); ++k) {
+                        moved.add(got[k] - b.truth[k]);
+                        one.add(got[k] - b.truth[k]);
+                        if (qEnvironmentVariableIntValue("ALIGN_VERBOSE") > 1 &&
+                            std::abs(got[k] - b.truth[k]) > 100)
+                            std::printf("#  measure %zu off by %+.1f\n", k + 1,
+                                        got[k] - b.truth[k]);
+                    }
+                    if (verbose)
+                        std::printf("# %s -> %s: median %.1f p95 %.1f max %.1f\n",
+                                    qPrintable(a.wav), qPrintable(b.wav), one.pct(0.5),
+                                    one.pct(0.95), one.pct(1));
                 }
-                if (verbose)
-                    std::printf("# %s -> %s: median %.1f p95 %.1f max %.1f\n", qPrintable(a.wav),
-                                qPrintable(b.wav), one.pct(0.5), one.pct(0.95), one.pct(1));
-            }
-    moved.print("transfer");
+    if (!costOnly) {
+        moved.print("transfer");
 
-    // Time: one transfer, the longest song to its slow rendition.
-    const std::vector<Rendition>& ag = songs.at(QStringLiteral("Amazing Grace"));
-    QElapsedTimer clock;
-    clock.start();
-    transferMap(ag[0].wav, mapFor(ag[0].truth, timing), ag[1].wav, timing);
-    std::printf("align_ms_per_audio_minute: %.0f ms\n",
-                double(clock.elapsed()) / (ag[0].minutes + ag[1].minutes));
+        // Time: one transfer, the longest song to its slow rendition.
+        const std::vector<Rendition>& ag = songs.at(QStringLiteral("Amazing Grace"));
+        QElapsedTimer clock;
+        clock.start();
+        transferMap(ag[0].wav, mapFor(ag[0].truth, timing), ag[1].wav, timing);
+        std::printf("align_ms_per_audio_minute: %.0f ms\n",
+                    double(clock.elapsed()) / (ag[0].minutes + ag[1].minutes));
 
-    // Peak memory of a 10-minute pair, in a process of its own.
-    const QString longA = dir + QStringLiteral("/long_a.wav"),
-                  longB = dir + QStringLiteral("/long_b.wav");
-    const int reps = int(std::ceil(10 / ag[0].minutes)) - 1;
-    if (!QFile::exists(longA))
-        run(QStringLiteral("sox"),
-            {ag[0].wav, longA, QStringLiteral("repeat"), QString::number(reps)});
-    if (!QFile::exists(longB))
-        run(QStringLiteral("sox"),
-            {ag[1].wav, longB, QStringLiteral("repeat"),
-             QString::number(std::max(0, int(std::ceil(10 / ag[1].minutes)) - 1))});
-    QProcess child;
-    child.setProcessChannelMode(QProcess::ForwardedChannels);
-    child.start(QCoreApplication::applicationFilePath(),
-                {QStringLiteral("--rss-pair"), longA, longB, QStringLiteral("-")});
-    child.waitForFinished(-1);
-
-    // The alignment cost of the same piece and of different pieces.
-    double maxSame = 0, minOther = 1e9;
+        // Peak memory of a 10-minute pair, in a process of its own.
+        const QString longA = dir + QStringLiteral("/long_a.wav"),
+                      longB = dir + QStringLiteral("/long_b.wav");
+        const int reps = int(std::ceil(10 / ag[0].minutes)) - 1;
+        if (!QFile::exists(longA))
+            run(QStringLiteral("sox"),
+                {ag[0].wav, longA, QStringLiteral("repeat"), QString::number(reps)});
+        if (!QFile::exists(longB))
+            run(QStringLiteral("sox"),
+                {ag[1].wav, longB, QStringLiteral("repeat"),
+                 QString::number(std::max(0, int(std::ceil(10 / ag[1].minutes)) - 1))});
+        QProcess child;
+        child.setProcessChannelMode(QProcess::ForwardedChannels);
+        child.start(QCoreApplication::applicationFilePath(),
+                    {QStringLiteral("--rss-pair"), longA, longB, QStringLiteral("-")});
+        child.waitForFinished(-1);
+    }
+    // The alignment cost of the same piece (each rendition from the shipped
+    // recording) and of different pieces (each song's shipped recording to
+    // the others' shipped and rubato renditions).
+    std::vector<double> same, other;
     for (auto& [song, rends] : songs)
         for (size_t k = 1; k < rends.size(); ++k)
-            maxSame = std::max(maxSame, transferMap(rends[0].wav, mapFor(rends[0].truth, timing),
-                                                    rends[k].wav, timing, {}, 1e9)
-                                            .pathCost);
+            same.push_back(transferMap(rends[0].wav, mapFor(rends[0].truth, timing), rends[k].wav,
+                                       timing, {}, 1e9)
+                               .pathCost);
     for (auto& [s1, r1] : songs)
         for (auto& [s2, r2] : songs)
             if (s1 != s2)
-                minOther = std::min(minOther, transferMap(r1[0].wav, mapFor(r1[0].truth, timing),
-                                                          r2.back().wav, timing, {}, 1e9)
-                                                  .pathCost);
-    std::printf("same_piece_cost_max: %.3f cost\ndifferent_piece_cost_min: %.3f cost\n", maxSame,
-                minOther);
+                for (const Rendition* r : {&r2.front(), &r2.back()})
+                    other.push_back(
+                        transferMap(r1[0].wav, mapFor(r1[0].truth, timing), r->wav, timing, {}, 1e9)
+                            .pathCost);
+    std::sort(same.begin(), same.end());
+    std::sort(other.begin(), other.end());
+    if (verbose) {
+        std::printf("# same piece:");
+        for (double c : same)
+            std::printf(" %.3f", c);
+        std::printf("\n# different pieces:");
+        for (double c : other)
+            std::printf(" %.3f", c);
+        std::printf("\n");
+    }
+    std::printf("same_piece_cost_max: %.3f cost\ndifferent_piece_cost_min: %.3f cost\n",
+                same.back(), other.front());
     return 0;
 }
