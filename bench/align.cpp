@@ -251,27 +251,27 @@ int main(int argc, char** argv) {
     const bool costOnly = qEnvironmentVariableIsSet("ALIGN_COST_ONLY");
     // Transfer: each rendition's true map to each other rendition of the song.
     Errors moved;
+    std::vector<double> same, other;
     for (auto& [song, rends] : songs)
-        if (!costOnly)
-            for (const Rendition& a : rends)
-                for (const Rendition& b : rends) {
-                    if (&a == &b) continue;
-                    const MapResult m = transferMap(a.wav, mapFor(a.truth, timing), b.wav, timing);
-                    const std::vector<double> got = positionsOf(m.bytes, timing);
-                    Errors one;
-                    for (size_t k = 0; k < got.size(); ++k) {
-                        moved.add(got[k] - b.truth[k]);
-                        one.add(got[k] - b.truth[k]);
-                        if (qEnvironmentVariableIntValue("ALIGN_VERBOSE") > 1 &&
-                            std::abs(got[k] - b.truth[k]) > 100)
-                            std::printf("#  measure %zu off by %+.1f\n", k + 1,
-                                        got[k] - b.truth[k]);
-                    }
-                    if (verbose)
-                        std::printf("# %s -> %s: median %.1f p95 %.1f max %.1f\n",
-                                    qPrintable(a.wav), qPrintable(b.wav), one.pct(0.5),
-                                    one.pct(0.95), one.pct(1));
+        for (const Rendition& a : rends)
+            for (const Rendition& b : rends) {
+                if (&a == &b) continue;
+                const MapResult m =
+                    transferMap(a.wav, mapFor(a.truth, timing), b.wav, timing, {}, 1e9);
+                same.push_back(m.pathCost);
+                const std::vector<double> got = positionsOf(m.bytes, timing);
+                Errors one;
+                for (size_t k = 0; k < got.size(); ++k) {
+                    moved.add(got[k] - b.truth[k]);
+                    one.add(got[k] - b.truth[k]);
+                    if (qEnvironmentVariableIntValue("ALIGN_VERBOSE") > 1 &&
+                        std::abs(got[k] - b.truth[k]) > 100)
+                        std::printf("#  measure %zu off by %+.1f\n", k + 1, got[k] - b.truth[k]);
                 }
+                if (verbose)
+                    std::printf("# %s -> %s: median %.1f p95 %.1f max %.1f\n", qPrintable(a.wav),
+                                qPrintable(b.wav), one.pct(0.5), one.pct(0.95), one.pct(1));
+            }
     if (!costOnly) {
         moved.print("transfer");
 
@@ -300,15 +300,9 @@ int main(int argc, char** argv) {
                     {QStringLiteral("--rss-pair"), longA, longB, QStringLiteral("-")});
         child.waitForFinished(-1);
     }
-    // The alignment cost of the same piece (each rendition from the shipped
-    // recording) and of different pieces (each song's shipped recording to
+    // The alignment cost of the same piece (every transfer above) and of
+    // different pieces (each song's shipped recording to
     // the others' shipped and rubato renditions).
-    std::vector<double> same, other;
-    for (auto& [song, rends] : songs)
-        for (size_t k = 1; k < rends.size(); ++k)
-            same.push_back(transferMap(rends[0].wav, mapFor(rends[0].truth, timing), rends[k].wav,
-                                       timing, {}, 1e9)
-                               .pathCost);
     for (auto& [s1, r1] : songs)
         for (auto& [s2, r2] : songs)
             if (s1 != s2)
