@@ -9,6 +9,7 @@
 
 #include <QFileInfo>
 #include <QLabel>
+#include <QMenu>
 #include <QProgressDialog>
 #include <atomic>
 #include <cmath>
@@ -172,6 +173,17 @@ void installAlignControls(Session& s, SheetWindow& w) {
         TightenB_MouseDown(s, &w, b, summary);
         if (!summary.isEmpty()) line->setText(summary);
     };
+}
+
+void installAlign(Session& s, QWidget& mainWindow) {
+    auto* file = mainWindow.findChild<QMenu*>(QStringLiteral("FF"));
+    if (!file) return;
+    QAction* transfer = file->addAction(QStringLiteral("Map From Another Recording…"));
+    transfer->setObjectName(QStringLiteral("TransferMap"));
+    QWidget* parent = &mainWindow;
+    QObject::connect(transfer, &QAction::triggered, parent, [&s, parent] {
+        runGuarded(s.messages, [&] { TransferMap_Click(s, parent); });
+    });
 }
 
 } // namespace mv::align

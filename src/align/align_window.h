@@ -39,5 +39,13 @@ void TransferMap_Click(Session& s, QWidget* parent);
 // Adds the button's handlers and the summary line to sheet window 1.
 void installAlignControls(Session& s, SheetWindow& w);
 
+// Adds "Map From Another Recording…" (TransferMap) to the File menu (the
+// QMenu "FF") of the main window.
+void installAlign(Session& s, QWidget& mainWindow);
+
+// Adds "Map From Another Recording…" (TransferMap) to the File menu (the
+// QMenu "FF") of the main window.
+void installAlign(Session& s, QWidget& mainWindow);
+
 } // namespace align
 } // namespace mv

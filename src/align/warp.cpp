@@ -130,13 +130,18 @@ WarpPath alignChroma(const std::vector<Chroma>& from, const std::vector<Chroma>&
     for (int i = 0; i < n; ++i) // the band stays connected: each row reaches the last
         if (i > 0 && lo[size_t(i)] > hi[size_t(i) - 1] + 1) lo[size_t(i)] = hi[size_t(i) - 1] + 1;
     WarpPath p = bandDtw(from, to, lo, hi, cancelled, fromOnsets, toOnsets);
-    // Chance: frames paired along a fixed pseudo-random sequence.
-    double chance = 0;
-    constexpr int samples = 4000;
-    for (int k = 0; k < samples; ++k)
-        chance += cost(from[size_t((k * 7919L) % n)], to[size_t((k * 104729L + 13) % m)]);
-    chance /= samples;
-    p.relativeCost = chance > 1e-9 ? p.meanCost / chance : 1.0;
+    // The same path moved 1 to 3 s either way along the target: a path
+    // through the same piece meets other notes there and costs far more;
+    // one through another piece fares about as well moved as not.
+    double shifted = 0;
+    long counted = 0;
+    for (const auto& [i, j] : p.steps)
+        for (int s : {-150, -100, -50, 50, 100, 150}) {
+            if (j + s < 0 || j + s >= m) continue;
+            shifted += cost(from[size_t(i)], to[size_t(j + s)]);
+            ++counted;
+        }
+    p.relativeCost = counted > 0 && shifted > 1e-9 ? p.meanCost / (shifted / double(counted)) : 1.0;
     return p;
 }
 

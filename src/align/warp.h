@@ -17,9 +17,9 @@ struct WarpPath {
     // Mean cost (1 - cosine of the two chroma vectors) along the path:
     // near 0 for two renditions of one piece, larger for different pieces.
     double meanCost = 0;
-    // meanCost over the mean cost of frames paired at random: a path through
-    // one piece is far cheaper than chance, one through two pieces in the
-    // same key much less so.
+    // meanCost over the mean cost of the same path moved 1, 2 and 3 s
+    // either way along the target: small for two renditions of one piece,
+    // near 1 for two pieces (the path finds cheap cells anywhere).
     double relativeCost = 0;
 };
 

@@ -45,7 +45,6 @@
 #include <QDir>
 #include <QElapsedTimer>
 #include <QListWidget>
-#include <QMenu>
 #include <QScreen>
 #include <QSessionManager>
 #include <QTimer>
@@ -258,14 +257,7 @@ int main(int argc, char** argv) {
     QObject::connect(&player, &MpvPlayer::musicUnavailable, main,
                      sayInTitle("no music: libmpv (package libmpv2) could not start"));
 
-    // File > "Map From Another Recording…".
-    if (auto* file = main->findChild<QMenu*>(QStringLiteral("FF"))) {
-        QAction* transfer = file->addAction(QStringLiteral("Map From Another Recording…"));
-        transfer->setObjectName(QStringLiteral("TransferMap"));
-        QObject::connect(transfer, &QAction::triggered, main, [&s, main] {
-            runGuarded(s.messages, [&] { align::TransferMap_Click(s, main); });
-        });
-    }
+    align::installAlign(s, *main);
     s.SaveVelmor = [&s] { SaveVelmor(s); };
     StartupHooks hooks;
     QtSocketLayer sockets;

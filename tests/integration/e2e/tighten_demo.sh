@@ -4,7 +4,8 @@
 # tics fall back on the measures' first notes (the demo map's times) within
 # 15 ms, but for taps still more than 70 ms off once the median lag is
 # removed (two with this seed), which keep the lag correction alone; every
-# other line of the map is as it was.
+# other line of the map is as it was; played, the saved map puts the cursor
+# on each measure while it sounds.
 # Usage: tighten_demo.sh <mellivane binary>
 source "$(dirname "$0")/lib.sh"
 root=$(cd "$(dirname "$0")/../../.." && pwd)
@@ -19,6 +20,14 @@ tr -d '\r' < "$root/demo/songs/$song.map" | awk 'BEGIN { srand(5) }
   (NR - 10) % 6 == 0 { t += $1; m = t + (60 + (rand() * 100 - 50)) / 0.995
                        v = int(m + 0.5); print v - prev; prev = v; next }
   { print }' | sed 's/$/\r/' > "$map"
+# "waituntil MIDDLE" and the tic count for each measure but the last (the
+# middle of two first beats, from the layout's due times), the cursor shown.
+measureChecks() {
+  awk -F'\t' -v s="$song" '$1 == s { due[++n] = $6 } END {
+    for (k = 1; k < n; k++)
+      printf "waituntil %d\ncheck AdobeF.Text3 %d\ncheckvisible AdobeF.Picture1 yes\n",
+             int((due[k] + due[k + 1]) / 2), k }' "$root/demo/layout.tsv"
+}
 cat > "$work/script.txt" <<SCRIPT
 wait 300
 select Velmor.File1 $song.pdf
@@ -31,6 +40,11 @@ waitfor 20000 check AdobeF.TightenL Tightened: 16 of 16 tics moved, median 34 ms
 click AdobeF.Command7
 wait 1000
 checkvisible AdobeF.Shape2 no
+# The saved map plays: halfway between two measures' first beats (from the
+# press of Play) the cursor stands on the earlier one.
+mark
+click AdobeF.Command15
+$(measureChecks)
 quit
 SCRIPT
 xrun "$work/config" "$work/script.txt" --songs "$work/songs"
