@@ -10,6 +10,7 @@
 #include "core/event_pump.h"
 #include "core/field.h"
 #include "core/file_numbers.h"
+#include "core/keyed_settings.h"
 #include "core/observable.h"
 #include "cursormap/tic_table.h"
 
@@ -330,6 +331,9 @@ struct Session {
     double screenWidth = 1920 * 15;
     // The working directory of the settings and list files.
     QString configDir;
+    // "Mellivane.conf": the settings beside the positional files, each added
+    // by the subsystem that owns it (core/keyed_settings.h).
+    KeyedSettings keyed;
 
     // Operations that one subsystem calls in another, by name.  Each is
     // installed by the subsystem that owns it; an empty one does nothing.

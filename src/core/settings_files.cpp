@@ -11,6 +11,7 @@ namespace mv {
 namespace {
 
 const QString kSettings = QStringLiteral("Mellivane.ini");
+const QString kKeyed = QStringLiteral("Mellivane.conf");
 
 QString flag(int checked) {
     return checked == 1 ? QStringLiteral("TRUE") : QStringLiteral("FALSE");
@@ -110,7 +111,10 @@ void SaveVelmor(Session& s) {
                                flag(v.FootControl.get()),
                                v.PDFLeftD.text()};
     writeConfigLines(s, kSettings, lines);
+    s.keyed.write(s.files, configFile(s, kKeyed));
 }
+
+bool readKeyedSettings(Session& s) { return s.keyed.read(s.files, configFile(s, kKeyed)); }
 
 bool openSettings(Session& s) {
     const QString path = configFile(s, kSettings);

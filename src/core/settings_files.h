@@ -19,9 +19,13 @@ struct Session;
 // name matches ignoring case, else the name as given.
 QString configFile(const Session& s, const QString& name);
 
-// Writes all 60 lines of "Mellivane.ini".  Failure 75 or 76 when it cannot
-// be written; the old file then stands.
+// Writes all 60 lines of "Mellivane.ini", then "Mellivane.conf" (the keyed
+// settings, core/keyed_settings.h).  Failure 75 or 76 when one cannot be
+// written; the old file then stands.
 void SaveVelmor(Session& s);
+// Reads "Mellivane.conf" into the controls added to Session::keyed; false
+// without the file (the controls keep their built-in values).
+bool readKeyedSettings(Session& s);
 
 // The reader of "Mellivane.ini", in its three stretches.  openSettings reads
 // it whole into Session::settingsIn (false when it does not exist or cannot

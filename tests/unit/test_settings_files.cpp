@@ -336,3 +336,39 @@ TEST_F(SettingsTest, WindowsMadeFilesReadAndSavedUnchangedKeepTheirBytes) {
 }
 
 } // namespace
+
+// "Mellivane.conf": a first run without it keeps the built-in values; keys
+// nobody added survive a save; a bad check box value is passed over; a
+// restart reads back what was saved, whatever the positional file holds.
+TEST_F(SettingsTest, KeyedSettingsRoundTripAndKeepWhatTheyDoNotKnow) {
+    auto addKeys = [](Session& r, Field& f, CheckBox& b) {
+        r.keyed.add("Delay", f);
+        r.keyed.add("Clock", b);
+    };
+    Field delay{"0"};
+    CheckBox clock{0};
+    addKeys(s, delay, clock);
+    startUp(s, {}, {});
+    EXPECT_EQ(readouts(delay.text(), clock.get()), (QStringList{"0", "0"}));
+
+    write({"Zeta=from a newer program", "Delay=120", "no equals sign", "Clock=7", "Delay=150"},
+          "Mellivane.conf");
+    Field delay2{"0"};
+    CheckBox clock2{1};
+    Session& r = restart();
+    addKeys(r, delay2, clock2);
+    startUp(r, {}, {});
+    EXPECT_EQ(readouts(delay2.text(), clock2.get()), (QStringList{"150", "1"}));
+    clock2.set(0);
+    shutDown(r, {});
+    EXPECT_EQ(lines("Mellivane.conf"),
+              (QStringList{"Clock=0", "Delay=150", "Zeta=from a newer program"}));
+
+    QFile::remove(dir.filePath("Mellivane.ini"));
+    Field delay3;
+    CheckBox clock3{1};
+    Session& again = restart();
+    addKeys(again, delay3, clock3);
+    startUp(again, {}, {});
+    EXPECT_EQ(readouts(delay3.text(), clock3.get()), (QStringList{"150", "0"}));
+}
