@@ -4,8 +4,7 @@
 
 namespace mv {
 
-int64_t InputTime::toTick(uint64_t eventMs, int64_t handledTick) {
-    if (eventMs == 0) return last_ = std::max(last_, handledTick);
+int64_t InputTime::update(uint64_t eventMs, int64_t handledTick) {
     // Each event is handled no earlier than it happened, so handling tick
     // minus event time is the true offset plus a delay >= 0: the smallest
     // seen is the best estimate.  It is let rise slowly with time, so that
@@ -22,7 +21,16 @@ int64_t InputTime::toTick(uint64_t eventMs, int64_t handledTick) {
         offsetAt_ = handledTick;
     }
     known_ = true;
-    const int64_t at = static_cast<int64_t>(eventMs) + estimate;
+    return estimate;
+}
+
+void InputTime::observe(uint64_t eventMs, int64_t handledTick) {
+    if (eventMs != 0) update(eventMs, handledTick);
+}
+
+int64_t InputTime::toTick(uint64_t eventMs, int64_t handledTick) {
+    if (eventMs == 0) return last_ = std::max(last_, handledTick);
+    const int64_t at = static_cast<int64_t>(eventMs) + update(eventMs, handledTick);
     return last_ = std::max(last_, std::min(at, handledTick));
 }
 

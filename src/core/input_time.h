@@ -16,6 +16,10 @@ class InputTime {
     // is never later than `handledTick`, never earlier than the answer
     // before, and never more than kMaxDelayMs before `handledTick`.
     int64_t toTick(uint64_t eventMs, int64_t handledTick);
+    // Takes what any input event tells of the offset between the clocks
+    // (a move, a release, a key), so that a press that comes while the GUI
+    // is busy already has a good estimate.  `eventMs` 0 tells nothing.
+    void observe(uint64_t eventMs, int64_t handledTick);
 
     // A delay longer than this is no delay: the event clock jumped (a
     // restart, the 32-bit wrap of X time) and the estimate starts over.
@@ -27,6 +31,8 @@ class InputTime {
     static constexpr double kDriftPerMs = 1e-3;
 
   private:
+    // Takes a stamped event into the estimate; the offset to use for it.
+    int64_t update(uint64_t eventMs, int64_t handledTick);
     bool known_ = false;
     int64_t offset_ = 0;   // handling tick minus event time of the least delayed event
     int64_t offsetAt_ = 0; // the handling tick when offset_ was taken

@@ -52,6 +52,9 @@ bool KeyedSettings::read(FileTable& files, const QString& path) {
 }
 
 void KeyedSettings::write(FileTable& files, const QString& path) const {
+    // Nothing kept: no file, so a program without keyed settings leaves
+    // the folder as it was.
+    if (entries_.empty() && unknown_.isEmpty()) return;
     QMap<QString, QString> all = unknown_;
     for (const Entry& e : entries_)
         all.insert(e.key, e.get());

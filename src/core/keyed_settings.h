@@ -32,7 +32,8 @@ class KeyedSettings {
     // unreadable one changes nothing and is false; lines without "=" are
     // passed over; the last of two lines with one key counts.
     bool read(FileTable& files, const QString& path);
-    // Writes every added key and every unknown one read, sorted by key.
+    // Writes every added key and every unknown one read, sorted by key;
+    // nothing at all when there are none.
     // Failure 75 or 76 as FileTable::writeText; the old file then stands.
     void write(FileTable& files, const QString& path) const;
 

@@ -10,6 +10,7 @@
 #include "core/event_pump.h"
 #include "core/field.h"
 #include "core/file_numbers.h"
+#include "core/input_time.h"
 #include "core/keyed_settings.h"
 #include "core/observable.h"
 #include "cursormap/tic_table.h"
@@ -334,6 +335,10 @@ struct Session {
     // "Mellivane.conf": the settings beside the positional files, each added
     // by the subsystem that owns it (core/keyed_settings.h).
     KeyedSettings keyed;
+    // The input events' own clock on the tick clock: every stamped input
+    // event of the program refreshes it (sheet/sheet_views_install.cpp),
+    // sheet presses take their tics from it.
+    InputTime inputTime;
 
     // Operations that one subsystem calls in another, by name.  Each is
     // installed by the subsystem that owns it; an empty one does nothing.

@@ -5,6 +5,7 @@
 
 #include <QApplication>
 #include <QGuiApplication>
+#include <QInputEvent>
 #include <QPainter>
 #include <QPointer>
 #include <QTimer>
@@ -88,6 +89,35 @@ void keepFramePlace(QWidget* w, QPoint topLeft) {
     QTimer::singleShot(300, w, [w, topLeft] {
         if (w->frameGeometry().topLeft() != topLeft) w->move(topLeft);
     });
+}
+
+namespace {
+
+class InputClockFeed : public QObject {
+  public:
+    InputClockFeed(Session& s, QObject* owner) : QObject(owner), s_(s) {}
+    bool eventFilter(QObject* watched, QEvent* e) override {
+        switch (e->type()) {
+        case QEvent::MouseMove:
+        case QEvent::MouseButtonRelease:
+        case QEvent::KeyPress:
+        case QEvent::KeyRelease:
+            s_.inputTime.observe(static_cast<QInputEvent*>(e)->timestamp(), s_.clock.tickMs());
+            break;
+        default: break;
+        }
+        return QObject::eventFilter(watched, e);
+    }
+
+  private:
+    Session& s_;
+};
+
+} // namespace
+
+void feedInputClock(Session& s, QObject* owner) {
+    // The filter goes with its owner: Qt drops a deleted filter by itself.
+    if (qApp && !s.clock.isVirtual()) qApp->installEventFilter(new InputClockFeed(s, owner));
 }
 
 } // namespace mv

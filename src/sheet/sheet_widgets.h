@@ -11,6 +11,7 @@
 namespace mv {
 
 struct CursorPicture;
+struct Session;
 
 // The cursor picture Picture1: the plain marker, or the solid red square of
 // a scroll change.
@@ -59,5 +60,11 @@ void keepFramePlace(QWidget* w, QPoint topLeft);
 
 // A rectangle in pixels as twips.
 TwipRect twipsOf(const QRect& r);
+
+// While `owner` lives, every stamped input event of the program (moves,
+// releases, keys) refreshes Session::inputTime, so that the first sheet
+// press after a busy spell already counts from its own moment.  Nothing
+// under a virtual clock, which has nothing to do with the window system's.
+void feedInputClock(Session& s, QObject* owner);
 
 } // namespace mv

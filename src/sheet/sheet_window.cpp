@@ -261,6 +261,7 @@ SheetWindow::SheetWindow(Session& s, QWidget* viewer, QWidget* parent) : QWidget
     placeCursor();
     picture1_->raise();
     installPedalKeys(s, this);
+    feedInputClock(s, this);
 }
 
 SheetWindow::~SheetWindow() {
@@ -323,7 +324,7 @@ bool SheetWindow::sheetMouse(QWidget* watched, QMouseEvent* e) {
         if (e->button() == Qt::LeftButton)
             p.press(
                 x, y,
-                pressTime_.toTick(s_.clock.isVirtual() ? 0 : e->timestamp(), s_.clock.tickMs()));
+                s_.inputTime.toTick(s_.clock.isVirtual() ? 0 : e->timestamp(), s_.clock.tickMs()));
         return true; // the sheet takes its clicks; the window's surface does not see them
     case QEvent::MouseButtonRelease:
         if (e->button() == Qt::LeftButton) p.release();

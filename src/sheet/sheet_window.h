@@ -107,7 +107,6 @@ class SheetWindow : public QWidget {
     QHash<QString, QWidget*> controls_;
     std::vector<Subscription> subs_;
     int16_t widthDragging_ = 0; // WidthDragging: a press on the free surface, not yet released
-    InputTime pressTime_;       // the sheet presses' own moments on the tick clock
 };
 
 } // namespace mv

@@ -211,6 +211,13 @@ TEST(InputTime, PressesCountFromTheirOwnMomentOnTheTickClock) {
     InputTime t;
     for (const Step& st : steps)
         EXPECT_EQ(t.toTick(st.event, st.handled), st.expected) << st.why;
+
+    // A move handled at once, then the first press handled 30 ms late: the
+    // press counts from its own moment.
+    InputTime fed;
+    fed.observe(0, 100); // no time carried: tells nothing
+    fed.observe(1000, 6000);
+    EXPECT_EQ(fed.toTick(1500, 6530), 6500);
 }
 
 // A pinned day clock runs on from the pin and wraps at midnight; a real
