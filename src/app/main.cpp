@@ -235,11 +235,11 @@ int main(int argc, char** argv) {
     s.focusMainWindow = [main] { main->activateWindow(); };
     s.minimizeMainWindow = [main] { main->showMinimized(); };
     // A sheet window given the focus is activated, with its keys ready.
-    s.giveFocus = [&windows](const QString& name) {
+    s.giveFocus = [&s, &windows](const QString& name) {
         if (auto* sheet = qobject_cast<SheetWindow*>(windows.find(name)))
             sheet->takeKeys();
         else if (QWidget* w = windows.find(name))
-            giveKeys(w);
+            giveKeys(s, w);
     };
     // The player's devices are known once its instance has started, which
     // may be after start-up's Audio Out step: fill the menu again then, and
