@@ -417,10 +417,9 @@ void SheetWindow::placeOnScreen(bool placeFileRead) {
     QTimer::singleShot(300, this, [this, avail, r, placeFileRead] {
         if (QScreen* now = screen()) {
             const TwipRect room = twipsOf(now->availableGeometry());
-            const TwipRect framed = twipsOf(frameGeometry());
-            const TwipRect want = placeFileRead
-                                      ? TwipRect{r.left, r.top, framed.width, framed.height}
-                                      : sheetOnePlace(s_, false, room);
+            // The stored place as it was asked for: the size the window
+            // got before its frame was known overshoots by the frame.
+            const TwipRect want = placeFileRead ? r : sheetOnePlace(s_, false, room);
             setOuterPlace(fitInto(want, room));
         } else {
             setOuterPlace(avail);

@@ -55,17 +55,22 @@ waitfor 1500 check AdobeF.AcroPDF1 2
 click Velmor.WindowsMediaPlayer1 left 100
 wait 7000
 checkactive Velmor
-# The panel's Manual Play, Foot Control off: the sheet takes the keys
+# The panel's Manual Play, Foot Control off: the sheet takes the keys.
+# (The main window active disarms the overlay, whose raise would take the
+# sheet's focus.)
 menu Velmor.SS
 click Velmor.ShowB left 5
 checkvisible BControl yes
 select Velmor.File1 Amazing Grace.pdf
 wait 1500
+activate Velmor
+wait 300
 activate BControl
 wait 500
 click BControl.Command1
 wait 500
 checkactive AdobeF
+checkfocus AdobeF.Command14
 realkey Space
 waitfor 8000 check AdobeF.VScroll1 8000
 click BControl.Command1
