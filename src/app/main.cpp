@@ -285,7 +285,10 @@ int main(int argc, char** argv) {
     hooks.focusList = [&] { main->File1()->setFocus(); };
     hooks.restoreMainWindow = [&] {
         if (main->isMinimized()) main->showNormal();
-        s.velmor.WindowTop = main->y() * 15.0;
+        // Where the window cannot know its place (Wayland) the stored top
+        // stays; a stored top within the pixel the window stands on too.
+        if (windowPlaceKnown() && main->y() != int(s.velmor.WindowTop / 15))
+            s.velmor.WindowTop = main->y() * 15.0;
     };
     hooks.unloadWindows = [&] {
         // The sheet windows first, then the play list and the other windows.
