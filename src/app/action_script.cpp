@@ -183,6 +183,8 @@ QString textOf(QWidget* w) {
 } // namespace
 
 void ActionScript::mouse(const QString& verb, const QStringList& a, QWidget* w) {
+    // A user's mouse reaches only what is shown.
+    if (!w->isVisible()) return fail(a[1] + " is hidden");
     const QPointer<QWidget> target(w);
     int x = w->width() / 2, y = w->height() / 2;
     if (verb == u"move") {

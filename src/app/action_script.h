@@ -13,7 +13,9 @@
 // One action per line; blank lines and lines starting with # are skipped.
 // Words are separated by blanks; a word in double quotes ("a b.ini") may hold
 // blanks.  Positions are pixels inside the control from its top left corner;
-// a missing x or y stands for the middle.
+// a missing x or y stands for the middle.  The mouse verbs fail on a
+// control that is not shown (a hidden window, a closed panel): a user could
+// not reach it.
 //   click W.C [left|right] [x [y]]  press and release
 //   press W.C [left|right] [x [y]]  press only
 //   release W.C [left|right] [x [y]]

@@ -235,11 +235,11 @@ int main(int argc, char** argv) {
     s.focusMainWindow = [main] { main->activateWindow(); };
     s.minimizeMainWindow = [main] { main->showMinimized(); };
     // A sheet window given the focus is activated, with its keys ready.
-    s.giveFocus = [&windows](const QString& name) {
+    s.giveFocus = [&s, &windows](const QString& name) {
         if (auto* sheet = qobject_cast<SheetWindow*>(windows.find(name)))
             sheet->takeKeys();
         else if (QWidget* w = windows.find(name))
-            giveKeys(w);
+            giveKeys(s, w);
     };
     // The player's devices are known once its instance has started, which
     // may be after start-up's Audio Out step: fill the menu again then, and
@@ -285,7 +285,10 @@ int main(int argc, char** argv) {
     hooks.focusList = [&] { main->File1()->setFocus(); };
     hooks.restoreMainWindow = [&] {
         if (main->isMinimized()) main->showNormal();
-        s.velmor.WindowTop = main->y() * 15.0;
+        // Where the window cannot know its place (Wayland) the stored top
+        // stays; a stored top within the pixel the window stands on too.
+        if (windowPlaceKnown() && main->y() != int(s.velmor.WindowTop / 15))
+            s.velmor.WindowTop = main->y() * 15.0;
     };
     hooks.unloadWindows = [&] {
         // The sheet windows first, then the play list and the other windows.

@@ -51,6 +51,17 @@ QLabel* heading(const QString& text, QWidget* parent) {
     return l;
 }
 
+// An option button that a click leaves chosen: clicking the chosen one
+// again does not clear it.  Not auto-exclusive: the settings file and
+// Restore Settings may leave every option of its group unchosen.
+class OptionButton : public QRadioButton {
+  public:
+    using QRadioButton::QRadioButton;
+
+  protected:
+    void nextCheckState() override { setChecked(true); }
+};
+
 } // namespace
 
 MainWindow::MainWindow(Session& s, MediaPlayer& player, QWidget* parent) : QWidget(parent), s_(s) {
@@ -322,13 +333,14 @@ QWidget* MainWindow::buildSetup() {
     addCheck(form, "NoCursor", QStringLiteral("No Cursor"), v.NoCursor);
     addCheck(form, "NoScroll", QStringLiteral("No Scroll"), v.NoScroll);
     // Which sheet window takes the focus at a play's start: option buttons,
-    // one or the other (the logic turns the other off), or neither.
+    // one or the other (the logic turns the other off); neither only as the
+    // settings file or Restore Settings leave them.
     auto* screens = new QHBoxLayout;
     for (auto [name, caption, c] :
          {std::tuple{"Scrn0", "Scrn1", &v.Scrn0}, std::tuple{"Scrn1", "Scrn 2", &v.Scrn1}}) {
-        auto* b = new QRadioButton(QString::fromLatin1(caption), panel);
+        auto* b = new OptionButton(QString::fromLatin1(caption), panel);
         b->setObjectName(QString::fromLatin1(name));
-        b->setAutoExclusive(false); // both off is a state of its own
+        b->setAutoExclusive(false);
         subs_.push_back(bindCheckBox(*c, b, &s_.messages));
         screens->addWidget(b);
     }

@@ -16,6 +16,7 @@
 #include <QTimer>
 #include <QTouchEvent>
 #include <algorithm>
+#include <map>
 
 namespace mv {
 
@@ -74,17 +75,36 @@ void ButtonPanel::guarded(const std::function<void()>& handler) {
 void ButtonPanel::layOut() {
     const bool vertical = s_.bControl.Vertical.get();
     const PanelLayout& l = panelLayout(vertical);
-    // Each button at least as wide as its caption: in the row the buttons
-    // right of a wider one move along; the column widens to its widest.
-    int grow = 0, column = px(l.width);
+    // Buttons of one left edge and width (Manual Play over Cursor Play) are
+    // one column, as wide as its widest caption and at least its width; in
+    // the row the columns right of a wider one move along.
+    using Column = std::pair<double, double>; // left, width in twips
+    std::map<Column, int> widths;
     for (const PanelLayout::Place& p : l.buttons) {
-        QPushButton* b = button(QString::fromLatin1(p.name));
-        const int w = std::max(px(p.width), b->sizeHint().width());
-        b->setGeometry(px(p.left) + (vertical ? 0 : grow), px(p.top), w, px(p.height));
-        if (!vertical) grow += w - px(p.width);
-        column = std::max(column, w);
+        int& w = widths[{p.left, p.width}];
+        w = std::max({w, px(p.width), button(QString::fromLatin1(p.name))->sizeHint().width()});
     }
-    setFixedSize(vertical ? column : px(l.width) + grow, px(l.height));
+    auto grownLeftOf = [&](double left) {
+        int grow = 0;
+        for (const auto& [c, w] : widths)
+            if (c.first < left) grow += w - px(c.second);
+        return grow;
+    };
+    // A button below another in its column starts where that one ends
+    // and keeps its own bottom: the layout has them share a row of twips.
+    std::map<Column, int> bottoms;
+    int column = px(l.width);
+    for (const PanelLayout::Place& p : l.buttons) {
+        const Column c{p.left, p.width};
+        const int bottom = px(p.top) + px(p.height);
+        const int top = std::max(px(p.top), bottoms.count(c) ? bottoms[c] : 0);
+        button(QString::fromLatin1(p.name))
+            ->setGeometry(px(p.left) + (vertical ? 0 : grownLeftOf(p.left)), top, widths[c],
+                          bottom - top);
+        bottoms[c] = bottom;
+        column = std::max(column, widths[c]);
+    }
+    setFixedSize(vertical ? column : px(l.width) + grownLeftOf(l.width), px(l.height));
     placeOnScreen();
 }
 
@@ -168,6 +188,7 @@ OverlayWidget::OverlayWidget(Session& s, QWidget* sheet) : QWidget(sheet), s_(s)
     setObjectName(QStringLiteral("Form1"));
     setAttribute(Qt::WA_AcceptTouchEvents);
     setAutoFillBackground(false); // nothing drawn: the sheet shows through
+    setProperty("mvAbove", true);
     // It takes the sheet window's focus at each raise but never activates
     // the window: raised every 5 s, it would otherwise take the keyboard from
     // the panel, where a foot switch works.

@@ -64,6 +64,11 @@ TwipRect sheetOnePlace(const Session& s, bool placeFileRead, const TwipRect& scr
     TwipRect r{screen.left, 1, v.PDFWidth.value(), screen.height};
     if (placeFileRead) {
         r = {s.adobeF.Left, s.adobeF.Top, v.PDFWidth.value(), v.PDFHeight.value()};
+        // Narrower rather than moved: a window moved left at each start
+        // would walk away from where it was left.  With less than half its
+        // width of room it moves.
+        const double room = screen.right() - r.left;
+        if (r.left >= screen.left && room >= r.width / 2) r.width = std::min(r.width, room);
     } else {
         r.left =
             v.FrameRight > 0 ? v.FrameRight + 15 : v.WindowLeft + v.WindowWidth.get() + kFrameGap;

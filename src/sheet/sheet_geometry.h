@@ -38,9 +38,10 @@ TwipRect placeBeside(double width, double height, const TwipRect& screen,
 // Where sheet window 1 opens on `screen` (the part of the screen free of
 // panels).  Top 1 and the screen's height; with "AdobeFx.ini" read
 // (`placeFileRead`) the top and left it gave (Session::adobeF) and the
-// setup's PDF Height and PDF Width; without it the built-in width, beside
-// the main window at its place and size, so that neither hides the other.
-// Fitted into the screen in the end.
+// setup's PDF Height and PDF Width, narrowed to the room right of that left
+// edge when the room holds half the width or more; without it the built-in
+// width, beside the main window at its place and size, so that neither
+// hides the other.  Fitted into the screen in the end.
 TwipRect sheetOnePlace(const Session& s, bool placeFileRead, const TwipRect& screen);
 
 // Wires the change behaviours.  Call once.

@@ -69,6 +69,7 @@ SheetTwoWindow::SheetTwoWindow(Session& s, QWidget* viewer, QWidget* parent)
     // The strip, placed from the anchor (left of VScroll1) by these offsets.
     auto add = [this](QWidget* c, const char* name, double dx, double top) {
         c->setObjectName(QString::fromLatin1(name));
+        c->setFont(stripFont());
         strip_ << c;
         stripPlace_.emplace_back(dx, top);
     };
@@ -152,17 +153,22 @@ void SheetTwoWindow::placeLayers() {
 void SheetTwoWindow::layoutStrip() {
     const SheetTwoState& w = s_.adobeF2;
     // The strip moves left when the window is narrower than the map's
-    // strip place needs: it stays whole inside the window.
-    // Labels and buttons as wide as their captions, at least 1200 twips.
+    // strip place needs: it stays whole inside the window, a margin short
+    // of its right edge.
+    // Labels as wide as their captions (those beside a field end before
+    // it), buttons too and at least 1200 twips, fields 735.
     auto widthOf = [this](int i) {
-        const bool wide = qobject_cast<QLabel*>(strip_[i]) || qobject_cast<QPushButton*>(strip_[i]);
         if (strip_[i] == vscroll2_) return 255.0;
-        return wide ? std::max(1200.0, captionWidth(strip_[i]) * 15.0) : 735.0;
+        const double caption = captionWidth(strip_[i]) * 15.0;
+        if (qobject_cast<QLabel*>(strip_[i])) return caption;
+        return qobject_cast<QPushButton*>(strip_[i]) ? std::max(1200.0, caption) : 735.0;
     };
     double extent = 255;
     for (int i = 0; i < strip_.size(); ++i)
         extent = std::max(extent, stripPlace_[i].first + widthOf(i));
-    const double L = std::max(1000.0, std::min(w.VScroll1Left.get(), width() * 15.0 - extent));
+    constexpr double margin = 60;
+    const double L =
+        std::max(1000.0, std::min(w.VScroll1Left.get(), width() * 15.0 - extent - margin));
     placeTwips(vscroll1_, L, w.VScroll1Top.get(), 240, w.VScroll1Height.get());
     for (int i = 0; i < strip_.size(); ++i) {
         const bool bar = strip_[i] == vscroll2_;

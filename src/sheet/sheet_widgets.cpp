@@ -16,6 +16,7 @@ namespace mv {
 CursorWidget::CursorWidget(CursorPicture& p, QWidget* parent) : QWidget(parent), p_(p) {
     setObjectName(QStringLiteral("Picture1"));
     setAttribute(Qt::WA_TransparentForMouseEvents, false);
+    setProperty("mvAbove", true); // drawn over the sheet and the strip
 }
 
 void CursorWidget::paintEvent(QPaintEvent*) {
@@ -29,6 +30,8 @@ void CursorWidget::paintEvent(QPaintEvent*) {
     g.setPen(Qt::white);
     g.drawLine(1, height() / 2, width() - 2, height() / 2);
 }
+
+QFont stripFont() { return QFont(QStringLiteral("DejaVu Sans"), 7); }
 
 void placeTwips(QWidget* w, double left, double top, double width, double height) {
     const int wpx = width < 0 ? w->width() : px(width);
@@ -56,10 +59,11 @@ TwipRect twipsOf(const QRect& r) {
     return {r.x() * 15.0, r.y() * 15.0, r.width() * 15.0, r.height() * 15.0};
 }
 
-void giveKeys(QWidget* window, QWidget* control) {
+void giveKeys(const Session& s, QWidget* window, QWidget* control) {
     if (!window->isVisible()) return;
     QWidget* active = QApplication::activeWindow();
-    const bool panelKeeps = active && active->objectName() == u"BControl";
+    const bool panelKeeps =
+        s.velmor.FootControl.get() == 1 && active && active->objectName() == u"BControl";
     if (!panelKeeps && active != window) {
         window->raise();
         window->activateWindow();

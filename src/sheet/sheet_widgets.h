@@ -13,6 +13,10 @@ namespace mv {
 struct CursorPicture;
 struct Session;
 
+// The small font of the sheet windows' strips: their places are fixed in
+// twips, so their captions and fields do not follow the desktop's font.
+QFont stripFont();
+
 // The cursor picture Picture1: the plain marker, or the solid red square of
 // a scroll change.
 class CursorWidget : public QWidget {
@@ -43,11 +47,13 @@ SheetLayers makeSheetLayers(QWidget* window, QWidget* viewer, const QString& tex
 
 // Gives the keyboard to a sheet window: raises and activates `window`, then
 // puts its focus on `control` (none: the window keeps its own).  A hidden
-// window is left alone.  While the button panel "BControl" is the active
-// window it keeps the keyboard (a foot switch works through its focus) and
-// only the sheet's inner focus moves.  The window system may refuse the
-// activation (Wayland): that is said once on standard error.
-void giveKeys(QWidget* window, QWidget* control = nullptr);
+// window is left alone.  With Foot Control on, the button panel "BControl",
+// when it is the active window, keeps the keyboard (the foot switch works
+// through its focus) and only the sheet's inner focus moves; with it off
+// the panel is just buttons, and its Manual Play hands the keys on as the
+// main window's does.  The window system may refuse the activation
+// (Wayland): that is said once on standard error.
+void giveKeys(const Session& s, QWidget* window, QWidget* control = nullptr);
 
 // Whether a window can know its place on the screen: not on Wayland, where
 // the stored places are then kept as they were.

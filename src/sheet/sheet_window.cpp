@@ -81,6 +81,7 @@ SheetWindow::SheetWindow(Session& s, QWidget* viewer, QWidget* parent) : QWidget
     for (auto [name, caption] : labels) {
         auto* l = new QLabel(QString::fromLatin1(caption), this);
         l->setObjectName(QString::fromLatin1(name));
+        l->setFont(stripFont());
         controls_[l->objectName()] = l;
     }
     const std::pair<const char*, Field*> fields[] = {
@@ -89,7 +90,7 @@ SheetWindow::SheetWindow(Session& s, QWidget* viewer, QWidget* parent) : QWidget
     for (auto [name, field] : fields) {
         auto* e = new QLineEdit(this);
         e->setObjectName(QString::fromLatin1(name));
-        e->setFont(QFont(QStringLiteral("DejaVu Sans"), 7));
+        e->setFont(stripFont());
         subs_.push_back(bindLineEdit(*field, e, &s.messages));
         controls_[e->objectName()] = e;
     }
@@ -122,8 +123,8 @@ SheetWindow::SheetWindow(Session& s, QWidget* viewer, QWidget* parent) : QWidget
     button("Command10", QStringLiteral("Delete"));
     button("JumpB", QStringLiteral("Jump"));
     button("AdjB", QStringLiteral("Adj"));
-    button("TightenB", QStringLiteral("Tighten")); // tics onto the music's onsets
     button("ASCroll", QStringLiteral("ASC"));
+    button("TightenB", QStringLiteral("Tighten")); // tics onto the music's onsets
     button("Command5", QStringLiteral("Step >"));
     button("Command8", QStringLiteral("Step <"));
     button("Command6", QStringLiteral("Manual Scroll"));
@@ -361,7 +362,7 @@ void SheetWindow::keyPressEvent(QKeyEvent* e) {
     if (!taken) QWidget::keyPressEvent(e);
 }
 
-void SheetWindow::takeKeys() { giveKeys(this, controls_.value(QStringLiteral("Command14"))); }
+void SheetWindow::takeKeys() { giveKeys(s_, this, controls_.value(QStringLiteral("Command14"))); }
 
 void SheetWindow::guarded(const std::function<void()>& handler) {
     runGuarded(s_.messages, handler);
@@ -417,10 +418,9 @@ void SheetWindow::placeOnScreen(bool placeFileRead) {
     QTimer::singleShot(300, this, [this, avail, r, placeFileRead] {
         if (QScreen* now = screen()) {
             const TwipRect room = twipsOf(now->availableGeometry());
-            const TwipRect framed = twipsOf(frameGeometry());
-            const TwipRect want = placeFileRead
-                                      ? TwipRect{r.left, r.top, framed.width, framed.height}
-                                      : sheetOnePlace(s_, false, room);
+            // The stored place as it was asked for: the size the window
+            // got before its frame was known overshoots by the frame.
+            const TwipRect want = placeFileRead ? r : sheetOnePlace(s_, false, room);
             setOuterPlace(fitInto(want, room));
         } else {
             setOuterPlace(avail);
@@ -442,7 +442,7 @@ void SheetWindow::fitSize(double widthTwips, double heightTwips) {
 QPushButton* SheetWindow::button(const char* name, const QString& caption) {
     auto* b = new QPushButton(caption, this);
     b->setObjectName(QString::fromLatin1(name));
-    b->setFont(QFont(QStringLiteral("DejaVu Sans"), 7));
+    b->setFont(stripFont());
     const QString key = b->objectName();
     connect(b, &QPushButton::clicked, this, [this, key] {
         if (auto h = handlers.value(key)) guarded(h);
@@ -517,13 +517,25 @@ void SheetWindow::AdjustAll() {
     // X, Y and SCR hold numbers like " 2496.41 ": as wide as CNT and TIC.
     place(c("Text1"), fieldLeft, 2280, 855, 375);
     place(c("ZoomThis"), left("Text1"), 1200, 855, 405);
-    place(c("Label8"), left("ZoomThis") - 460, 1250, 495, 255);
+    // "Zoom" ends where its field begins.
+    place(c("Label8"), left("ZoomThis") - 460, 1250, 460, 255);
     place(c("Text3"), fieldLeft, 1600, 855, 285);
     place(c("Text4"), fieldLeft, 1920, 855, 375);
     place(c("JumpB"), left("Label8"), 4800, 615, 270);
     place(c("AdjB"), right("JumpB"), 4800, 495, 270);
     place(c("ASCroll"), right("AdjB"), 4800, 495, 270);
-    place(c("TightenB"), left("JumpB"), 5100, 735, 270);
+    // The added rows below Jump, Adj and ASC; every control under them
+    // moves down by their height.
+    double top = 5100;
+    for (const auto& row : kAddedRows) {
+        double at = left("JumpB");
+        for (const char* name : row) {
+            place(c(name), at, top, 495, 270);
+            at = right(name);
+        }
+        top += kAddedRowPitch;
+    }
+    const double down = top - 5100;
     place(c("Tick"), right("Text4"), 1920, 375, 375);
     place(c("Text7"), fieldLeft, 3000, 855, 375);
     place(c("Text9"), fieldLeft, 3360, 855, 375);
@@ -534,18 +546,18 @@ void SheetWindow::AdjustAll() {
     place(c("Text8"), left("Text1") + 870, 3000, 495, 375);
     place(c("Command5"), left("Text10"), 4080, 855, 255);
     place(c("Command8"), left("Text10"), 4440, 855, 255);
-    place(c("Command6"), left("Label7"), 5160, 1335, 735);
-    place(c("Command3"), left("Label7"), 6000, 1335, 615);
-    place(c("Command4"), left("Label7"), 6720, 1335, 615);
-    place(c("Command2"), left("Command7"), 7920, 735, 255);
-    place(c("Command14"), left("Command4"), 7440, 1335, 375);
-    place(c("Command12"), left("Command7"), 8280, 735, 255);
-    place(c("Command15"), left("Command7") - 200, 8640, 735, 255);
-    place(c("Command11"), left("Command7") - 200, 9000, 735, 255);
-    place(c("Command1"), left("Text1") + 380, 9000, 735, 255);
-    place(c("Command16"), left("Command1"), 8640, 735, 255);
-    place(c("Shape1"), left("Shape2"), 7920, 255, 255);
-    place(c("Shape3"), left("Shape2"), 8280, 255, 255);
+    place(c("Command6"), left("Label7"), 5160 + down, 1335, 735);
+    place(c("Command3"), left("Label7"), 6000 + down, 1335, 615);
+    place(c("Command4"), left("Label7"), 6720 + down, 1335, 615);
+    place(c("Command2"), left("Command7"), 7920 + down, 735, 255);
+    place(c("Command14"), left("Command4"), 7440 + down, 1335, 375);
+    place(c("Command12"), left("Command7"), 8280 + down, 735, 255);
+    place(c("Command15"), left("Command7") - 200, 8640 + down, 735, 255);
+    place(c("Command11"), left("Command7") - 200, 9000 + down, 735, 255);
+    place(c("Command1"), left("Text1") + 380, 9000 + down, 735, 255);
+    place(c("Command16"), left("Command1"), 8640 + down, 735, 255);
+    place(c("Shape1"), left("Shape2"), 7920 + down, 255, 255);
+    place(c("Shape3"), left("Shape2"), 8280 + down, 255, 255);
     if (width() != px(L + kStripWidth)) resize(px(L + kStripWidth), height());
     s_.adobeF.Width.set(L + kStripWidth);
     for (QWidget* w : std::as_const(controls_))

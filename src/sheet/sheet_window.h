@@ -14,6 +14,7 @@
 #include <QHash>
 #include <QWidget>
 #include <functional>
+#include <initializer_list>
 #include <vector>
 
 class QLabel;
@@ -42,6 +43,12 @@ class SheetWindow : public QWidget {
     double stripLeft() const;
     // The width of the strip right of VScroll1's left edge, in twips.
     static constexpr double kStripWidth = 2210;
+    // The strip's buttons beyond its fixed places: rows under Jump, Adj and
+    // ASC, each a list of control names from left to right, every button at
+    // least 495 twips wide and as wide as its caption.  A button made with
+    // `button()` is added to the strip by adding its name here.
+    static constexpr std::initializer_list<const char*> kAddedRows[] = {{"TightenB"}};
+    static constexpr double kAddedRowPitch = 300; // twips from row to row
     // Left edge of VScroll1 in twips.
     double scrollBarLeft() const;
     void setScrollBarLeft(double twips);

@@ -285,6 +285,8 @@ TEST(SheetPlace, BesideTheMainWindowOrFromThePlaceFileAndInsideTheScreen) {
         {"first start, narrow screen", false, 0, 0, narrow, {5086, 0, 14114, 15360}},
         {"place file", true, 1500, 3000, tall, {3000, 1500, 16505, 19500}},
         {"place file, too tall", true, 1500, 3000, hd, {3000, 0, 16505, 16200}},
+        {"place file, narrower to the room", true, 0, 5490, narrow, {5490, 0, 13710, 15360}},
+        {"place file, half its width of room", true, 0, 20548, hd, {12295, 0, 16505, 16200}},
         {"place file, off the right", true, 0, 30000, hd, {12295, 0, 16505, 16200}},
     };
     for (const Case& c : cases) {

@@ -160,6 +160,19 @@ TEST_F(SheetViewsTest, RightDragIsRelativeAndStopsNarrowingAt1000) {
     EXPECT_EQ(s.adobeF2.AcroPDF1Width.get(), 1200);
 }
 
+// A window narrower than the strip's place moves the strip left, 4 px (60
+// twips) short of the window's right edge.
+TEST_F(SheetViewsTest, NarrowWindowTwoKeepsAMarginRightOfItsStrip) {
+    s.showSheet2();
+    QWidget* win = w("AdobeF2");
+    win->resize(420, win->height());
+    int right = 0;
+    for (QWidget* c : win->findChildren<QWidget*>(Qt::FindDirectChildrenOnly))
+        if (c->isVisibleTo(win) && c->objectName() != u"Picture3" && c->objectName() != u"Picture1")
+            right = std::max(right, c->geometry().right() + 1);
+    EXPECT_EQ(win->width() - right, 4);
+}
+
 TEST(Px, TwipsFromAFileStayInsideInt) {
     EXPECT_EQ(std::tuple(px(1e300), px(-1e300), px(std::nan("")), px(-22)),
               std::tuple(1 << 24, -(1 << 24), 0, -1));
@@ -289,6 +302,11 @@ TEST_F(SheetViewsTest, PanelLayoutsExcludeEachOtherAndFollowTheSheet) {
               std::tuple(0, true, false, true));
     clock.advanceBy(100);
     EXPECT_EQ(s.bControl.Top.get(), s.adobeF.Top + s.adobeF.Height);
+    // Manual Play over Cursor Play: one column, the one below the other.
+    const QRect manual = w("BControl", "Command1")->geometry();
+    const QRect cursor = w("BControl", "Command6")->geometry();
+    EXPECT_EQ(std::tuple(cursor.left(), cursor.width(), cursor.top()),
+              std::tuple(manual.left(), manual.width(), manual.bottom() + 1));
     s.velmor.ShowB.set(0);
     EXPECT_FALSE(w("BControl")->isVisible());
     // The sheet window's opening brings the row of buttons and the overlay
@@ -330,6 +348,23 @@ TEST_F(SheetViewsTest, FootSwitchTurnsOnTheFocusAndRestsOnDispList) {
         EXPECT_EQ(v1.page, 3) << "raise " << raise;
         QTest::keyClick(QApplication::focusWidget(), Qt::Key_Backtab);
         EXPECT_EQ(v1.page, 2) << "raise " << raise;
+    }
+}
+
+// The active panel keeps the keyboard when the sheet is given it only
+// while Foot Control is on; off, its Manual Play hands the keys to the sheet.
+TEST_F(SheetViewsTest, SheetTakesTheKeysFromThePanelUnlessFootControl) {
+    s.velmor.ShowB.set(1);
+    QWidget* panel = w("BControl");
+    auto* sheet = static_cast<SheetWindow*>(w("AdobeF"));
+    for (const int foot : {1, 0}) {
+        s.velmor.FootControl.set(foot);
+        panel->activateWindow();
+        ASSERT_TRUE(QTest::qWaitForWindowActive(panel));
+        sheet->takeKeys();
+        QTest::qWait(100);
+        EXPECT_EQ(QApplication::activeWindow(), foot ? panel : sheet) << "Foot Control " << foot;
+        EXPECT_EQ(sheet->focusWidget(), w("AdobeF", "Command14"));
     }
 }
 

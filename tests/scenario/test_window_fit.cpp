@@ -17,9 +17,16 @@
 #include "sheet/sheet_views_install.h"
 #include "sheet/sheet_window.h"
 
+#include <QAbstractButton>
 #include <QAction>
 #include <QApplication>
+#include <QComboBox>
+#include <QGroupBox>
+#include <QLabel>
+#include <QLineEdit>
+#include <QPushButton>
 #include <QScreen>
+#include <QSpinBox>
 #include <QTemporaryDir>
 #include <QTest>
 #include <gtest/gtest.h>
@@ -137,15 +144,115 @@ void WindowFitTest::walk() {
     }
 }
 
-// "Scrn1" and "Scrn 2" are one choice: either, or neither.
+// "Scrn1" and "Scrn 2" are option buttons: a click chooses one and clears
+// the other, a click on the chosen one keeps it; the settings may leave
+// neither chosen, and the buttons show it.
 TEST_F(WindowFitTest, ScreenChoiceIsOneOrTheOther) {
     QWidget* main = windows.get("Velmor");
+    auto* one = main->findChild<QAbstractButton*>("Scrn0");
+    auto* two = main->findChild<QAbstractButton*>("Scrn1");
     QStringList seen;
-    for (const char* name : {"Scrn0", "Scrn1", "Scrn1"}) {
-        QTest::mouseClick(main->findChild<QWidget*>(name), Qt::LeftButton);
+    for (QAbstractButton* b : {one, two, two}) {
+        QTest::mouseClick(b, Qt::LeftButton);
         seen << QStringLiteral("%1%2").arg(s.velmor.Scrn0.get()).arg(s.velmor.Scrn1.get());
     }
-    EXPECT_EQ(seen, (QStringList{"10", "01", "00"}));
+    s.velmor.Scrn1.set(0);
+    seen << QStringLiteral("%1%2").arg(one->isChecked()).arg(two->isChecked());
+    EXPECT_EQ(seen, (QStringList{"10", "01", "01", "00"}));
+}
+
+// Each kind of cut the fit check knows, in a window of its own, named by
+// window, control and what is cut; the cases without a fault must show none.
+TEST(FitCheck, NamesEachKindOfCut) {
+    auto put = [](QWidget* w, const char* name, QRect r) {
+        w->setObjectName(QString::fromLatin1(name));
+        w->setGeometry(r);
+        return w;
+    };
+    const QString words = QStringLiteral("a caption of many words that wraps over several lines");
+    const struct {
+        const char* what;
+        std::function<void(QWidget*)> build;
+        const char* fault; // a part of the fault's line; empty: no fault
+    } cases[] = {
+        {"siblings overlap",
+         [&](QWidget* w) {
+             put(new QPushButton("A", w), "A", {10, 10, 60, 30});
+             put(new QPushButton("B", w), "B", {40, 30, 60, 30});
+         },
+         "W.B: overlaps A"},
+        {"stacked fields share a line of pixels",
+         [&](QWidget* w) {
+             put(new QLineEdit("1", w), "X", {10, 10, 60, 25});
+             put(new QLineEdit("2", w), "Y", {10, 34, 60, 25});
+         },
+         ""},
+        {"a control above on purpose",
+         [&](QWidget* w) {
+             put(new QPushButton("A", w), "A", {10, 10, 60, 30});
+             put(new QWidget(w), "Cursor", {20, 0, 5, 60})->setProperty("mvAbove", true);
+         },
+         ""},
+        {"a wrapped label too low",
+         [&](QWidget* w) {
+             put(new QLabel(words, w), "L", {10, 10, 90, 20})->setProperty("wordWrap", true);
+         },
+         "W.L: \"a caption"},
+        {"a wrapped label with room",
+         [&](QWidget* w) {
+             put(new QLabel(words, w), "L", {10, 10, 280, 150})->setProperty("wordWrap", true);
+         },
+         ""},
+        {"a rich text label too narrow",
+         [&](QWidget* w) {
+             put(new QLabel("<b>Bold caption</b>", w), "L", {10, 10, 30, 30});
+         },
+         "W.L: \"<b>Bold caption</b>\" needs"},
+        {"a button too low",
+         [&](QWidget* w) {
+             put(new QPushButton("Play", w), "P", {10, 10, 120, 6});
+         },
+         "W.P: \"Play\" needs"},
+        {"a combo box's entry cut",
+         [&](QWidget* w) {
+             auto* c = new QComboBox(w);
+             c->addItem(QStringLiteral("Default output device"));
+             put(c, "C", {10, 10, 60, 30});
+         },
+         "W.C: \"Default output device\" needs"},
+        {"a spin box's text cut",
+         [&](QWidget* w) {
+             auto* sp = new QSpinBox(w);
+             sp->setSuffix(QStringLiteral(" seconds"));
+             put(sp, "S", {10, 10, 50, 30});
+         },
+         "W.S: \"0 seconds\" needs"},
+        {"a group box's title cut",
+         [&](QWidget* w) {
+             put(new QGroupBox(QStringLiteral("Buttons and touch zones"), w), "G",
+                 {10, 10, 40, 80});
+         },
+         "W.G: title"},
+        {"everything fits",
+         [&](QWidget* w) {
+             put(new QPushButton("OK", w), "A", {10, 10, 80, 30});
+             put(new QLabel("Volume", w), "L", {10, 50, 120, 30});
+         },
+         ""},
+    };
+    for (const auto& c : cases) {
+        QWidget window;
+        window.setObjectName(QStringLiteral("W"));
+        window.setGeometry(20, 40, 300, 200);
+        c.build(&window);
+        window.show();
+        const QString faults = fitProblems(&window).join(u'\n');
+        if (*c.fault)
+            EXPECT_TRUE(faults.contains(QString::fromUtf8(c.fault)))
+                << c.what << ": " << faults.toStdString();
+        else
+            EXPECT_EQ(faults, QString()) << c.what;
+    }
 }
 
 } // namespace

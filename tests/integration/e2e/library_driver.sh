@@ -16,8 +16,10 @@ for n in "Amazing Grace" "Blue Moon" "Greensleeves" "Twinkle"; do : > "$songs/$n
 : > "$songs/Blue Moon.map"
 cat > "$work/script.txt" <<SCRIPT
 wait 300
+menu Velmor.SS
 type Velmor.Text2 *.mp3
 click Velmor.Command2
+menu Velmor.SS
 wait 200
 selectright Velmor.File1 Greensleeves.mp3
 selectright Velmor.File1 Twinkle.mp3

@@ -3,7 +3,8 @@
 # musician expects: after Manual Play and after "n" from the song list the
 # sheet window is active with its focus on Auto Scroll, so Space scrolls and
 # a PageDown pedal turns; after a play's count-off "n" and the pedal turn the
-# page; with Foot Control, Tab and Shift+Tab on the button panel turn pages
+# page; Manual Play on the button panel hands the keys on to the sheet as
+# well; with Foot Control, Tab and Shift+Tab on the button panel turn pages
 # across the overlay's raises every 5 s.  Usage: real_keys.sh <mellivane>
 source "$(dirname "$0")/lib.sh"
 command -v xdotool >/dev/null || { echo "xdotool missing"; exit 77; }
@@ -54,10 +55,27 @@ waitfor 1500 check AdobeF.AcroPDF1 2
 click Velmor.WindowsMediaPlayer1 left 100
 wait 7000
 checkactive Velmor
-# The foot switch on the panel, across the overlay's raises
+# The panel's Manual Play, Foot Control off: the sheet takes the keys.
+# (The main window active disarms the overlay, whose raise would take the
+# sheet's focus.)
+menu Velmor.SS
 click Velmor.ShowB left 5
-click Velmor.FootControl left 5
 checkvisible BControl yes
+select Velmor.File1 Amazing Grace.pdf
+wait 1500
+activate Velmor
+wait 300
+activate BControl
+wait 500
+click BControl.Command1
+wait 500
+checkactive AdobeF
+checkfocus AdobeF.Command14
+realkey Space
+waitfor 8000 check AdobeF.VScroll1 8000
+click BControl.Command1
+# The foot switch on the panel, across the overlay's raises
+click Velmor.FootControl left 5
 select Velmor.File1 Amazing Grace.pdf
 wait 1500
 activate BControl

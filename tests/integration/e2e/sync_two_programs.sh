@@ -24,6 +24,7 @@ run() { # <name> <script> [options]
 
 # The server's settings: its port and "I Am A Server"; it listens from its next start.
 cat > "$work/setup.txt" <<SCRIPT
+menu Velmor.SS
 type Velmor.PortNr $port
 click Velmor.IamaServer left 5
 quit

@@ -24,6 +24,10 @@ trap 'kill $weston_pid 2>/dev/null; wait $weston_pid 2>/dev/null; rm -rf "$work"
 for _ in $(seq 100); do [ -S "$XDG_RUNTIME_DIR/$socket" ] && break; sleep 0.1; done
 [ -S "$XDG_RUNTIME_DIR/$socket" ] || { cat "$work/weston.log"; echo "FAIL: weston did not start"; exit 1; }
 
+# A window cannot know its place on Wayland: the stored places stay as they were.
+mkdir -p "$work/config"
+printf '300\r\n4500\r\n' > "$work/config/AdobeFx.ini"
+
 cat > "$work/script.txt" <<SCRIPT
 wait 300
 type Velmor.Text7 $work/songs-2
@@ -77,9 +81,11 @@ quit
 SCRIPT
 rc=0
 # The platform chosen on the command line, as a user may.
-env -u DISPLAY -u DBUS_SESSION_BUS_ADDRESS -u QT_QPA_PLATFORM WAYLAND_DISPLAY="$socket" "$bin" -platform wayland --audio null \
-  --songs "$work/songs" --config-dir "$work/config" --script "$work/script.txt" \
-  >"$work/out.txt" 2>"$work/err.txt" || rc=$?
+wayland() {
+  env -u DISPLAY -u DBUS_SESSION_BUS_ADDRESS -u QT_QPA_PLATFORM WAYLAND_DISPLAY="$socket" "$bin" -platform wayland --audio null \
+    --songs "$work/songs" --config-dir "$work/config" --script "$1"
+}
+wayland "$work/script.txt" >"$work/out.txt" 2>"$work/err.txt" || rc=$?
 cat "$work/out.txt"
 grep -v -e 'pw.conf' -e 'media keys' "$work/err.txt" >&2 || true
 [ $rc -eq 0 ] || exit $rc
@@ -90,4 +96,15 @@ test "$(grep -c 'media keys and remote control are off: no D-Bus session bus' "$
 test "$(grep -c 'on Wayland the compositor places the windows' "$work/err.txt")" -eq 1
 # Notation mode names what it misses: the program is a Wayland client.
 grep -q 'MESSAGE: The notation viewer can only be controlled .*X11.*Wayland client' "$work/out.txt"
+# The places stored stay through a start and a quit: the sheet window's, and
+# the main window's top (lines 6 and 23, set to another here; its left edge
+# is read as 1 whatever the file holds).
+line() { sed -n "${2}p" "$1" | tr -d '\r '; }
+[ "$(line "$work/config/AdobeFx.ini" 1),$(line "$work/config/AdobeFx.ini" 2)" = "300,4500" ] ||
+  { echo "FAIL: sheet window's place not kept:"; cat "$work/config/AdobeFx.ini"; exit 1; }
+sed -i '6s/.*/1515\r/; 23s/.*/1515\r/' "$work/config/Mellivane.ini"
+printf 'wait 1000\nquit\n' > "$work/quit.txt"
+wayland "$work/quit.txt" >/dev/null 2>&1 || { echo "FAIL: second start"; exit 1; }
+[ "$(line "$work/config/Mellivane.ini" 6),$(line "$work/config/Mellivane.ini" 23)" = "1515,1515" ] ||
+  { echo "FAIL: main window's top not kept:"; sed -n '6p;23p' "$work/config/Mellivane.ini"; exit 1; }
 echo "e2e wayland weston: passed"

@@ -15,13 +15,16 @@ cp "$src"/songs/* "$work/songs/"
 cp "$src"/songs-2/* "$work/songs-2/"
 
 # Each state: its name, the actions that lead to it; then every shown
-# window is checked and the screen taken.
+# window is checked and the screen taken.  The main window, growing for the
+# setup panel, comes to the front over the sheet window.  Closing the
+# notation fields narrows the window past the setup panel, so the panel is
+# opened again for the button states.
 states=(
   "1_first_start|"
-  "2_setup_panel|menu Velmor.SS"
+  "2_setup_panel|activate AdobeF;wait 300;menu Velmor.SS;wait 500;checkactive Velmor"
   "3_notation_fields|click Velmor.Label20"
   "4_notation_fields_closed|click Velmor.Label20"
-  "5_horizontal_buttons|click Velmor.ShowB"
+  "5_horizontal_buttons|menu Velmor.SS;click Velmor.ShowB"
   "6_vertical_buttons|click Velmor.ShowVB"
   "7_setup_closed|click Velmor.ShowVB;menu Velmor.SS"
   "8_large_list|menu Velmor.ZM"
@@ -31,9 +34,11 @@ states=(
 )
 {
   echo "wait 1500"
+  echo "menu Velmor.SS"
   echo "type Velmor.Text1 $work/songs"
   echo "type Velmor.Text7 $work/songs-2"
   echo "click Velmor.Command2"
+  echo "menu Velmor.SS"
   for st in "${states[@]}"; do
     name=${st%%|*}
     IFS=';' read -ra steps <<< "${st#*|}"
