@@ -12,6 +12,7 @@
 #include "core/file_numbers.h"
 #include "core/keyed_settings.h"
 #include "core/observable.h"
+#include "core/output_delay.h"
 #include "cursormap/tic_table.h"
 
 #include <QString>
@@ -103,6 +104,7 @@ struct VelmorState {
     Field ScrollStep{QStringLiteral("20")};        // "Scroll Step"
     Field FadeT{QStringLiteral("3")};              // "Fade Time"
     Field BeepX{QStringLiteral("1000")};           // "Beep"
+    Field OutputDelay{QStringLiteral("0")};        // "Output Delay", ms, of the present output
     Field Speed{QStringLiteral("1")};              // playing speed
     Field Pitch{QStringLiteral("1")};              // pitch
     Field ZoomIt{QStringLiteral("100")};           // "Zoom This"
@@ -334,6 +336,8 @@ struct Session {
     // "Mellivane.conf": the settings beside the positional files, each added
     // by the subsystem that owns it (core/keyed_settings.h).
     KeyedSettings keyed;
+    // "OutputDelay.txt": the Output Delay of each audio output (core/output_delay.h).
+    OutputDelays outputDelays;
 
     // Operations that one subsystem calls in another, by name.  Each is
     // installed by the subsystem that owns it; an empty one does nothing.

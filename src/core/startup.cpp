@@ -57,6 +57,7 @@ void startUp(Session& s, const StartupHooks& h, const QString& demoRoot) {
         // The keyed settings stand apart from the positional file: a first
         // run or a short file leaves them as they were saved.
         readKeyedSettings(s);
+        readOutputDelays(s);
         step([&] {
             if (!openSettings(s)) { // 3
                 // The first run: the bundled demo songs.

@@ -117,6 +117,20 @@ TEST_F(RecordingTest, ClicksOnTheSheetBecomeTheMapAsTheyCome) {
                           rec("1885", " 3650 ", " 4000 ", "8000")));
 }
 
+// With an Output Delay each tap stands for the music 200 ms before it: the
+// first tic is 200 ms shorter, the later ones keep their differences.
+TEST_F(RecordingTest, OutputDelayRecordsEachTapThatMuchEarlier) {
+    s.velmor.OutputDelay.setText("200");
+    t0 = clock.tickMs();
+    button("Command2");
+    at(2340, [&] { click(window.carrier(), {120, 160}); });
+    at(4215, [&] { click(window.carrier(), {250, 160}); });
+    clock.advanceTo(t0 + 4500);
+    button("Command2");
+    EXPECT_EQ(map(), crlf(kMapHeader + rec("2140", " 1700 ", " 1900 ", "0") +
+                          rec("1875", " 3650 ", " 1900 ", "0")));
+}
+
 TEST_F(RecordingTest, RecordRefusesAndTakesNothingWithTheSecondWindow) {
     s.adobeF.Shape3.set(true);
     button("Command2");
