@@ -123,6 +123,7 @@ SheetWindow::SheetWindow(Session& s, QWidget* viewer, QWidget* parent) : QWidget
     button("JumpB", QStringLiteral("Jump"));
     button("AdjB", QStringLiteral("Adj"));
     button("TightenB", QStringLiteral("Tighten")); // tics onto the music's onsets
+    button("AuditionB", QStringLiteral("Hear"));   // the music around the tic, with a click
     button("ASCroll", QStringLiteral("ASC"));
     button("Command5", QStringLiteral("Step >"));
     button("Command8", QStringLiteral("Step <"));
@@ -166,6 +167,7 @@ SheetWindow::SheetWindow(Session& s, QWidget* viewer, QWidget* parent) : QWidget
         {"Command9", "Insert one TIC with the same values as displayed. Step back and move the "
                      "cursor by draging it"},
         {"Command10", "Delete this tic"},
+        {"AuditionB", "Hear the music around this tic, with a click at its time (key H)"},
         {"AdjB", "This will deduct half of the TIC value in this measure and add it to the next "
                  "measure"},
         {"JumpB", "Click to jump to the next page or section. Right click to go backwards"},
@@ -357,6 +359,12 @@ void SheetWindow::mouseReleaseEvent(QMouseEvent*) { widthDragging_ = 0; }
 void SheetWindow::keyPressEvent(QKeyEvent* e) {
     bool taken = false;
     if (e->text().size() == 1) guarded([&] { taken = sheetKeyPress(s_, e->text()[0]); });
+    // H is Hear; a focused readout field takes its letters before this.
+    if (!taken && e->key() == Qt::Key_H && !e->isAutoRepeat())
+        if (auto h = handlers.value(QStringLiteral("AuditionB"))) {
+            guarded(h);
+            taken = true;
+        }
     if (!taken) QWidget::keyPressEvent(e);
 }
 
@@ -533,6 +541,7 @@ void SheetWindow::AdjustAll() {
     place(c("Text8"), left("Text1") + 870, 3000, 495, 375);
     place(c("Command5"), left("Text10"), 4080, 855, 255);
     place(c("Command8"), left("Text10"), 4440, 855, 255);
+    place(c("AuditionB"), L + 250, 4080, 480, 255);
     place(c("Command6"), left("Label7"), 5160, 1335, 735);
     place(c("Command3"), left("Label7"), 6000, 1335, 615);
     place(c("Command4"), left("Label7"), 6720, 1335, 615);
