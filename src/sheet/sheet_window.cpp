@@ -541,7 +541,7 @@ void SheetWindow::AdjustAll() {
     place(c("Text8"), left("Text1") + 870, 3000, 495, 375);
     place(c("Command5"), left("Text10"), 4080, 855, 255);
     place(c("Command8"), left("Text10"), 4440, 855, 255);
-    place(c("AuditionB"), L + 250, 4080, 480, 255);
+    place(c("AuditionB"), L + 250, 4440, 480, 255);
     place(c("Command6"), left("Label7"), 5160, 1335, 735);
     place(c("Command3"), left("Label7"), 6000, 1335, 615);
     place(c("Command4"), left("Label7"), 6720, 1335, 615);
