@@ -48,6 +48,11 @@ void AuditionB_Click(Session& s) {
     const HearSpan h = hearSpan(s.tic, s.g.CursorIndex, timing);
     const double speed = timing.speed;
     const int serial = ++hearsBegun;
+    // Leaving edit mode ends the Hear and its music at once, before any
+    // other handler could start music of its own.
+    const Subscription leave = s.adobeF.Shape2.subscribe([&s, serial] {
+        if (!s.adobeF.Shape2.get() && serial == hearsBegun && s.player) s.player->close();
+    });
 
     s.player->close();
     s.player->setURL(song);

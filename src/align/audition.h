@@ -26,8 +26,9 @@ HearSpan hearSpan(const TicTable& table, int row, const PlayTiming& timing);
 
 // The press of Hear: nothing outside edit mode, during an append or without
 // a song; a Speed of 0 or below plays at normal speed.  Returns
-// when the span has played; a second Hear, leaving edit mode or closing the
-// program meanwhile ends it where it stands without touching the player.
+// when the span has played.  Leaving edit mode meanwhile stops it and its
+// music; a second Hear takes the player over, and closing the program ends
+// it where it stands.
 void AuditionB_Click(Session& s);
 
 } // namespace align

@@ -57,7 +57,6 @@ void startUp(Session& s, const StartupHooks& h, const QString& demoRoot) {
         // The keyed settings stand apart from the positional file: a first
         // run or a short file leaves them as they were saved.
         readKeyedSettings(s);
-        readOutputDelays(s);
         step([&] {
             if (!openSettings(s)) { // 3
                 // The first run: the bundled demo songs.
@@ -124,6 +123,9 @@ void startUp(Session& s, const StartupHooks& h, const QString& demoRoot) {
         closeSettings(s);
         s.messages.msgBox(f.message());
     }
+    // Output Delay of the output the settings chose, whatever became of the
+    // rest of start-up.
+    readOutputDelays(s);
     // After a failure the main window comes up all the same, without the
     // focus on the list.
     if (h.showMainWindow) h.showMainWindow(); // 16

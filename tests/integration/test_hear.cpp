@@ -1,7 +1,7 @@
 // "Hear" on the real player (libmpv, null output, real time): it plays the
 // song from 2 s before the row on show's tic to 1 s after it, as the player
 // reports its position, clicks at the tic's moment in the music and leaves
-// the table and edit mode as they were.
+// the table and edit mode as they were; leaving edit mode stops it.
 
 #include "align/audition.h"
 #include "core/beeper.h"
@@ -12,6 +12,7 @@
 #include "transport/mpv_player.h"
 #include "units_helpers.h"
 
+#include <QElapsedTimer>
 #include <QTemporaryDir>
 #include <QTimer>
 #include <gtest/gtest.h>
@@ -80,6 +81,14 @@ TEST(Hear, PlaysTwoSecondsBeforeTheTicToOneAfterWithAClickAtItAndChangesNothing)
         EXPECT_TRUE(s.tic.*col == before.*col) << name;
     EXPECT_EQ(readouts(player.playState() == 3, s.adobeF.Shape2.get(), s.g.CursorIndex),
               readouts(false, true, 2));
+
+    // Leaving edit mode in the middle ends the Hear and its music there.
+    QTimer::singleShot(800, [&] { s.adobeF.Shape2.set(false); });
+    QElapsedTimer t;
+    t.start();
+    align::AuditionB_Click(s);
+    EXPECT_EQ(readouts(t.elapsed() < 1300, player.playState() == 3, beeper.at.size()),
+              readouts(true, false, 1));
 }
 
 } // namespace
