@@ -19,6 +19,7 @@
 #include <QApplication>
 #include <QDir>
 #include <QFile>
+#include <QKeyEvent>
 #include <QMouseEvent>
 #include <QPushButton>
 #include <QTemporaryDir>
@@ -308,6 +309,22 @@ TEST_F(RecordingTest, PressesServedInsideAWalkLeaveTheRowsAlone) {
     postPress("Command7");
     press("Command5");
     EXPECT_FALSE(s.adobeF.Shape2.get() || s.adobeF.Picture1.Visible.get());
+}
+
+// The key H runs Hear from the strip's buttons (Auto Scroll, where an
+// activated window's keys land, and Step >); a focused readout field keeps
+// its letters.
+TEST_F(RecordingTest, KeyHRunsHearUnlessAFieldTakesIt) {
+    int heard = 0;
+    window.handlers["AuditionB"] = [&heard] { ++heard; };
+    QStringList got;
+    for (const char* name : {"Command14", "Command5", "Text4"}) {
+        control(name)->setFocus();
+        QKeyEvent h(QEvent::KeyPress, Qt::Key_H, Qt::NoModifier, "h");
+        QApplication::sendEvent(control(name), &h);
+        got << QString::number(heard);
+    }
+    EXPECT_EQ(readouts(got.join(' '), s.adobeF.Text4.text()), readouts("1 2 2", "h"));
 }
 
 // Presses on the row on show, each from a fresh entry into edit mode on the
