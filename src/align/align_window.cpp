@@ -1,5 +1,6 @@
 #include "align/align_window.h"
 
+#include "align/audition.h"
 #include "core/file_lookup.h"
 #include "core/messages.h"
 #include "core/session_state.h"
@@ -68,8 +69,6 @@ QByteArray tableBytes(const TicTable& t) {
 }
 
 } // namespace
-
-QString recordingOf(const QString& songFile, const QString& songBase);
 
 void TightenB_MouseDown(Session& s, QWidget* parent, int button, QString& summary) {
     if (!s.adobeF.Shape2.get()) return; // edit mode only
@@ -173,6 +172,7 @@ void installAlignControls(Session& s, SheetWindow& w) {
         TightenB_MouseDown(s, &w, b, summary);
         if (!summary.isEmpty()) line->setText(summary);
     };
+    w.handlers[QStringLiteral("AuditionB")] = [&s] { AuditionB_Click(s); }; // "Hear", key H
 }
 
 void installAlign(Session& s, QWidget& mainWindow) {

@@ -36,12 +36,12 @@ void TightenB_MouseDown(Session& s, QWidget* parent, int button, QString& summar
 // the user agrees, and kept as "NAME.map.bak".  Refused in edit mode.
 void TransferMap_Click(Session& s, QWidget* parent);
 
-// Adds the button's handlers and the summary line to sheet window 1.
-void installAlignControls(Session& s, SheetWindow& w);
+// The recording of a song path: itself when it is an MP3 or WAV, else the
+// MP3 beside it (found whatever the case of its name).
+QString recordingOf(const QString& songFile, const QString& songBase);
 
-// Adds "Map From Another Recording…" (TransferMap) to the File menu (the
-// QMenu "FF") of the main window.
-void installAlign(Session& s, QWidget& mainWindow);
+// Adds the handlers of Tighten and Hear and the summary line to sheet window 1.
+void installAlignControls(Session& s, SheetWindow& w);
 
 // Adds "Map From Another Recording…" (TransferMap) to the File menu (the
 // QMenu "FF") of the main window.

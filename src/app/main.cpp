@@ -34,6 +34,7 @@
 #include "sync/network.h"
 #include "sync/qt_socket.h"
 #include "sync/sync_install.h"
+#include "transport/delay_measure_window.h"
 #include "transport/mpv_player.h"
 #include "transport/play_start.h"
 #include "transport/song_loading.h"
@@ -179,6 +180,7 @@ int main(int argc, char** argv) {
     installNavigation(s);
     installSheetGeometry(s);
     installVolume(s);
+    installOutputDelay(s, windows);
     installSongLoading(s);
     installPlayStart(s);
     installRecording(s);

@@ -9,6 +9,7 @@
 #include "notation/notation_mode.h"
 #include "recording/edit_mode.h"
 #include "sheet/sheet_widgets.h"
+#include "transport/delay_measure_window.h"
 #include "transport/media_player.h"
 #include "transport/play_start.h"
 #include "transport/player_control_area.h"
@@ -314,6 +315,10 @@ QWidget* MainWindow::buildSetup() {
     addField(form, "Text5", QStringLiteral("Tic Offset"), v.Text5);
     addField(form, "FadeT", QStringLiteral("Fade Time"), v.FadeT, QStringLiteral("in seconds"));
     addField(form, "BeepX", QStringLiteral("Beep"), v.BeepX);
+    // The present audio output's own delay (kept per output), and its measuring.
+    addField(form, "OutputDelay", QStringLiteral("Output Delay"), v.OutputDelay,
+             QStringLiteral("ms"));
+    form->addRow(QString(), button("MeasureB", QStringLiteral("Measure…"), &MeasureB_Click));
     section(QStringLiteral("Sheet"));
     addField(form, "ZoomIt", QStringLiteral("Zoom This"), v.ZoomIt);
     addField(form, "ZoomAll", QStringLiteral("Zoom ALL"), v.ZoomAll);

@@ -13,6 +13,7 @@
 #include "core/input_time.h"
 #include "core/keyed_settings.h"
 #include "core/observable.h"
+#include "core/output_delay.h"
 #include "cursormap/tic_table.h"
 
 #include <QString>
@@ -104,6 +105,7 @@ struct VelmorState {
     Field ScrollStep{QStringLiteral("20")};        // "Scroll Step"
     Field FadeT{QStringLiteral("3")};              // "Fade Time"
     Field BeepX{QStringLiteral("1000")};           // "Beep"
+    Field OutputDelay{QStringLiteral("0")};        // "Output Delay", ms, of the present output
     Field Speed{QStringLiteral("1")};              // playing speed
     Field Pitch{QStringLiteral("1")};              // pitch
     Field ZoomIt{QStringLiteral("100")};           // "Zoom This"
@@ -339,6 +341,8 @@ struct Session {
     // event of the program refreshes it (sheet/sheet_views_install.cpp),
     // sheet presses take their tics from it.
     InputTime inputTime;
+    // "OutputDelay.txt": the Output Delay of each audio output (core/output_delay.h).
+    OutputDelays outputDelays;
 
     // Operations that one subsystem calls in another, by name.  Each is
     // installed by the subsystem that owns it; an empty one does nothing.

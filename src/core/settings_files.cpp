@@ -12,6 +12,7 @@ namespace {
 
 const QString kSettings = QStringLiteral("Mellivane.ini");
 const QString kKeyed = QStringLiteral("Mellivane.conf");
+const QString kOutputDelays = QStringLiteral("OutputDelay.txt");
 
 QString flag(int checked) {
     return checked == 1 ? QStringLiteral("TRUE") : QStringLiteral("FALSE");
@@ -112,9 +113,16 @@ void SaveVelmor(Session& s) {
                                v.PDFLeftD.text()};
     writeConfigLines(s, kSettings, lines);
     s.keyed.write(s.files, configFile(s, kKeyed));
+    s.outputDelays.write(s.files, configFile(s, kOutputDelays));
 }
 
 bool readKeyedSettings(Session& s) { return s.keyed.read(s.files, configFile(s, kKeyed)); }
+
+bool readOutputDelays(Session& s) {
+    const bool read = s.outputDelays.read(s.files, configFile(s, kOutputDelays));
+    s.velmor.OutputDelay.setNumber(s.outputDelays.of(outputName(s)));
+    return read;
+}
 
 bool openSettings(Session& s) {
     const QString path = configFile(s, kSettings);

@@ -20,12 +20,17 @@ struct Session;
 QString configFile(const Session& s, const QString& name);
 
 // Writes all 60 lines of "Mellivane.ini", then "Mellivane.conf" (the keyed
-// settings, core/keyed_settings.h).  Failure 75 or 76 when one cannot be
-// written; the old file then stands.
+// settings, core/keyed_settings.h) and "OutputDelay.txt"
+// (core/output_delay.h).  Failure 75 or 76 when one cannot be written; the
+// old file then stands.
 void SaveVelmor(Session& s);
 // Reads "Mellivane.conf" into the controls added to Session::keyed; false
 // without the file (the controls keep their built-in values).
 bool readKeyedSettings(Session& s);
+// Reads "OutputDelay.txt" and puts the present output's delay into the
+// setup's Output Delay (0 for an output the file does not hold); false
+// without the file.
+bool readOutputDelays(Session& s);
 
 // The reader of "Mellivane.ini", in its three stretches.  openSettings reads
 // it whole into Session::settingsIn (false when it does not exist or cannot

@@ -192,7 +192,12 @@ const std::vector<std::pair<const char*, const char*>>& setupToolTips() {
         {"IgnZ", "Putting a Z in front of the file moves it to the bottom of the list but is "
                  "ignored otherwise."},
         {"LoadPDF", "This checkbox puts the program into PDF mode and turns off NWC mode."},
+        {"MeasureB", "Play 16 clicks and tap the space bar with them: the median difference "
+                     "becomes the Output Delay"},
         {"NoScroll", "No half screen scroll. Used for full screen installations."},
+        {"OutputDelay", "Milliseconds (-500 to 1000) the sound of this audio output comes late: "
+                        "the cursor follows that much later, recorded taps count that much "
+                        "earlier. Kept for each output."},
         {"PDFDLY", "Enter the number of seconds for the count off before the PDF and MP3 start"},
         {"ScrollOffset",
          "This value is used to match different screen resolutions from computer to computer"},

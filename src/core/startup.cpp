@@ -123,6 +123,9 @@ void startUp(Session& s, const StartupHooks& h, const QString& demoRoot) {
         closeSettings(s);
         s.messages.msgBox(f.message());
     }
+    // Output Delay of the output the settings chose, whatever became of the
+    // rest of start-up.
+    readOutputDelays(s);
     // After a failure the main window comes up all the same, without the
     // focus on the list.
     if (h.showMainWindow) h.showMainWindow(); // 16

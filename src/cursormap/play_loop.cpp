@@ -1,11 +1,13 @@
 #include "cursormap/play_loop.h"
 
 #include "core/beeper.h"
+#include "core/output_delay.h"
 #include "core/session_state.h"
 #include "cursormap/cursor_fields.h"
 #include "sheet/pdf_viewer.h"
 #include "transport/media_player.h"
 
+#include <algorithm>
 #include <cmath>
 
 namespace mv {
@@ -106,7 +108,8 @@ class Loop {
         f_.Text3.setText(numberText(s_.g.PlayLoopCount)); // 7
         f_.Text4.setText(L);
 
-        waitTic(val(L)); // 8
+        waitTic(val(L), firstTic_ ? firstTicShift(val(L)) : 0.0); // 8
+        firstTic_ = false;
 
         if (s_.g.Paused) { // 9
             s_.g.PauseHeld = kTrue;
@@ -200,11 +203,22 @@ class Loop {
         return Pass::Next; // 24
     }
 
-    // Waits until the tick clock is strictly above tic * Text5 + PlayStartTick,
-    // reading Text5 afresh in each round; a held pause keeps moving the base.
-    void waitTic(double tic) {
+    // The output's delay moves the whole play: the first tic fires that many
+    // ms after the moment it would fire without it (a tic already due fires
+    // then at now + delay), and every later tic counts from it.  A negative
+    // delay cannot bring a due tic before now.
+    double firstTicShift(double tic) const {
+        const double base = tic * v_.Text5.value() + double(s_.g.PlayStartTick);
+        const double late = std::max(0.0, double(s_.clock.tickMs()) - 1 - base);
+        return outputDelayMs(v_) + late;
+    }
+
+    // Waits until the tick clock is strictly above tic * Text5 + PlayStartTick
+    // + shift, reading Text5 afresh in each round; a held pause keeps moving
+    // the base.
+    void waitTic(double tic, double shift) {
         for (;;) {
-            double target = tic * v_.Text5.value() + double(s_.g.PlayStartTick);
+            double target = tic * v_.Text5.value() + double(s_.g.PlayStartTick) + shift;
             if (!(target < kFarTick)) target = kFarTick; // also catches NaN
             const int64_t now = s_.clock.tickMs();
             if (double(now) > target || s_.pump.quitting()) return;
@@ -235,6 +249,7 @@ class Loop {
     VelmorState& v_;
     SheetOneState& f_;
     SheetTwoState& w2_;
+    bool firstTic_ = true;
 };
 
 } // namespace

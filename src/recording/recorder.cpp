@@ -2,10 +2,13 @@
 
 #include "core/file_lookup.h"
 #include "core/messages.h"
+#include "core/output_delay.h"
 #include "core/session_state.h"
 #include "cursormap/cursor_fields.h"
 #include "cursormap/map_file.h"
 #include "transport/media_player.h"
+
+#include <algorithm>
 
 namespace mv {
 
@@ -221,12 +224,16 @@ void Timer1_Timer(Session& s) {
     f.Picture1.Left.set(x * 15 - f.Left - 100);
     f.Picture1.Top.set(y * 15 - f.Top - 500);
     f.Picture1.bringToFront();
-    const int64_t elapsed = p.tick - g.PlayStartTick;
+    // The musician tapped with what they heard, which the output sent that
+    // many ms late: the tap stands for the music's moment before it.  A tap
+    // before the start (a first tap inside the delay) counts as 0.
+    const int64_t tap = p.tick - outputDelayMs(s.velmor);
+    const int64_t elapsed = std::max<int64_t>(0, tap - g.PlayStartTick);
     try {
         if (g.RecordMode)
-            recordTic(s, elapsed, p.tick);
+            recordTic(s, elapsed, tap);
         else
-            appendTic(s, elapsed, p.tick);
+            appendTic(s, elapsed, tap);
     } catch (const Failure& e) {
         // The map can no longer be written (a full disk, a removed stick):
         // what reached it stays, the recording ends and says why.

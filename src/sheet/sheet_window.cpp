@@ -123,6 +123,7 @@ SheetWindow::SheetWindow(Session& s, QWidget* viewer, QWidget* parent) : QWidget
     button("Command10", QStringLiteral("Delete"));
     button("JumpB", QStringLiteral("Jump"));
     button("AdjB", QStringLiteral("Adj"));
+    button("AuditionB", QStringLiteral("Hear")); // the music around the tic, with a click
     button("ASCroll", QStringLiteral("ASC"));
     button("TightenB", QStringLiteral("Tighten")); // tics onto the music's onsets
     button("Command5", QStringLiteral("Step >"));
@@ -167,6 +168,7 @@ SheetWindow::SheetWindow(Session& s, QWidget* viewer, QWidget* parent) : QWidget
         {"Command9", "Insert one TIC with the same values as displayed. Step back and move the "
                      "cursor by draging it"},
         {"Command10", "Delete this tic"},
+        {"AuditionB", "Hear the music around this tic, with a click at its time (key H)"},
         {"AdjB", "This will deduct half of the TIC value in this measure and add it to the next "
                  "measure"},
         {"JumpB", "Click to jump to the next page or section. Right click to go backwards"},
@@ -359,6 +361,12 @@ void SheetWindow::mouseReleaseEvent(QMouseEvent*) { widthDragging_ = 0; }
 void SheetWindow::keyPressEvent(QKeyEvent* e) {
     bool taken = false;
     if (e->text().size() == 1) guarded([&] { taken = sheetKeyPress(s_, e->text()[0]); });
+    // H is Hear; a focused readout field takes its letters before this.
+    if (!taken && e->key() == Qt::Key_H && !e->isAutoRepeat())
+        if (auto h = handlers.value(QStringLiteral("AuditionB"))) {
+            guarded(h);
+            taken = true;
+        }
     if (!taken) QWidget::keyPressEvent(e);
 }
 

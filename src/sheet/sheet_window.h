@@ -47,7 +47,7 @@ class SheetWindow : public QWidget {
     // ASC, each a list of control names from left to right, every button at
     // least 495 twips wide and as wide as its caption.  A button made with
     // `button()` is added to the strip by adding its name here.
-    static constexpr std::initializer_list<const char*> kAddedRows[] = {{"TightenB"}};
+    static constexpr std::initializer_list<const char*> kAddedRows[] = {{"TightenB", "AuditionB"}};
     static constexpr double kAddedRowPitch = 300; // twips from row to row
     // Left edge of VScroll1 in twips.
     double scrollBarLeft() const;

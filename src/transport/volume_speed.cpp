@@ -1,6 +1,7 @@
 #include "transport/volume_speed.h"
 
 #include "core/messages.h"
+#include "core/output_delay.h"
 #include "core/session_state.h"
 #include "transport/media_player.h"
 
@@ -19,6 +20,9 @@ void installVolume(Session& s) {
             s.sendToClients(QStringLiteral("@SPEED/") + v.Speed.text());
     });
     s.velmor.Pitch.always([&s] { SetPitch(s); });
+    // Output Delay belongs to the output the sound goes to now.
+    s.velmor.OutputDelay.always(
+        [&s] { s.outputDelays.set(outputName(s), outputDelayMs(s.velmor)); });
 }
 
 void Command18_Click(Session& s) { s.velmor.Pitch.setNumber(s.velmor.Pitch.value() - 0.5); }
@@ -40,7 +44,9 @@ void AudioOut_Click(Session& s, int entry) {
 
 void setsound(Session& s) {
     // The sound goes where the menu says.  No device volume is read back:
-    // the limit slider keeps its value.
+    // the limit slider keeps its value.  Output Delay shows the delay kept
+    // for this output.
+    s.velmor.OutputDelay.setNumber(s.outputDelays.of(outputName(s)));
     if (!s.player) return;
     const int d = s.g.SoundDevice;
     const QStringList& names = s.velmor.AudioOutNames;

@@ -7,7 +7,8 @@ namespace mv {
 struct Session;
 
 // HScroll1 sets the player's volume at once; a change of Speed goes to the
-// clients of a connected server as @SPEED/; a change of Pitch calls SetPitch.
+// clients of a connected server as @SPEED/; a change of Pitch calls SetPitch;
+// a change of Output Delay is kept for the present output.
 void installVolume(Session& s);
 // "<" and ">" beside Speed: the value less or plus .05, as number text
 // (.95, .9, 1.05); nothing keeps it above 0.
@@ -19,7 +20,8 @@ void Command18_Click(Session& s);
 void Command19_Click(Session& s);
 void SetPitch(Session& s);
 // An entry of the Audio Out menu: -1 "Default", 0..6 the devices.  It takes
-// the check mark, sets SoundDevice and routes the player's sound there.
+// the check mark, sets SoundDevice and routes the player's sound there;
+// Output Delay then shows the delay kept for that output.
 void AudioOut_Click(Session& s, int entry);
 void setsound(Session& s);
 // The Mixer button: starts the system's volume program, or says "Can't open

@@ -50,13 +50,15 @@ class PlayLoopTest : public ::testing::Test, protected Stage {
         value.always([this, &value, name] { log(name + '=' + numberText(value.get())); });
     }
 
-    // Writes the map, opens it as file 1 and plays it from now.
-    void play(const QStringList& map) {
+    // Writes the map, opens it as file 1 and plays it from now, the first
+    // tic counted from `startedAgoMs` before (the count-off and first-note
+    // delay of a start).
+    void play(const QStringList& map, int64_t startedAgoMs = 0) {
         const QString path = dir.filePath(QStringLiteral("song.map"));
         ASSERT_TRUE(writeFile(path, crlf(map)));
         s.files.close(1);
         s.files.open(1, path, FileMode::Input);
-        s.g.PlayStartTick = clock.tickMs();
+        s.g.PlayStartTick = clock.tickMs() - startedAgoMs;
         t0 = clock.tickMs();
         trace.clear();
         playLoop(s);
@@ -132,6 +134,28 @@ TEST_F(PlayLoopTest, StopAndStopPlayAreSeenAfterTheMoveOfTheTicInProgress) {
         EXPECT_EQ(only(" X="), (QStringList{"1991 X=1", "4991 X=0"}));
     }
     EXPECT_EQ(s.g.CursorPlaySwitch, 0); // cleared when seen
+}
+
+// Output Delay moves the cursor and the page turns of the whole play later
+// (or earlier) against the clock; a first tic already due fires that much
+// after now.
+TEST_F(PlayLoopTest, OutputDelayShiftsTheWholePlay) {
+    const struct {
+        const char* delay;
+        int64_t startedAgo;
+        int64_t first, second;
+    } cases[] = {
+        {"0", 0, 1991, 2987},     {"200", 0, 2191, 3187},  {"-300", 0, 1691, 2687},
+        {"200", 5000, 200, 1196}, {"5000", 0, 2991, 3987}, {"abc", 0, 1991, 2987},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(std::string(c.delay) + " started " + std::to_string(c.startedAgo));
+        s.velmor.OutputDelay.setText(c.delay);
+        play(rec("2000", "1", "1", "0") + rec("1000", "2", "1", "0", true), c.startedAgo);
+        const QString a = QString::number(c.first), b = QString::number(c.second);
+        EXPECT_EQ(only(" X=[12]$|gotoNextPage"),
+                  (QStringList{a + " X=1", b + " X=2", b + " gotoNextPage"}));
+    }
 }
 
 TEST_F(PlayLoopTest, SpeedAndTicOffsetChangedDuringPlay) {

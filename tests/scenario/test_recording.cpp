@@ -19,6 +19,7 @@
 #include <QApplication>
 #include <QDir>
 #include <QFile>
+#include <QKeyEvent>
 #include <QMouseEvent>
 #include <QPushButton>
 #include <QTemporaryDir>
@@ -115,6 +116,20 @@ TEST_F(RecordingTest, ClicksOnTheSheetBecomeTheMapAsTheyCome) {
     EXPECT_EQ(map(), crlf(kMapHeader + rec("2340", " 1700 ", " 1900 ", "0") +
                           rec("1875", " 3650 ", " 1900 ", "0", true) +
                           rec("1885", " 3650 ", " 4000 ", "8000")));
+}
+
+// With an Output Delay each tap stands for the music 200 ms before it: the
+// first tic is 200 ms shorter, the later ones keep their differences.
+TEST_F(RecordingTest, OutputDelayRecordsEachTapThatMuchEarlier) {
+    s.velmor.OutputDelay.setText("200");
+    t0 = clock.tickMs();
+    button("Command2");
+    at(2340, [&] { click(window.carrier(), {120, 160}); });
+    at(4215, [&] { click(window.carrier(), {250, 160}); });
+    clock.advanceTo(t0 + 4500);
+    button("Command2");
+    EXPECT_EQ(map(), crlf(kMapHeader + rec("2140", " 1700 ", " 1900 ", "0") +
+                          rec("1875", " 3650 ", " 1900 ", "0")));
 }
 
 TEST_F(RecordingTest, RecordRefusesAndTakesNothingWithTheSecondWindow) {
@@ -294,6 +309,22 @@ TEST_F(RecordingTest, PressesServedInsideAWalkLeaveTheRowsAlone) {
     postPress("Command7");
     press("Command5");
     EXPECT_FALSE(s.adobeF.Shape2.get() || s.adobeF.Picture1.Visible.get());
+}
+
+// The key H runs Hear from the strip's buttons (Auto Scroll, where an
+// activated window's keys land, and Step >); a focused readout field keeps
+// its letters.
+TEST_F(RecordingTest, KeyHRunsHearUnlessAFieldTakesIt) {
+    int heard = 0;
+    window.handlers["AuditionB"] = [&heard] { ++heard; };
+    QStringList got;
+    for (const char* name : {"Command14", "Command5", "Text4"}) {
+        control(name)->setFocus();
+        QKeyEvent h(QEvent::KeyPress, Qt::Key_H, Qt::NoModifier, "h");
+        QApplication::sendEvent(control(name), &h);
+        got << QString::number(heard);
+    }
+    EXPECT_EQ(readouts(got.join(' '), s.adobeF.Text4.text()), readouts("1 2 2", "h"));
 }
 
 // Presses on the row on show, each from a fresh entry into edit mode on the

@@ -16,6 +16,7 @@
 #include "sheet/sheet_geometry.h"
 #include "sheet/sheet_views_install.h"
 #include "sheet/sheet_window.h"
+#include "transport/delay_measure_window.h"
 
 #include <QAbstractButton>
 #include <QAction>
@@ -57,6 +58,7 @@ class WindowFitTest : public ::testing::Test {
             w->placeOnScreen(false);
             return w;
         });
+        installOutputDelay(s, windows);
         installSheetViews(s, windows,
                           {[this](PdfViewer*& v) {
                                v = &v2;
@@ -73,7 +75,7 @@ class WindowFitTest : public ::testing::Test {
         s.showSheet1();
     }
     ~WindowFitTest() override {
-        for (const char* n : {"Form1", "BControl", "AdobeF2", "AdobeF", "Velmor"})
+        for (const char* n : {"MeasureDelay", "Form1", "BControl", "AdobeF2", "AdobeF", "Velmor"})
             windows.unload(n);
     }
     // The faults of every shown window, once the sheet window's placing
@@ -81,7 +83,7 @@ class WindowFitTest : public ::testing::Test {
     QStringList faults() {
         QTest::qWait(350);
         QStringList all;
-        for (const char* n : {"Velmor", "AdobeF", "AdobeF2", "BControl"})
+        for (const char* n : {"Velmor", "AdobeF", "AdobeF2", "BControl", "MeasureDelay"})
             if (QWidget* w = windows.find(n)) all << fitProblems(w);
         return all;
     }
@@ -125,7 +127,12 @@ void WindowFitTest::walk() {
         {"setup panel", [this] { menu("SS"); }},
         {"notation fields", [this] { label20(); }},
         {"notation fields closed", [this] { label20(); }},
-        {"setup closed", [this] { menu("SS"); }},
+        {"measuring the output delay", [this] { windows.get("MeasureDelay")->show(); }},
+        {"setup closed",
+         [this] {
+             windows.get("MeasureDelay")->hide();
+             menu("SS");
+         }},
         {"large list", [this] { menu("ZM"); }},
         {"small list", [this] { menu("ZM"); }},
         {"horizontal buttons", [this] { s.velmor.ShowB.set(1); }},
