@@ -4,25 +4,37 @@
 // entry into edit mode (the map read into the table), 1000 steps forward
 // each with the events that follow it (the window's repaint), and the
 // leaving with the table written back; entry and leaving five times each.
+// Then the history: 1000 mixed edits on the map, each undone and redone
+// (the sheet following); and the waveform strip: the peaks of a generated
+// 10-minute song (decoded, no cache, then from the cache, on a worker
+// thread as in the program) and the strip's drawing around the rows.
 //   edit_table [rows]
 
+#include "align/wave_strip.h"
+#include "align/waveform.h"
 #include "bench_util.h"
 #include "core/session_state.h"
 #include "cursormap/map_file.h"
 #include "fakes.h"
 #include "pdf_gen.h"
+#include "recording/edit_history.h"
 #include "recording/edit_mode.h"
 #include "recording/recording_install.h"
+#include "recording/tic_ops.h"
 #include "sheet/qtpdf_viewer.h"
 #include "sheet/sheet_geometry.h"
 #include "sheet/sheet_window.h"
 
 #include <QApplication>
 #include <QFile>
+#include <QImage>
 #include <QMouseEvent>
 #include <QTemporaryDir>
+#include <cmath>
 #include <cstdio>
 #include <random>
+#include <sndfile.h>
+#include <thread>
 
 using namespace mv;
 
@@ -47,6 +59,41 @@ struct PaintCounter : QObject {
         return false;
     }
 };
+
+// A stereo 44.1 kHz 16-bit WAV of `seconds`: a tone that swells and fades.
+bool writeSong(const QString& path, int seconds) {
+    SF_INFO info{};
+    info.samplerate = 44100;
+    info.channels = 2;
+    info.format = SF_FORMAT_WAV | SF_FORMAT_PCM_16;
+    SNDFILE* f = sf_open(path.toLocal8Bit().constData(), SFM_WRITE, &info);
+    if (!f) return false;
+    std::vector<short> block(size_t(44100) * 2);
+    for (int sec = 0; sec < seconds; ++sec) {
+        for (int i = 0; i < 44100; ++i) {
+            const double t = sec + i / 44100.0;
+            const double v = 12000 * std::sin(2 * M_PI * 220 * t) * (0.5 + 0.5 * std::sin(t));
+            block[size_t(2 * i)] = block[size_t(2 * i + 1)] = short(v);
+        }
+        sf_writef_short(f, block.data(), 44100);
+    }
+    sf_close(f);
+    return true;
+}
+
+// One mixed edit at a random row, through the handlers the buttons reach.
+void mixedEdit(Session& s, std::mt19937& rng, int rows) {
+    s.adobeF.Text3.setNumber(int(rng() % unsigned(rows - 2)) + 1);
+    switch (rng() % 5) {
+    case 0: adobeF::Command9_Click(s); break;  // Insert
+    case 1: adobeF::Command10_Click(s); break; // Delete
+    case 2: adobeF::AdjB_Click(s); break;
+    case 3: adobeF::Label4_MouseDown(s, 1); break; // TIC halved
+    default:
+        s.adobeF.Text1.setNumber(100 + rng() % 9000); // X typed
+        adobeF::CellTyped(s, QStringLiteral("Text1"));
+    }
+}
 
 } // namespace
 
@@ -139,6 +186,86 @@ int main(int argc, char** argv) {
             return 1;
         }
     }
+    // The history.
+    pressEdit(window);
+    QApplication::processEvents();
+    std::vector<double> records, undos, redos;
+    constexpr int kEdits = 1000;
+    QElapsedTimer t;
+    for (int i = 0; i < kEdits; ++i) {
+        t.restart();
+        mixedEdit(s, rng, rows);
+        records.push_back(elapsedMs(t));
+    }
+    const int historySteps = s.history->stack().count();
+    const QByteArray edited = s.tic.Tic[size_t(rows / 2)].toLatin1();
+    for (int i = 0; i < historySteps; ++i) {
+        t.restart();
+        adobeF::UndoB_Click(s);
+        QApplication::processEvents();
+        undos.push_back(elapsedMs(t));
+    }
+    const bool undoneAll = !s.history->stack().canUndo();
+    for (int i = 0; i < historySteps; ++i) {
+        t.restart();
+        adobeF::RedoB_Click(s);
+        QApplication::processEvents();
+        redos.push_back(elapsedMs(t));
+    }
+    if (!undoneAll || s.history->stack().canRedo() || s.tic.Tic[size_t(rows / 2)] != edited) {
+        std::fprintf(stderr, "edit_table: undo and redo did not walk the whole history\n");
+        return 1;
+    }
+    adobeF::Command7_MouseDown(s, 2); // leave without saving
+
+    // The waveform: a 10-minute song, decoded and reduced without a cache,
+    // then read from the cache; each on a worker thread, waited for.
+    const QString song = dir.filePath(QStringLiteral("Long.wav"));
+    if (!writeSong(song, 600)) {
+        std::fprintf(stderr, "edit_table: cannot write the song\n");
+        return 1;
+    }
+    auto timedLoad = [&](align::Peaks& out) {
+        QElapsedTimer w;
+        w.start();
+        std::thread worker([&] { out = align::loadPeaks(dir.path(), song); });
+        worker.join();
+        return elapsedMs(w);
+    };
+    align::Peaks peaks, cached;
+    const double peaksMs = timedLoad(peaks);
+    const double cachedMs = timedLoad(cached);
+    if (peaks.lo.size() < size_t(600 * peaks.perSecond) || cached.hi != peaks.hi) {
+        std::fprintf(stderr, "edit_table: the peaks are not the song's\n");
+        return 1;
+    }
+    // Drawing: the strip in edit mode over the 5000-row map, rendered at
+    // each of 300 rows, at the default view and zoomed out to a minute.
+    // The tics (about 1.3 s each) spread over the 10 minutes.
+    s.velmor.Text5.setText(QStringLiteral("0.09"));
+    align::installWaveStrip(s, window);
+    auto* strip = window.findChild<align::WaveStrip*>(QStringLiteral("Wave"));
+    pressEdit(window);
+    QApplication::processEvents();
+    strip->setPeaks(std::make_shared<const align::Peaks>(peaks), song);
+    strip->resize(900, 110);
+    QImage image(strip->size(), QImage::Format_ARGB32_Premultiplied);
+    std::vector<double> draws;
+    for (int zoom = 0; zoom < 2; ++zoom) {
+        if (zoom == 1) {
+            QWheelEvent out(QPointF(10, 10), QPointF(10, 10), QPoint(), QPoint(0, -120 * 9),
+                            Qt::NoButton, Qt::NoModifier, Qt::NoScrollPhase, false);
+            QApplication::sendEvent(strip, &out);
+        }
+        for (int i = 0; i < 300; ++i) {
+            s.g.CursorIndex = int16_t(i * (rows - 1) / 300);
+            t.restart();
+            strip->render(&image);
+            draws.push_back(elapsedMs(t));
+        }
+    }
+    adobeF::Command7_MouseDown(s, 2);
+
     std::printf("rows: %d count\n", rows);
     std::printf("edit_load_ms: %.2f ms\n", bench::percentile(loads, 0.5));
     std::printf("edit_load_max_ms: %.2f ms\n", bench::percentile(loads, 1.0));
@@ -150,5 +277,13 @@ int main(int argc, char** argv) {
     std::printf("page_turns_painted_in_step: %d count\n", turnsPaintedInStep);
     std::printf("table_write_ms: %.2f ms\n", bench::percentile(writes, 0.5));
     std::printf("table_write_max_ms: %.2f ms\n", bench::percentile(writes, 1.0));
+    std::printf("history_steps: %d count\n", historySteps);
+    std::printf("edit_record_p99_ms: %.2f ms\n", bench::percentile(records, 0.99));
+    std::printf("undo_p99_ms: %.2f ms\n", bench::percentile(undos, 0.99));
+    std::printf("redo_p99_ms: %.2f ms\n", bench::percentile(redos, 0.99));
+    std::printf("undo_max_ms: %.2f ms\n", bench::percentile(undos, 1.0));
+    std::printf("waveform_peaks_ms: %.1f ms\n", peaksMs);
+    std::printf("waveform_peaks_cached_ms: %.1f ms\n", cachedMs);
+    std::printf("waveform_draw_p99_ms: %.2f ms\n", bench::percentile(draws, 0.99));
     return 0;
 }

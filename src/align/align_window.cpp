@@ -1,10 +1,12 @@
 #include "align/align_window.h"
 
+#include "align/wave_strip.h"
 #include "core/file_lookup.h"
 #include "core/messages.h"
 #include "core/session_state.h"
 #include "core/values.h"
 #include "cursormap/map_file.h"
+#include "recording/edit_history.h"
 #include "sheet/sheet_window.h"
 
 #include <QFileInfo>
@@ -69,8 +71,6 @@ QByteArray tableBytes(const TicTable& t) {
 
 } // namespace
 
-QString recordingOf(const QString& songFile, const QString& songBase);
-
 void TightenB_MouseDown(Session& s, QWidget* parent, int button, QString& summary) {
     if (!s.adobeF.Shape2.get()) return; // edit mode only
     const int rows = s.tic.length();
@@ -83,6 +83,7 @@ void TightenB_MouseDown(Session& s, QWidget* parent, int button, QString& summar
         s, parent, QStringLiteral("Tightening the map to the music…"),
         [=](const Progress& p) { return tightenMap(song, bytes, timing, from, p); });
     if (!r || !s.adobeF.Shape2.get()) return; // cancelled, or edit mode left meanwhile
+    adobeF::EditScope edit(s, QStringLiteral("Tighten"));
     const MapText out = MapText::parse(r->bytes);
     for (int k = 0; k < rows && k < int(out.tics.size()); ++k) {
         const QString text = numberText(out.tics[size_t(k)]);
@@ -173,9 +174,11 @@ void installAlignControls(Session& s, SheetWindow& w) {
         TightenB_MouseDown(s, &w, b, summary);
         if (!summary.isEmpty()) line->setText(summary);
     };
+    installWaveStrip(s, w);
 }
 
 void installAlign(Session& s, QWidget& mainWindow) {
+    s.keyed.add(QStringLiteral("WaveHeight"), s.adobeF.WaveHeight);
     auto* file = mainWindow.findChild<QMenu*>(QStringLiteral("FF"));
     if (!file) return;
     QAction* transfer = file->addAction(QStringLiteral("Map From Another Recording…"));

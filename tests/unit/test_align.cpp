@@ -5,6 +5,7 @@
 #include "align/map_times.h"
 #include "align/snap.h"
 #include "align/warp.h"
+#include "align/waveform.h"
 
 #include <gtest/gtest.h>
 
@@ -146,5 +147,63 @@ TEST(Align, TicTimesAndMusicPositions) {
         EXPECT_NEAR(got[0], 500 * pt.speed, 1); // inside the first-note delay
         for (size_t k = 1; k < want.size(); ++k)
             EXPECT_NEAR(got[k], want[k], 1.5) << k;
+    }
+}
+
+// The strip's peaks: each slice's lowest and highest sample; the cache file
+// read back only for the song's own size and time, and only whole.
+TEST(Waveform, PeaksAndTheirCache) {
+    Audio a;
+    a.rate = 1000;
+    for (int i = 0; i < 250; ++i) // a ramp from -1 up, 100 samples a slice at 10 a second
+        a.samples.push_back(float(i) / 125 - 1);
+    const Peaks p = computePeaks(a, 10);
+    EXPECT_EQ(std::vector<int>(p.lo.begin(), p.lo.end()), (std::vector<int>{-127, -25, 76}));
+    EXPECT_EQ(std::vector<int>(p.hi.begin(), p.hi.end()), (std::vector<int>{-26, 75, 126}));
+    int lo = 0, hi = 0;
+    EXPECT_TRUE(p.range(150, 250, lo, hi));
+    EXPECT_EQ(std::pair(lo, hi), std::pair(-25, 126));
+    EXPECT_FALSE(p.range(400, 500, lo, hi));
+
+    const QByteArray file = peaksCacheBytes(p, 1234, 99);
+    const std::optional<Peaks> back = parsePeaksCache(file, 1234, 99);
+    ASSERT_TRUE(back);
+    EXPECT_EQ(std::tuple(back->perSecond, back->lo, back->hi), std::tuple(10, p.lo, p.hi));
+    for (const auto& [bytes, size, time] :
+         {std::tuple(file, 1235, 99), std::tuple(file, 1234, 98),
+          std::tuple(file.chopped(1), 1234, 99), std::tuple(file + 'x', 1234, 99),
+          std::tuple("X" + file.mid(1), 1234, 99)})
+        EXPECT_FALSE(parsePeaksCache(bytes, size, time));
+}
+
+// Dragging a mark: the tic takes the move, the next one gives it back, and
+// the move stops at the neighbours' marks.
+TEST(Waveform, MovingATicKeepsTheLaterOnes) {
+    PlayTiming t;
+    t.ticFactor = 1;
+    t.musicStartMs = 0;
+    t.firstNoteMs = 0;
+    struct Case {
+        int row;
+        double toMs;
+        std::vector<QString> tics;
+    };
+    // Marks at 1000, 3000, 6000.
+    const Case cases[] = {
+        {1, 3250, {"1000", "2250", "2750"}},
+        {1, 500, {"1000", "0", "5000"}},     // not before the mark before it
+        {1, 9000, {"1000", "5000", "0"}},    // nor after the one after it
+        {0, 400, {"400", "2600", "3000"}},   // the first counts from the start
+        {2, 7000, {"1000", "2000", "4000"}}, // the last has none after it
+        {3, 7000, {"1000", "2000", "3000"}}, // no such row
+    };
+    for (const Case& c : cases) {
+        mv::TicTable table;
+        table.Tic[0] = "1000";
+        table.Tic[1] = "2000";
+        table.Tic[2] = "3000";
+        EXPECT_EQ(moveTic(table, c.row, c.toMs, t), c.row < 3);
+        EXPECT_EQ((std::vector<QString>{table.Tic[0], table.Tic[1], table.Tic[2]}), c.tics)
+            << c.row << " to " << c.toMs;
     }
 }
