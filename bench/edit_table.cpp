@@ -32,6 +32,7 @@
 #include <QTemporaryDir>
 #include <cmath>
 #include <cstdio>
+#include <ctime>
 #include <random>
 #include <sndfile.h>
 #include <thread>
@@ -41,6 +42,14 @@ using namespace mv;
 namespace {
 
 double elapsedMs(const QElapsedTimer& t) { return double(t.nsecsElapsed()) / 1e6; }
+
+// The calling thread's own CPU time: on a shared machine the wall clock also
+// counts the time other programs had the core.
+double threadCpuMs() {
+    timespec ts{};
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &ts);
+    return double(ts.tv_sec) * 1e3 + double(ts.tv_nsec) / 1e6;
+}
 
 // A left press on the Edit button, as the user gives it.
 void pressEdit(SheetWindow& w) {
@@ -189,7 +198,7 @@ int main(int argc, char** argv) {
     // The history.
     pressEdit(window);
     QApplication::processEvents();
-    std::vector<double> records, undos, redos;
+    std::vector<double> records, undos, redos, undoCpu, redoCpu;
     constexpr int kEdits = 1000;
     QElapsedTimer t;
     for (int i = 0; i < kEdits; ++i) {
@@ -201,15 +210,19 @@ int main(int argc, char** argv) {
     const QByteArray edited = s.tic.Tic[size_t(rows / 2)].toLatin1();
     for (int i = 0; i < historySteps; ++i) {
         t.restart();
+        const double cpu = threadCpuMs();
         adobeF::UndoB_Click(s);
         QApplication::processEvents();
+        undoCpu.push_back(threadCpuMs() - cpu);
         undos.push_back(elapsedMs(t));
     }
     const bool undoneAll = !s.history->stack().canUndo();
     for (int i = 0; i < historySteps; ++i) {
         t.restart();
+        const double cpu = threadCpuMs();
         adobeF::RedoB_Click(s);
         QApplication::processEvents();
+        redoCpu.push_back(threadCpuMs() - cpu);
         redos.push_back(elapsedMs(t));
     }
     if (!undoneAll || s.history->stack().canRedo() || s.tic.Tic[size_t(rows / 2)] != edited) {
@@ -225,19 +238,42 @@ int main(int argc, char** argv) {
         std::fprintf(stderr, "edit_table: cannot write the song\n");
         return 1;
     }
+    double workerCpu = 0;
     auto timedLoad = [&](align::Peaks& out) {
         QElapsedTimer w;
         w.start();
-        std::thread worker([&] { out = align::loadPeaks(dir.path(), song); });
+        std::thread worker([&] {
+            const double cpu = threadCpuMs();
+            out = align::loadPeaks(dir.path(), song);
+            workerCpu = threadCpuMs() - cpu;
+        });
         worker.join();
         return elapsedMs(w);
     };
     align::Peaks peaks, cached;
     const double peaksMs = timedLoad(peaks);
+    const double peaksCpu = workerCpu;
     const double cachedMs = timedLoad(cached);
     if (peaks.lo.size() < size_t(600 * peaks.perSecond) || cached.hi != peaks.hi) {
         std::fprintf(stderr, "edit_table: the peaks are not the song's\n");
         return 1;
+    }
+    // The same from an MP3 (the demo's), on the CPU, per minute of music:
+    // real songs are MP3s, whose decoding costs more than a WAV's reading.
+    double mp3CpuPerMin = -1;
+    {
+        const QString mp3 = QStringLiteral(MELLIVANE_SOURCE_DIR "/demo/songs/Ode to Joy.mp3");
+        align::Peaks p;
+        std::thread worker([&] {
+            const double cpu = threadCpuMs();
+            try {
+                p = align::decodePeaks(mp3);
+            } catch (const std::exception&) {
+                return;
+            }
+            mp3CpuPerMin = (threadCpuMs() - cpu) / (p.seconds() / 60);
+        });
+        worker.join();
     }
     // Drawing: the strip in edit mode over the 5000-row map, rendered at
     // each of 300 rows, at the default view and zoomed out to a minute.
@@ -250,7 +286,7 @@ int main(int argc, char** argv) {
     strip->setPeaks(std::make_shared<const align::Peaks>(peaks), song);
     strip->resize(900, 110);
     QImage image(strip->size(), QImage::Format_ARGB32_Premultiplied);
-    std::vector<double> draws;
+    std::vector<double> draws, drawCpu;
     for (int zoom = 0; zoom < 2; ++zoom) {
         if (zoom == 1) {
             QWheelEvent out(QPointF(10, 10), QPointF(10, 10), QPoint(), QPoint(0, -120 * 9),
@@ -260,7 +296,9 @@ int main(int argc, char** argv) {
         for (int i = 0; i < 300; ++i) {
             s.g.CursorIndex = int16_t(i * (rows - 1) / 300);
             t.restart();
+            const double cpu = threadCpuMs();
             strip->render(&image);
+            drawCpu.push_back(threadCpuMs() - cpu);
             draws.push_back(elapsedMs(t));
         }
     }
@@ -282,8 +320,14 @@ int main(int argc, char** argv) {
     std::printf("undo_p99_ms: %.2f ms\n", bench::percentile(undos, 0.99));
     std::printf("redo_p99_ms: %.2f ms\n", bench::percentile(redos, 0.99));
     std::printf("undo_max_ms: %.2f ms\n", bench::percentile(undos, 1.0));
+    std::printf("undo_cpu_p99_ms: %.2f ms\n", bench::percentile(undoCpu, 0.99));
+    std::printf("redo_cpu_p99_ms: %.2f ms\n", bench::percentile(redoCpu, 0.99));
     std::printf("waveform_peaks_ms: %.1f ms\n", peaksMs);
+    std::printf("waveform_peaks_cpu_ms: %.1f ms\n", peaksCpu);
     std::printf("waveform_peaks_cached_ms: %.1f ms\n", cachedMs);
+    std::printf("waveform_peaks_mp3_cpu_ms_per_min: %.1f ms\n", mp3CpuPerMin);
     std::printf("waveform_draw_p99_ms: %.2f ms\n", bench::percentile(draws, 0.99));
+    std::printf("waveform_draw_cpu_p99_ms: %.2f ms\n", bench::percentile(drawCpu, 0.99));
+    std::printf("waveform_draw_p50_ms: %.2f ms\n", bench::percentile(draws, 0.5));
     return 0;
 }

@@ -74,8 +74,30 @@ WaveStrip::WaveStrip(Session& s, QWidget* parent) : QWidget(parent), s_(s) {
 
 WaveStrip::~WaveStrip() { stopWorker(); }
 
-WaveView WaveStrip::view() const {
-    return viewOf(s_, ticMarks(s_.tic, playTimingOf(s_)), spanMs_, width());
+WaveView WaveStrip::view() { return viewOf(s_, marks(), spanMs_, width()); }
+
+const std::vector<WaveMark>& WaveStrip::marks() {
+    const TicTable& t = s_.tic;
+    const int n = std::min(t.length(), TicTable::kLastRow);
+    const PlayTiming timing = playTimingOf(s_);
+    // Comparing the cells is far cheaper than reading their numbers again.
+    bool same = marksOf_.size() == size_t(4 * (n + 1)) && timing.ticFactor == timingOf_.ticFactor &&
+                timing.speed == timingOf_.speed && timing.musicStartMs == timingOf_.musicStartMs &&
+                timing.firstNoteMs == timingOf_.firstNoteMs;
+    for (int r = 0; same && r <= n; ++r) {
+        const auto i = size_t(4 * r), k = size_t(r);
+        same = marksOf_[i] == t.Tic[k] && marksOf_[i + 1] == t.Scr[k] &&
+               marksOf_[i + 2] == t.Nxt[k] && marksOf_[i + 3] == t.Prv[k];
+    }
+    if (same) return marks_;
+    marksOf_.clear();
+    marksOf_.reserve(size_t(4 * (n + 1)));
+    for (int r = 0; r <= n; ++r)
+        for (const auto* col : {&t.Tic, &t.Scr, &t.Nxt, &t.Prv})
+            marksOf_.push_back((*col)[size_t(r)]);
+    timingOf_ = timing;
+    marks_ = ticMarks(t, timing);
+    return marks_;
 }
 
 void WaveStrip::setPeaks(std::shared_ptr<const Peaks> peaks, const QString& song) {
@@ -129,7 +151,7 @@ void WaveStrip::loadSong(const QString& song) {
 void WaveStrip::paintEvent(QPaintEvent*) {
     QPainter g(this);
     g.fillRect(rect(), QColor(28, 28, 32));
-    const std::vector<WaveMark> marks = ticMarks(s_.tic, playTimingOf(s_));
+    const std::vector<WaveMark>& marks = this->marks();
     const WaveView v = viewOf(s_, marks, spanMs_, width());
     const int mid = height() / 2;
     const double scale = std::max(1, mid - 2) / 127.0;
@@ -186,7 +208,7 @@ void WaveStrip::mousePressEvent(QMouseEvent* e) {
     pressRow_ = -1;
     dragX_ = -1;
     if (e->button() != Qt::LeftButton) return;
-    const std::vector<WaveMark> marks = ticMarks(s_.tic, playTimingOf(s_));
+    const std::vector<WaveMark>& marks = this->marks();
     const WaveView v = viewOf(s_, marks, spanMs_, width());
     pressX_ = e->position().x();
     pressRow_ = markNear(marks, v.msAt(pressX_), kGrabPx * v.spanMs / v.width);

@@ -43,7 +43,7 @@ class WaveStrip : public QWidget {
     ~WaveStrip() override;
 
     // The view as it stands: centred on the row on show.
-    WaveView view() const;
+    WaveView view();
     // The peaks of the song, once loaded (tests and the bench set them).
     void setPeaks(std::shared_ptr<const Peaks> peaks, const QString& song);
     // Starts loading the song's peaks on a worker thread unless they are
@@ -61,6 +61,9 @@ class WaveStrip : public QWidget {
 
   private:
     void stopWorker();
+    // The marks of the table as it stands, computed again only when a Tic,
+    // SCR, NXT or PRV cell or the play's timing has changed since.
+    const std::vector<WaveMark>& marks();
 
     Session& s_;
     double spanMs_ = 8000;
@@ -71,6 +74,9 @@ class WaveStrip : public QWidget {
     int pressRow_ = -1;
     double pressX_ = 0, dragX_ = -1;
     std::vector<Subscription> subs_;
+    std::vector<WaveMark> marks_;
+    std::vector<QString> marksOf_; // the cells the marks were computed from
+    PlayTiming timingOf_;
 };
 
 // Adds the strip to sheet window 1: shown in edit mode, loading the song's

@@ -12,6 +12,7 @@
 #include <cmath>
 #include <cstring>
 #include <limits>
+#include <stdexcept>
 
 namespace mv::align {
 
@@ -34,6 +35,40 @@ template <class T> T take(const char* at) {
     std::memcpy(&v, at, sizeof v);
     return qFromLittleEndian(v);
 }
+
+// Cuts a stream of mono samples into slices of `per` samples (not always
+// whole: slice k holds samples [k * per, (k + 1) * per)).
+class Slicer {
+  public:
+    Slicer(Peaks& p, double per) : p_(p), per_(per), end_(per) {}
+    void add(float v) {
+        if (double(n_) >= end_) close();
+        ++n_;
+        if (!any_) {
+            lo_ = hi_ = v;
+            any_ = true;
+        } else {
+            lo_ = std::min(lo_, v);
+            hi_ = std::max(hi_, v);
+        }
+    }
+    void finish() {
+        if (any_) close();
+    }
+
+  private:
+    void close() {
+        p_.lo.push_back(scaled(lo_));
+        p_.hi.push_back(scaled(hi_));
+        any_ = false;
+        end_ = double(p_.lo.size() + 1) * per_;
+    }
+    Peaks& p_;
+    double per_, end_;
+    long long n_ = 0;
+    float lo_ = 0, hi_ = 0;
+    bool any_ = false;
+};
 
 } // namespace
 
@@ -58,24 +93,46 @@ Peaks computePeaks(const Audio& a, int perSecond) {
     Peaks p;
     p.perSecond = perSecond;
     if (a.rate <= 0 || perSecond <= 0) return p;
-    const double per = double(a.rate) / perSecond;
-    const size_t slices = size_t(std::ceil(double(a.samples.size()) / per));
-    p.lo.resize(slices);
-    p.hi.resize(slices);
-    const float* s = a.samples.data();
-    const size_t total = a.samples.size();
-    for (size_t k = 0; k < slices; ++k) {
-        const auto from = size_t(double(k) * per);
-        const size_t to = std::min(total, size_t(double(k + 1) * per));
-        float l = 0, h = 0;
-        if (from < to) l = h = s[from];
-        for (size_t i = from + 1; i < to; ++i) {
-            l = std::min(l, s[i]);
-            h = std::max(h, s[i]);
-        }
-        p.lo[k] = scaled(l);
-        p.hi[k] = scaled(h);
-    }
+    Slicer slices(p, double(a.rate) / perSecond);
+    for (const float v : a.samples)
+        slices.add(v);
+    slices.finish();
+    return p;
+}
+
+Peaks decodePeaks(const QString& song, const std::function<bool()>& cancelled, int perSecond) {
+    // Straight from the decoder's blocks at the file's own rate: no copy of
+    // the song is kept.
+    Peaks p;
+    p.perSecond = perSecond;
+    int channels = 1;
+    std::optional<Slicer> slices;
+    const long long frames = decodeBlocks(
+        song,
+        [&](int rate, int ch, long long total) {
+            channels = ch;
+            const double per = double(rate) / perSecond;
+            slices.emplace(p, per);
+            if (total > 0) {
+                p.lo.reserve(size_t(double(total) / per) + 1);
+                p.hi.reserve(p.lo.capacity());
+            }
+        },
+        [&](const float* block, size_t count) {
+            const float share = 1.0f / float(channels);
+            for (size_t i = 0; i < count; ++i) {
+                const float* frame = block + i * size_t(channels);
+                float v = frame[0];
+                for (int c = 1; c < channels; ++c)
+                    v += frame[c];
+                slices->add(v * share);
+            }
+        },
+        cancelled);
+    if (frames == 0)
+        throw std::runtime_error(
+            QStringLiteral("Cannot decode \"%1\": no sound in it").arg(song).toStdString());
+    slices->finish();
     return p;
 }
 
@@ -124,7 +181,7 @@ Peaks loadPeaks(const QString& configDir, const QString& song,
     QFile in(cache);
     if (in.open(QIODevice::ReadOnly) && in.size() <= kHeader + 2 * kMaxSlices)
         if (auto p = parsePeaksCache(in.readAll(), size, time)) return *p;
-    const Peaks p = computePeaks(decodeAudio(song, cancelled));
+    const Peaks p = decodePeaks(song, cancelled);
     if (cancelled && cancelled()) return p;
     QDir().mkpath(QFileInfo(cache).path());
     QSaveFile out(cache); // through a temporary file: a reader never sees half of one

@@ -28,6 +28,10 @@ struct Peaks {
 };
 
 Peaks computePeaks(const Audio& a, int perSecond = 200);
+// The same straight from the song file's decoder, at its own rate and
+// without keeping the samples.  Throws as decodeAudio.
+Peaks decodePeaks(const QString& song, const std::function<bool()>& cancelled = {},
+                  int perSecond = 200);
 
 // The cache file of a song's peaks: a header naming the song file's size
 // and modification time, then the slices.  `parsePeaksCache` takes only a
