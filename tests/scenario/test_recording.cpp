@@ -28,6 +28,7 @@
 #include <QMouseEvent>
 #include <QPushButton>
 #include <QTemporaryDir>
+#include <QTest>
 #include <gtest/gtest.h>
 
 using namespace mv;
@@ -487,6 +488,36 @@ TEST_F(RecordingTest, EveryEditUndoesAndRedoesExactly) {
     // Out of edit mode the history is gone.
     press("Command7");
     EXPECT_FALSE(control("UndoB")->isEnabled() || control("RedoB")->isEnabled());
+}
+
+// The keys of the window: Ctrl+Z undoes, Ctrl+Y and Ctrl+Shift+Z redo; a
+// field being typed in takes Ctrl+Z for its own text first.
+TEST_F(RecordingTest, UndoKeysOnTheWindowAndInAField) {
+    window.show();
+    QApplication::setActiveWindow(&window);
+    ASSERT_TRUE(QTest::qWaitForWindowActive(&window));
+    press("Command7");
+    press("Command5");
+    const QString before = s.tic.Tic[1];
+    button("Command10");
+    const QString deleted = s.tic.Tic[1];
+    auto keys = [&](QWidget* to, Qt::KeyboardModifiers m, Qt::Key k) {
+        QTest::keyClick(to, k, m);
+        return s.tic.Tic[1];
+    };
+    EXPECT_EQ((QStringList{keys(&window, Qt::ControlModifier, Qt::Key_Z),
+                           keys(&window, Qt::ControlModifier, Qt::Key_Y),
+                           keys(&window, Qt::ControlModifier, Qt::Key_Z),
+                           keys(&window, Qt::ControlModifier | Qt::ShiftModifier, Qt::Key_Z)}),
+              (QStringList{before, deleted, before, deleted}));
+    auto* tic = qobject_cast<QLineEdit*>(control("Text4"));
+    tic->setFocus();
+    tic->selectAll();
+    QTest::keyClicks(tic, "77");
+    const QString typed = s.tic.Tic[1];
+    const QString undone = keys(tic, Qt::ControlModifier, Qt::Key_Z); // the field's own undo
+    EXPECT_EQ(readouts(typed, undone, s.history->stack().count()), readouts("77", deleted, 1));
+    press("Command7", Qt::RightButton);
 }
 
 // The strip under the sheet: hidden outside edit mode; a click on a mark
