@@ -177,6 +177,7 @@ Peaks loadPeaks(const QString& configDir, const QString& song,
     const QFileInfo info(song);
     const qint64 size = info.size();
     const qint64 time = info.lastModified().toMSecsSinceEpoch();
+    if (configDir.isEmpty()) return decodePeaks(song, cancelled); // nowhere to keep a cache
     const QString cache = peaksCachePath(configDir, song);
     QFile in(cache);
     if (in.open(QIODevice::ReadOnly) && in.size() <= kHeader + 2 * kMaxSlices)

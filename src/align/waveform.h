@@ -43,7 +43,8 @@ std::optional<Peaks> parsePeaksCache(const QByteArray& bytes, qint64 songSize, q
 QString peaksCachePath(const QString& configDir, const QString& song);
 
 // The song's peaks: from the cache when it matches the file, else decoded
-// (and the cache written; a cache that cannot be written is passed over).
+// (and the cache written; a cache that cannot be written is passed over;
+// without a `configDir` there is no cache).
 // Throws std::runtime_error when the song cannot be decoded.  Runs on a
 // worker thread; `cancelled` is asked while decoding.
 Peaks loadPeaks(const QString& configDir, const QString& song,

@@ -7,6 +7,10 @@
 #include "align/warp.h"
 #include "align/waveform.h"
 
+#include <QFile>
+#include <QFileInfo>
+#include <QTemporaryDir>
+#include <QtEndian>
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -206,4 +210,57 @@ TEST(Waveform, MovingATicKeepsTheLaterOnes) {
         EXPECT_EQ((std::vector<QString>{table.Tic[0], table.Tic[1], table.Tic[2]}), c.tics)
             << c.row << " to " << c.toMs;
     }
+}
+
+// The cache beside the settings: read back while the song file keeps its
+// size and time, made again once the file changes.
+TEST(Waveform, CacheFollowsTheSongFile) {
+    QTemporaryDir dir;
+    const QString song = dir.filePath("Song.wav");
+    // One second of a 16-bit mono WAV at 8000 Hz: a square wave at half scale.
+    auto writeWav = [&](int16_t level) {
+        QByteArray pcm;
+        for (int i = 0; i < 8000; ++i) {
+            const int16_t v = qToLittleEndian<int16_t>(int16_t(i % 20 < 10 ? level : -level));
+            pcm.append(reinterpret_cast<const char*>(&v), 2);
+        }
+        QByteArray h = "RIFF";
+        auto u32 = [&h](quint32 v) {
+            v = qToLittleEndian(v);
+            h.append(reinterpret_cast<const char*>(&v), 4);
+        };
+        auto u16 = [&h](quint16 v) {
+            v = qToLittleEndian(v);
+            h.append(reinterpret_cast<const char*>(&v), 2);
+        };
+        u32(quint32(36 + pcm.size()));
+        h += "WAVEfmt ";
+        u32(16), u16(1), u16(1), u32(8000), u32(16000), u16(2), u16(16);
+        h += "data";
+        u32(quint32(pcm.size()));
+        QFile f(song);
+        ASSERT_TRUE(f.open(QIODevice::WriteOnly));
+        f.write(h + pcm);
+    };
+    writeWav(16384);
+    const Peaks first = loadPeaks(dir.path(), song);
+    EXPECT_EQ(std::tuple(first.lo.size(), int(first.hi[0]), int(first.lo[0])),
+              std::tuple(200, 64, -64));
+    // A cache of other peaks for this very file is what the next load gives.
+    Peaks other = first;
+    other.hi[0] = 1;
+    const QFileInfo info(song);
+    QFile cache(peaksCachePath(dir.path(), song));
+    ASSERT_TRUE(cache.exists());
+    ASSERT_TRUE(cache.open(QIODevice::WriteOnly));
+    cache.write(peaksCacheBytes(other, info.size(), info.lastModified().toMSecsSinceEpoch()));
+    cache.close();
+    EXPECT_EQ(loadPeaks(dir.path(), song).hi[0], 1);
+    // The song rewritten louder, a second later: decoded again.
+    writeWav(32000);
+    QFile touched(song);
+    ASSERT_TRUE(touched.open(QIODevice::ReadWrite));
+    touched.setFileTime(info.lastModified().addSecs(1), QFileDevice::FileModificationTime);
+    touched.close();
+    EXPECT_EQ(int(loadPeaks(dir.path(), song).hi[0]), 124);
 }
