@@ -4,31 +4,52 @@
 // entry into edit mode (the map read into the table), 1000 steps forward
 // each with the events that follow it (the window's repaint), and the
 // leaving with the table written back; entry and leaving five times each.
+// Then the history: 1000 mixed edits on the map, each undone and redone
+// (the sheet following); and the waveform strip: the peaks of a generated
+// 10-minute song (decoded, no cache, then from the cache, on a worker
+// thread as in the program) and the strip's drawing around the rows.
 //   edit_table [rows]
 
+#include "align/wave_strip.h"
+#include "align/waveform.h"
 #include "bench_util.h"
 #include "core/session_state.h"
 #include "cursormap/map_file.h"
 #include "fakes.h"
 #include "pdf_gen.h"
+#include "recording/edit_history.h"
 #include "recording/edit_mode.h"
 #include "recording/recording_install.h"
+#include "recording/tic_ops.h"
 #include "sheet/qtpdf_viewer.h"
 #include "sheet/sheet_geometry.h"
 #include "sheet/sheet_window.h"
 
 #include <QApplication>
 #include <QFile>
+#include <QImage>
 #include <QMouseEvent>
 #include <QTemporaryDir>
+#include <cmath>
 #include <cstdio>
+#include <ctime>
 #include <random>
+#include <sndfile.h>
+#include <thread>
 
 using namespace mv;
 
 namespace {
 
 double elapsedMs(const QElapsedTimer& t) { return double(t.nsecsElapsed()) / 1e6; }
+
+// The calling thread's own CPU time: on a shared machine the wall clock also
+// counts the time other programs had the core.
+double threadCpuMs() {
+    timespec ts{};
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &ts);
+    return double(ts.tv_sec) * 1e3 + double(ts.tv_nsec) / 1e6;
+}
 
 // A left press on the Edit button, as the user gives it.
 void pressEdit(SheetWindow& w) {
@@ -47,6 +68,41 @@ struct PaintCounter : QObject {
         return false;
     }
 };
+
+// A stereo 44.1 kHz 16-bit WAV of `seconds`: a tone that swells and fades.
+bool writeSong(const QString& path, int seconds) {
+    SF_INFO info{};
+    info.samplerate = 44100;
+    info.channels = 2;
+    info.format = SF_FORMAT_WAV | SF_FORMAT_PCM_16;
+    SNDFILE* f = sf_open(path.toLocal8Bit().constData(), SFM_WRITE, &info);
+    if (!f) return false;
+    std::vector<short> block(size_t(44100) * 2);
+    for (int sec = 0; sec < seconds; ++sec) {
+        for (int i = 0; i < 44100; ++i) {
+            const double t = sec + i / 44100.0;
+            const double v = 12000 * std::sin(2 * M_PI * 220 * t) * (0.5 + 0.5 * std::sin(t));
+            block[size_t(2 * i)] = block[size_t(2 * i + 1)] = short(v);
+        }
+        sf_writef_short(f, block.data(), 44100);
+    }
+    sf_close(f);
+    return true;
+}
+
+// One mixed edit at a random row, through the handlers the buttons reach.
+void mixedEdit(Session& s, std::mt19937& rng, int rows) {
+    s.adobeF.Text3.setNumber(int(rng() % unsigned(rows - 2)) + 1);
+    switch (rng() % 5) {
+    case 0: adobeF::Command9_Click(s); break;  // Insert
+    case 1: adobeF::Command10_Click(s); break; // Delete
+    case 2: adobeF::AdjB_Click(s); break;
+    case 3: adobeF::Label4_MouseDown(s, 1); break; // TIC halved
+    default:
+        s.adobeF.Text1.setNumber(100 + rng() % 9000); // X typed
+        adobeF::CellTyped(s, QStringLiteral("Text1"));
+    }
+}
 
 } // namespace
 
@@ -139,6 +195,115 @@ int main(int argc, char** argv) {
             return 1;
         }
     }
+    // The history.
+    pressEdit(window);
+    QApplication::processEvents();
+    std::vector<double> records, undos, redos, undoCpu, redoCpu;
+    constexpr int kEdits = 1000;
+    QElapsedTimer t;
+    for (int i = 0; i < kEdits; ++i) {
+        t.restart();
+        mixedEdit(s, rng, rows);
+        records.push_back(elapsedMs(t));
+    }
+    const int historySteps = s.history->stack().count();
+    const QByteArray edited = s.tic.Tic[size_t(rows / 2)].toLatin1();
+    for (int i = 0; i < historySteps; ++i) {
+        t.restart();
+        const double cpu = threadCpuMs();
+        adobeF::UndoB_Click(s);
+        QApplication::processEvents();
+        undoCpu.push_back(threadCpuMs() - cpu);
+        undos.push_back(elapsedMs(t));
+    }
+    const bool undoneAll = !s.history->stack().canUndo();
+    for (int i = 0; i < historySteps; ++i) {
+        t.restart();
+        const double cpu = threadCpuMs();
+        adobeF::RedoB_Click(s);
+        QApplication::processEvents();
+        redoCpu.push_back(threadCpuMs() - cpu);
+        redos.push_back(elapsedMs(t));
+    }
+    if (!undoneAll || s.history->stack().canRedo() || s.tic.Tic[size_t(rows / 2)] != edited) {
+        std::fprintf(stderr, "edit_table: undo and redo did not walk the whole history\n");
+        return 1;
+    }
+    adobeF::Command7_MouseDown(s, 2); // leave without saving
+
+    // The waveform: a 10-minute song, decoded and reduced without a cache,
+    // then read from the cache; each on a worker thread, waited for.
+    const QString song = dir.filePath(QStringLiteral("Long.wav"));
+    if (!writeSong(song, 600)) {
+        std::fprintf(stderr, "edit_table: cannot write the song\n");
+        return 1;
+    }
+    double workerCpu = 0;
+    auto timedLoad = [&](align::Peaks& out) {
+        QElapsedTimer w;
+        w.start();
+        std::thread worker([&] {
+            const double cpu = threadCpuMs();
+            out = align::loadPeaks(dir.path(), song);
+            workerCpu = threadCpuMs() - cpu;
+        });
+        worker.join();
+        return elapsedMs(w);
+    };
+    align::Peaks peaks, cached;
+    const double peaksMs = timedLoad(peaks);
+    const double peaksCpu = workerCpu;
+    const double cachedMs = timedLoad(cached);
+    if (peaks.lo.size() < size_t(600 * peaks.perSecond) || cached.hi != peaks.hi) {
+        std::fprintf(stderr, "edit_table: the peaks are not the song's\n");
+        return 1;
+    }
+    // The same from an MP3 (the demo's), on the CPU, per minute of music:
+    // real songs are MP3s, whose decoding costs more than a WAV's reading.
+    double mp3CpuPerMin = -1;
+    {
+        const QString mp3 = QStringLiteral(MELLIVANE_SOURCE_DIR "/demo/songs/Ode to Joy.mp3");
+        align::Peaks p;
+        std::thread worker([&] {
+            const double cpu = threadCpuMs();
+            try {
+                p = align::decodePeaks(mp3);
+            } catch (const std::exception&) {
+                return;
+            }
+            mp3CpuPerMin = (threadCpuMs() - cpu) / (p.seconds() / 60);
+        });
+        worker.join();
+    }
+    // Drawing: the strip in edit mode over the 5000-row map, rendered at
+    // each of 300 rows, at the default view and zoomed out to a minute.
+    // The tics (about 1.3 s each) spread over the 10 minutes.
+    s.velmor.Text5.setText(QStringLiteral("0.09"));
+    align::installWaveStrip(s, window);
+    auto* strip = window.findChild<align::WaveStrip*>(QStringLiteral("Wave"));
+    pressEdit(window);
+    QApplication::processEvents();
+    strip->setPeaks(std::make_shared<const align::Peaks>(peaks), song);
+    strip->resize(900, 110);
+    QImage image(strip->size(), QImage::Format_ARGB32_Premultiplied);
+    std::vector<double> draws, drawCpu;
+    for (int zoom = 0; zoom < 2; ++zoom) {
+        if (zoom == 1) {
+            QWheelEvent out(QPointF(10, 10), QPointF(10, 10), QPoint(), QPoint(0, -120 * 9),
+                            Qt::NoButton, Qt::NoModifier, Qt::NoScrollPhase, false);
+            QApplication::sendEvent(strip, &out);
+        }
+        for (int i = 0; i < 300; ++i) {
+            s.g.CursorIndex = int16_t(i * (rows - 1) / 300);
+            t.restart();
+            const double cpu = threadCpuMs();
+            strip->render(&image);
+            drawCpu.push_back(threadCpuMs() - cpu);
+            draws.push_back(elapsedMs(t));
+        }
+    }
+    adobeF::Command7_MouseDown(s, 2);
+
     std::printf("rows: %d count\n", rows);
     std::printf("edit_load_ms: %.2f ms\n", bench::percentile(loads, 0.5));
     std::printf("edit_load_max_ms: %.2f ms\n", bench::percentile(loads, 1.0));
@@ -150,5 +315,19 @@ int main(int argc, char** argv) {
     std::printf("page_turns_painted_in_step: %d count\n", turnsPaintedInStep);
     std::printf("table_write_ms: %.2f ms\n", bench::percentile(writes, 0.5));
     std::printf("table_write_max_ms: %.2f ms\n", bench::percentile(writes, 1.0));
+    std::printf("history_steps: %d count\n", historySteps);
+    std::printf("edit_record_p99_ms: %.2f ms\n", bench::percentile(records, 0.99));
+    std::printf("undo_p99_ms: %.2f ms\n", bench::percentile(undos, 0.99));
+    std::printf("redo_p99_ms: %.2f ms\n", bench::percentile(redos, 0.99));
+    std::printf("undo_max_ms: %.2f ms\n", bench::percentile(undos, 1.0));
+    std::printf("undo_cpu_p99_ms: %.2f ms\n", bench::percentile(undoCpu, 0.99));
+    std::printf("redo_cpu_p99_ms: %.2f ms\n", bench::percentile(redoCpu, 0.99));
+    std::printf("waveform_peaks_ms: %.1f ms\n", peaksMs);
+    std::printf("waveform_peaks_cpu_ms: %.1f ms\n", peaksCpu);
+    std::printf("waveform_peaks_cached_ms: %.1f ms\n", cachedMs);
+    std::printf("waveform_peaks_mp3_cpu_ms_per_min: %.1f ms\n", mp3CpuPerMin);
+    std::printf("waveform_draw_p99_ms: %.2f ms\n", bench::percentile(draws, 0.99));
+    std::printf("waveform_draw_cpu_p99_ms: %.2f ms\n", bench::percentile(drawCpu, 0.99));
+    std::printf("waveform_draw_p50_ms: %.2f ms\n", bench::percentile(draws, 0.5));
     return 0;
 }

@@ -1,11 +1,13 @@
 #include "align/align_window.h"
 
 #include "align/audition.h"
+#include "align/wave_strip.h"
 #include "core/file_lookup.h"
 #include "core/messages.h"
 #include "core/session_state.h"
 #include "core/values.h"
 #include "cursormap/map_file.h"
+#include "recording/edit_history.h"
 #include "sheet/sheet_window.h"
 
 #include <QFileInfo>
@@ -82,6 +84,7 @@ void TightenB_MouseDown(Session& s, QWidget* parent, int button, QString& summar
         s, parent, QStringLiteral("Tightening the map to the music…"),
         [=](const Progress& p) { return tightenMap(song, bytes, timing, from, p); });
     if (!r || !s.adobeF.Shape2.get()) return; // cancelled, or edit mode left meanwhile
+    adobeF::EditScope edit(s, QStringLiteral("Tighten"));
     const MapText out = MapText::parse(r->bytes);
     for (int k = 0; k < rows && k < int(out.tics.size()); ++k) {
         const QString text = numberText(out.tics[size_t(k)]);
@@ -173,9 +176,11 @@ void installAlignControls(Session& s, SheetWindow& w) {
         if (!summary.isEmpty()) line->setText(summary);
     };
     w.handlers[QStringLiteral("AuditionB")] = [&s] { AuditionB_Click(s); }; // "Hear", key H
+    installWaveStrip(s, w);
 }
 
 void installAlign(Session& s, QWidget& mainWindow) {
+    s.keyed.add(QStringLiteral("WaveHeight"), s.adobeF.WaveHeight);
     auto* file = mainWindow.findChild<QMenu*>(QStringLiteral("FF"));
     if (!file) return;
     QAction* transfer = file->addAction(QStringLiteral("Map From Another Recording…"));

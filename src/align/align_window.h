@@ -37,14 +37,16 @@ void TightenB_MouseDown(Session& s, QWidget* parent, int button, QString& summar
 void TransferMap_Click(Session& s, QWidget* parent);
 
 // The recording of a song path: itself when it is an MP3 or WAV, else the
-// MP3 beside it (found whatever the case of its name).
+// MP3 beside the song base (any case of its name).
 QString recordingOf(const QString& songFile, const QString& songBase);
 
-// Adds the handlers of Tighten and Hear and the summary line to sheet window 1.
+// Adds the handlers of Tighten and Hear, the summary line and the waveform strip to
+// sheet window 1.
 void installAlignControls(Session& s, SheetWindow& w);
 
 // Adds "Map From Another Recording…" (TransferMap) to the File menu (the
-// QMenu "FF") of the main window.
+// QMenu "FF") of the main window, and keeps the waveform strip's height
+// ("WaveHeight") in "Mellivane.conf".
 void installAlign(Session& s, QWidget& mainWindow);
 
 } // namespace align

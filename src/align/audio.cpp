@@ -5,7 +5,9 @@
 
 namespace mv::align {
 
-Audio decodeAudio(const QString& path, const std::function<bool()>& cancelled) {
+long long decodeBlocks(const QString& path,
+                       const std::function<void(int rate, int channels, long long frames)>& opened,
+                       const AudioBlock& take, const std::function<bool()>& cancelled) {
     SF_INFO info{};
     SNDFILE* f = sf_open(path.toLocal8Bit().constData(), SFM_READ, &info);
     if (!f)
@@ -17,32 +19,49 @@ Audio decodeAudio(const QString& path, const std::function<bool()>& cancelled) {
         throw std::runtime_error(
             QStringLiteral("Cannot decode \"%1\": no sound in it").arg(path).toStdString());
     }
-    const int factor = std::max(1, info.samplerate / 22050);
-    Audio a;
-    a.rate = info.samplerate / factor;
-    if (info.frames > 0) a.samples.reserve(size_t(info.frames / factor) + 1);
-    std::vector<float> block(size_t(4096) * size_t(info.channels));
-    double acc = 0;
-    int n = 0;
+    opened(info.samplerate, info.channels, info.frames);
+    constexpr sf_count_t kBlock = 16384;
+    std::vector<float> block(size_t(kBlock) * size_t(info.channels));
+    long long frames = 0;
     for (;;) {
-        const sf_count_t got = sf_readf_float(f, block.data(), 4096);
+        const sf_count_t got = sf_readf_float(f, block.data(), kBlock);
         if (got <= 0) break;
-        for (sf_count_t i = 0; i < got; ++i) {
-            float mono = 0;
-            for (int c = 0; c < info.channels; ++c)
-                mono += block[size_t(i) * size_t(info.channels) + size_t(c)];
-            acc += mono / float(info.channels);
-            if (++n == factor) {
-                a.samples.push_back(float(acc / factor));
-                acc = 0;
-                n = 0;
-            }
-        }
+        take(block.data(), size_t(got));
+        frames += got;
         if (cancelled && cancelled()) break;
     }
-    const int err = sf_error(f);
     sf_close(f);
-    if (a.samples.size() < size_t(a.rate) / 10 || (err != SF_ERR_NO_ERROR && a.samples.empty()))
+    return frames;
+}
+
+Audio decodeAudio(const QString& path, const std::function<bool()>& cancelled) {
+    Audio a;
+    int factor = 1, channels = 1;
+    double acc = 0;
+    int n = 0;
+    decodeBlocks(
+        path,
+        [&](int rate, int ch, long long frames) {
+            factor = std::max(1, rate / 22050);
+            a.rate = rate / factor;
+            channels = ch;
+            if (frames > 0) a.samples.reserve(size_t(frames / factor) + 1);
+        },
+        [&](const float* block, size_t got) {
+            for (size_t i = 0; i < got; ++i) {
+                float mono = 0;
+                for (int c = 0; c < channels; ++c)
+                    mono += block[i * size_t(channels) + size_t(c)];
+                acc += mono / float(channels);
+                if (++n == factor) {
+                    a.samples.push_back(float(acc / factor));
+                    acc = 0;
+                    n = 0;
+                }
+            }
+        },
+        cancelled);
+    if (a.samples.size() < size_t(a.rate) / 10)
         throw std::runtime_error(
             QStringLiteral("Cannot decode \"%1\": no sound in it").arg(path).toStdString());
     return a;

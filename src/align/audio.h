@@ -21,4 +21,14 @@ struct Audio {
 // between blocks; when it says yes the decode stops with what it has.
 Audio decodeAudio(const QString& path, const std::function<bool()>& cancelled = {});
 
+// The decoder underneath: hands `take` the file's frames block by block
+// (interleaved, `channels` a frame, at the file's own rate; `opened` gets
+// the rate, the channels and the frames the file says it holds, first) and returns the number of
+// frames.  Throws as decodeAudio for a file that cannot be opened or has fewer than 4000 frames a
+// second; a read error after the start ends the blocks.  `cancelled` is asked between blocks.
+using AudioBlock = std::function<void(const float* frames, size_t count)>;
+long long decodeBlocks(const QString& path,
+                       const std::function<void(int rate, int channels, long long frames)>& opened,
+                       const AudioBlock& take, const std::function<bool()>& cancelled = {});
+
 } // namespace mv::align

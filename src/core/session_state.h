@@ -21,6 +21,7 @@
 #include <array>
 #include <cstdint>
 #include <functional>
+#include <memory>
 
 namespace mv {
 
@@ -29,6 +30,7 @@ class PdfViewer;
 class Messages;
 class Beeper;
 class WindowRegistry;
+class EditHistory;
 
 // The process-wide variables.  Flags are 0 or -1.
 struct Globals {
@@ -239,6 +241,7 @@ struct SheetOneState {
     Prop<double> Picture3Height{12455}; // the carrier: two screen heights once a sheet is loaded
     Prop<double> AcroPDF1Height{12450}; // the viewer: Text6 screen heights once loaded
     Prop<double> VScroll1Top{45}, VScroll1Height{8895};
+    Field WaveHeight{QStringLiteral("110")}; // the waveform strip's height in pixels (edit mode)
     PdfViewer* AcroPDF1 = nullptr;
     SheetPresses presses;
     // Gives the input focus to Command14 "Auto Scroll" (the window installs
@@ -343,6 +346,8 @@ struct Session {
     InputTime inputTime;
     // "OutputDelay.txt": the Output Delay of each audio output (core/output_delay.h).
     OutputDelays outputDelays;
+    // Edit mode's undo and redo; installed by recording.
+    std::shared_ptr<EditHistory> history;
 
     // Operations that one subsystem calls in another, by name.  Each is
     // installed by the subsystem that owns it; an empty one does nothing.

@@ -5,6 +5,7 @@
 #include "core/session_state.h"
 #include "cursormap/cursor_fields.h"
 #include "cursormap/map_file.h"
+#include "recording/edit_history.h"
 #include "sheet/pdf_viewer.h"
 #include "transport/media_player.h"
 
@@ -159,6 +160,7 @@ void enterEditMode(Session& s) {
     s.g.CursorIndex = 0;
     editLoad(s, map);
     s.g.CursorStarted = 0;
+    if (s.history) s.history->begin(); // the history starts at the table as read
 }
 
 void leaveSaving(Session& s) {
@@ -230,10 +232,51 @@ void Command5_MouseDown(Session& s, int button) { button == 1 ? StepForward(s) :
 
 void Command8_MouseDown(Session& s, int button) { button == 1 ? StepBack(s) : SearchBack(s); }
 
-void StepForward(Session& s) { runStep(s, Step::Forward); }
-void SearchForward(Session& s) { runStep(s, Step::SearchForward); }
-void StepBack(Session& s) { runStep(s, Step::Back); }
-void SearchBack(Session& s) { runStep(s, Step::SearchBack); }
+// A step adds the offset fields to the rows it shows: with offsets, an edit.
+void StepForward(Session& s) {
+    EditScope edit(s, QStringLiteral("Step"));
+    runStep(s, Step::Forward);
+}
+void SearchForward(Session& s) {
+    EditScope edit(s, QStringLiteral("Step"));
+    runStep(s, Step::SearchForward);
+}
+void StepBack(Session& s) {
+    EditScope edit(s, QStringLiteral("Step"));
+    runStep(s, Step::Back);
+}
+void SearchBack(Session& s) {
+    EditScope edit(s, QStringLiteral("Step"));
+    runStep(s, Step::SearchBack);
+}
+
+void ShowRowAt(Session& s, int row, int pageTurns) {
+    SheetOneState& f = s.adobeF;
+    SheetTwoState& w2 = s.adobeF2;
+    VelmorState& v = s.velmor;
+    const TicTable& t = s.tic;
+    if (!f.Shape2.get() || row < 0 || row > TicTable::kLastRow) return;
+    takeRedMarkBack(s);
+    s.g.CursorStarted = kTrue;
+    s.g.CursorIndex = int16_t(row);
+    f.Text3.setNumber(row);
+    // The readouts write their cells back as they are: the table stays.
+    const auto r = size_t(row);
+    f.Text4.setText(t.Tic[r]);
+    f.Text1.setText(t.X[r]);
+    tryAction([&] { PosLeft(s, val(t.X[r]) + v.XOffset.value()); });
+    f.Text2.setText(t.Y[r]);
+    tryAction([&] { PosTop(s, (val(t.Y[r]) + v.YOffset.value()) * (v.ZoomIt.value() / 100)); });
+    showCursorIfAllowed(s);
+    f.Text7.setText(t.Scr[r]);
+    tryAction([&] { f.VScroll1.set(sheetScroll(s, val(t.Scr[r]))); });
+    if (w2.Visible.get())
+        tryAction([&] { w2.VScroll1.set(roundWord(val(t.Scr[r]) + v.ScrollOffset.value())); });
+    f.Text9.setText(t.Nxt[r]);
+    f.Text10.setText(t.Prv[r]);
+    for (int k = 0; k < std::abs(pageTurns); ++k)
+        turnPage(s, pageTurns > 0);
+}
 
 void SAV_Click(Session& s) {
     if (!s.adobeF.Shape2.get()) {

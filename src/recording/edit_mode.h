@@ -37,6 +37,13 @@ void StepBack(Session& s);
 // row 0 when no such row comes first.
 void SearchBack(Session& s);
 
+// Puts `row` on show as a step to it shows it, without adding the offset
+// fields and without changing the table: the readouts, the cursor, the
+// scroll, and `pageTurns` page turns (forward when positive, back when
+// negative).  Used where the row is chosen rather than stepped to (undo,
+// the waveform's marks).  Edit mode only; a row outside 0..5000 is ignored.
+void ShowRowAt(Session& s, int row, int pageTurns);
+
 // File "Save": through the Edit button, so the map is written with the
 // present zoom, left offset and volume; then the settings.
 void SAV_Click(Session& s);

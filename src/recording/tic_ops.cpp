@@ -2,6 +2,7 @@
 
 #include "core/messages.h"
 #include "core/session_state.h"
+#include "recording/edit_history.h"
 #include "recording/edit_mode.h"
 
 namespace mv::adobeF {
@@ -35,6 +36,7 @@ void addBack(Session& s) { s.adobeF.Text4.setNumber(s.adobeF.Text4.value() + s.g
 
 void Command9_Click(Session& s) {
     if (!editMode(s)) return;
+    EditScope edit(s, QStringLiteral("Insert"));
     guarded(s, [&] {
         TicTable& t = s.tic;
         const int c = s.g.CursorIndex;
@@ -56,6 +58,7 @@ void Command9_Click(Session& s) {
 
 void Command10_Click(Session& s) {
     if (!editMode(s)) return;
+    EditScope edit(s, QStringLiteral("Delete"));
     TicTable& t = s.tic;
     for (int i = s.g.CursorIndex; i < TicTable::kLastRow; ++i)
         copyRow(t, i, i + 1);
@@ -66,6 +69,7 @@ void Command10_Click(Session& s) {
 
 void AdjB_Click(Session& s) {
     if (!editMode(s)) return;
+    EditScope edit(s, QStringLiteral("Adj"));
     guarded(s, [&] {
         halveTic(s);
         StepForward(s);
@@ -74,6 +78,7 @@ void AdjB_Click(Session& s) {
 }
 
 void Label4_MouseDown(Session& s, int button) {
+    EditScope edit(s, button == 1 ? QStringLiteral("Halve") : QStringLiteral("Add back"));
     guarded(s, [&] { button == 1 ? halveTic(s) : addBack(s); });
 }
 
@@ -93,6 +98,10 @@ void Picture1_MouseMove(Session& s, bool leftDown, double x, double y) {
     f.Text2.setNumber(f.Picture1.Top.get());
 }
 
-void Picture1_MouseUp(Session& s) { s.g.CursorDragging = 0; }
+void Picture1_MouseUp(Session& s) {
+    s.g.CursorDragging = 0;
+    // The whole drag is one step, recorded when the button comes up.
+    if (editMode(s) && s.history) s.history->record(QStringLiteral("Drag"), s.g.CursorIndex);
+}
 
 } // namespace mv::adobeF

@@ -20,6 +20,7 @@
 #include <QPushButton>
 #include <QScreen>
 #include <QScrollBar>
+#include <QShortcut>
 #include <QTimer>
 
 namespace mv {
@@ -93,6 +94,11 @@ SheetWindow::SheetWindow(Session& s, QWidget* viewer, QWidget* parent) : QWidget
         e->setFont(stripFont());
         subs_.push_back(bindLineEdit(*field, e, &s.messages));
         controls_[e->objectName()] = e;
+        // After the field has the text (the binding connected first).
+        const QString key = e->objectName();
+        connect(e, &QLineEdit::textEdited, this, [this, key] {
+            if (fieldTyped) guarded([&] { fieldTyped(key); });
+        });
     }
     // Step additions to X, Y and SCR (edit mode).
     const std::tuple<const char*, Field*, const char*> additions[] = {
@@ -138,6 +144,22 @@ SheetWindow::SheetWindow(Session& s, QWidget* viewer, QWidget* parent) : QWidget
     button("Command11", QStringLiteral("Help"));
     button("Command1", QStringLiteral("Close"));
     button("Command16", QStringLiteral("M Play"));
+    // Edit mode's history: shown in edit mode only.
+    subs_.push_back(bindVisible(f.Shape2, button("UndoB", QStringLiteral("Undo"))));
+    subs_.push_back(bindVisible(f.Shape2, button("RedoB", QStringLiteral("Redo"))));
+    // Ctrl+Z, Ctrl+Shift+Z and Ctrl+Y; a field being typed in takes them
+    // first for its own text.
+    const std::pair<QKeySequence, const char*> keys[] = {
+        {QKeySequence::Undo, "UndoB"},
+        {QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_Z), "RedoB"},
+        {QKeySequence(Qt::CTRL | Qt::Key_Y), "RedoB"}};
+    for (const auto& [key, name] : keys) {
+        auto* sc = new QShortcut(key, this);
+        const QString target = QString::fromLatin1(name);
+        connect(sc, &QShortcut::activated, this, [this, target] {
+            if (auto h = handlers.value(target)) guarded(h);
+        });
+    }
 
     const QHash<QString, QString> lightNames = {{"Shape1", "Record light"},
                                                 {"Shape2", "Edit light"},
@@ -397,6 +419,7 @@ void SheetWindow::moveEvent(QMoveEvent* e) {
 // The window's outer height, which the button panel and the overlay follow.
 void SheetWindow::resizeEvent(QResizeEvent* e) {
     s_.adobeF.Height = frameGeometry().height() * 15.0;
+    placeBottomStrip();
     QWidget::resizeEvent(e);
 }
 
@@ -554,6 +577,8 @@ void SheetWindow::AdjustAll() {
     place(c("Text8"), left("Text1") + 870, 3000, 495, 375);
     place(c("Command5"), left("Text10"), 4080, 855, 255);
     place(c("Command8"), left("Text10"), 4440, 855, 255);
+    place(c("UndoB"), right("Command5") + 30, 4080, 570, 255);
+    place(c("RedoB"), right("Command8") + 30, 4440, 570, 255);
     place(c("Command6"), left("Label7"), 5160 + down, 1335, 735);
     place(c("Command3"), left("Label7"), 6000 + down, 1335, 615);
     place(c("Command4"), left("Label7"), 6720 + down, 1335, 615);
@@ -571,6 +596,20 @@ void SheetWindow::AdjustAll() {
     for (QWidget* w : std::as_const(controls_))
         w->raise();
     picture1_->raise();
+    placeBottomStrip();
+}
+
+void SheetWindow::setBottomStrip(QWidget* strip) {
+    bottom_ = strip;
+    placeBottomStrip();
+}
+
+void SheetWindow::placeBottomStrip() {
+    if (!bottom_) return;
+    // The setting's height, kept between 40 pixels and half the window.
+    const int h = std::clamp(int(s_.adobeF.WaveHeight.value()), 40, std::max(40, height() / 2));
+    bottom_->setGeometry(0, height() - h, std::max(1, vscroll1_->x()), h);
+    bottom_->raise();
 }
 
 } // namespace mv

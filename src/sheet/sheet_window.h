@@ -64,6 +64,15 @@ class SheetWindow : public QWidget {
     // the sheet's presses count them), and a button was released over it.
     std::function<void(bool leftDown, double x, double y)> cursorMoved;
     std::function<void()> cursorReleased;
+    // The user typed in one of the table's readouts ("Text1", "Text4", ...),
+    // after the field has taken the text.
+    std::function<void(const QString& field)> fieldTyped;
+
+    // Puts `strip` along the bottom of the sheet, from the window's left edge
+    // to the scroll bar, WaveHeight pixels high (40 to half the window); it
+    // follows every resize.  The caller shows and hides it.
+    void setBottomStrip(QWidget* strip);
+    void placeBottomStrip();
 
     // Opens the window where sheetOnePlace says, on the screen it is on
     // (`placeFileRead`: "AdobeFx.ini" was read), and keeps it inside that
@@ -112,6 +121,7 @@ class SheetWindow : public QWidget {
     QScrollBar* vscroll1_;
     QWidget* picture1_;
     QHash<QString, QWidget*> controls_;
+    QWidget* bottom_ = nullptr;
     std::vector<Subscription> subs_;
     int16_t widthDragging_ = 0; // WidthDragging: a press on the free surface, not yet released
 };

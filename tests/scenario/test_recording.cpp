@@ -2,11 +2,15 @@
 // time: presses on the sheet at known moments and places become the exact
 // bytes of a recorded map; an edit session of steps, a search, Insert,
 // Delete, Adj, a drag and an offset walk becomes the exact bytes of the
-// rewritten map; Append writes its clicks after the row on show.
+// rewritten map; Append writes its clicks after the row on show; every edit
+// undoes and redoes exactly; the waveform strip picks and moves tics.
 
+#include "align/operations.h"
+#include "align/wave_strip.h"
 #include "core/observable.h"
 #include "core/session_state.h"
 #include "fakes.h"
+#include "recording/edit_history.h"
 #include "recording/edit_mode.h"
 #include "recording/recording_install.h"
 #include "sheet/navigation.h"
@@ -20,9 +24,11 @@
 #include <QDir>
 #include <QFile>
 #include <QKeyEvent>
+#include <QLineEdit>
 #include <QMouseEvent>
 #include <QPushButton>
 #include <QTemporaryDir>
+#include <QTest>
 #include <gtest/gtest.h>
 
 using namespace mv;
@@ -32,6 +38,15 @@ namespace {
 
 // The song's map at the start of every test: the recorded form, with a
 // second sheet's line read from a file.
+// Every cell of every row, 0 to 5000: two tables with equal bytes are equal.
+QByteArray tableBytes(const TicTable& t) {
+    QByteArray b;
+    for (int r = 0; r < TicTable::kRows; ++r)
+        for (const QString& c : ticRow(t, r))
+            b += c.toUtf8() + '|';
+    return b;
+}
+
 const QStringList kFixture =
     QStringList{"100@", "0%", "350#1", "#2", "#3", "#4", "#5", "#6", " 80^"} +
     rec("2000", " 1000 ", " 2000 ", "0") + rec("2000", " 2000 ", " 2000 ", "0") +
@@ -422,6 +437,199 @@ TEST_F(RecordingTest, RowOperationsAtTheirEdges) {
         press("Command7", Qt::RightButton);
     }
     EXPECT_EQ(map(), before); // no case saved
+}
+
+// Each kind of edit, one after another, then undone one by one: the table
+// comes back byte for byte to the state before each, with the row it was
+// made on shown; redone, forward again; an edit after an undo drops what
+// could have been redone; all undone, the map written is the unedited one.
+TEST_F(RecordingTest, EveryEditUndoesAndRedoesExactly) {
+    press("Command7");
+    press("Command7"); // in and out without edits: the map as edit mode writes it
+    const QByteArray unedited = map();
+    press("Command7");
+    QWidget* cursor = control("Picture1");
+    auto* tic = qobject_cast<QLineEdit*>(control("Text4"));
+    auto type = [&](const QString& text) {
+        tic->selectAll();
+        for (QChar c : text) {
+            QKeyEvent e(QEvent::KeyPress, Qt::Key_0 + (c.unicode() - '0'), Qt::NoModifier, c);
+            QApplication::sendEvent(tic, &e);
+        }
+    };
+    struct Edit {
+        const char* name;
+        std::function<void()> before, edit; // `before` only moves between rows
+    };
+    const Edit edits[] = {
+        {"Insert", [&] { press("Command5"); }, [&] { button("Command9"); }},
+        {"Delete", [&] { press("Command5"); }, [&] { button("Command10"); }},
+        {"Adj", [] {}, [&] { button("AdjB"); }},
+        {"StepWithOffsets", [&] { s.adobeF.Text5.setText("10"); },
+         [&] {
+             press("Command5");
+             s.adobeF.Text5.setText("");
+         }},
+        {"CursorDrag", [] {},
+         [&] {
+             mouse(cursor, QEvent::MouseMove, {200, 100}, Qt::NoButton, Qt::LeftButton);
+             mouse(cursor, QEvent::MouseMove, {230, 120}, Qt::NoButton, Qt::LeftButton);
+             mouse(cursor, QEvent::MouseButtonRelease, {230, 120}, Qt::LeftButton, Qt::NoButton);
+         }},
+        {"TypedTic", [&] { press("Command8"); }, [&] { type("1234"); }},
+        {"TicHalved", [] {}, [&] { press("Label4"); }},
+        {"TicAddedBack", [&] { press("Command5"); }, [&] { press("Label4", Qt::RightButton); }},
+    };
+    std::vector<QByteArray> states{tableBytes(s.tic)};
+    std::vector<int> rows;
+    for (const Edit& e : edits) {
+        e.before();
+        rows.push_back(s.g.CursorIndex);
+        e.edit();
+        states.push_back(tableBytes(s.tic));
+        EXPECT_NE(states.back(), states[states.size() - 2]) << e.name << " changed nothing";
+    }
+    for (size_t i = std::size(edits); i-- > 0;) {
+        SCOPED_TRACE(edits[i].name);
+        button("UndoB");
+        EXPECT_EQ(tableBytes(s.tic), states[i]);
+        EXPECT_EQ(std::tuple(int(s.g.CursorIndex), s.adobeF.Text4.text()),
+                  std::tuple(rows[i], s.tic.Tic[size_t(rows[i])]));
+    }
+    EXPECT_FALSE(control("UndoB")->isEnabled());
+    for (size_t i = 0; i < std::size(edits); ++i) {
+        SCOPED_TRACE(edits[i].name);
+        button("RedoB");
+        EXPECT_EQ(tableBytes(s.tic), states[i + 1]);
+    }
+    EXPECT_FALSE(control("RedoB")->isEnabled());
+    button("UndoB");
+    button("UndoB");
+    button("Command10"); // a new edit: the two undone ones are gone
+    const QByteArray afterDelete = tableBytes(s.tic);
+    EXPECT_FALSE(control("RedoB")->isEnabled());
+    button("RedoB");
+    EXPECT_EQ(tableBytes(s.tic), afterDelete);
+    for (int i = 0; i < 20; ++i)
+        button("UndoB");
+    EXPECT_EQ(tableBytes(s.tic), states[0]);
+    press("Command7");
+    EXPECT_EQ(map(), unedited);
+    // Out of edit mode the history is gone.
+    press("Command7");
+    EXPECT_FALSE(control("UndoB")->isEnabled() || control("RedoB")->isEnabled());
+}
+
+// The keys of the window: Ctrl+Z undoes, Ctrl+Y and Ctrl+Shift+Z redo; a
+// field being typed in takes Ctrl+Z for its own text first.
+TEST_F(RecordingTest, UndoKeysOnTheWindowAndInAField) {
+    window.show();
+    QApplication::setActiveWindow(&window);
+    ASSERT_TRUE(QTest::qWaitForWindowActive(&window));
+    press("Command7");
+    press("Command5");
+    const QString before = s.tic.Tic[1];
+    button("Command10");
+    const QString deleted = s.tic.Tic[1];
+    auto keys = [&](QWidget* to, Qt::KeyboardModifiers m, Qt::Key k) {
+        QTest::keyClick(to, k, m);
+        return s.tic.Tic[1];
+    };
+    EXPECT_EQ((QStringList{keys(&window, Qt::ControlModifier, Qt::Key_Z),
+                           keys(&window, Qt::ControlModifier, Qt::Key_Y),
+                           keys(&window, Qt::ControlModifier, Qt::Key_Z),
+                           keys(&window, Qt::ControlModifier | Qt::ShiftModifier, Qt::Key_Z)}),
+              (QStringList{before, deleted, before, deleted}));
+    auto* tic = qobject_cast<QLineEdit*>(control("Text4"));
+    tic->setFocus();
+    tic->selectAll();
+    QTest::keyClicks(tic, "77");
+    const QString typed = s.tic.Tic[1];
+    const QString undone = keys(tic, Qt::ControlModifier, Qt::Key_Z); // the field's own undo
+    EXPECT_EQ(readouts(typed, undone, s.history->stack().count()), readouts("77", deleted, 1));
+    press("Command7", Qt::RightButton);
+}
+
+// The strip under the sheet: hidden outside edit mode; a click on a mark
+// shows that row (its page turned to); a drag moves that tic and the next
+// one the other way, one undo step.
+TEST_F(RecordingTest, WaveStripPicksAndMovesTics) {
+    align::installWaveStrip(s, window);
+    // A tic's milliseconds are the music's: no factor, no delay before it.
+    s.velmor.Text5.setText("1");
+    s.velmor.FirstNote.setText("0");
+    s.velmor.LoadPDF.set(0);
+    QWidget* wave = control("Wave");
+    EXPECT_FALSE(wave->isVisibleTo(&window));
+    press("Command7");
+    ASSERT_TRUE(wave->isVisibleTo(&window));
+    wave->resize(800, 100); // the 8 s view: 10 ms a pixel
+    // Marks at 2000, 4000, 7001, 9001 ms; the view is centred on the row on
+    // show (row 0 at entry).
+    auto waveClick = [&](int x) { click(wave, wave->mapTo(&window, QPoint(x, 50))); };
+    waveClick(600); // 4000 ms: row 1
+    EXPECT_EQ(readouts(s.g.CursorIndex, s.adobeF.Text4.text()), readouts(1, "2000"));
+    const int page = viewer.page;
+    const QPoint from = wave->mapTo(&window, QPoint(700, 50)); // row 2, 7001 ms
+    mouse(wave, QEvent::MouseButtonPress, from, Qt::LeftButton, Qt::LeftButton);
+    mouse(wave, QEvent::MouseMove, from + QPoint(20, 0), Qt::NoButton, Qt::LeftButton);
+    mouse(wave, QEvent::MouseButtonRelease, from + QPoint(40, 0), Qt::LeftButton, Qt::NoButton);
+    EXPECT_EQ(readouts(s.g.CursorIndex, s.tic.Tic[2], s.tic.Tic[3], s.adobeF.Text4.text()),
+              readouts(2, "3400", "1601", "3400"));
+    waveClick(560); // 9001 ms from row 2's view (7400 ms): row 3, which turns the page
+    EXPECT_EQ(readouts(s.g.CursorIndex, viewer.page - page), readouts(3, 1));
+    button("UndoB");
+    EXPECT_EQ(readouts(s.g.CursorIndex, s.tic.Tic[2], s.tic.Tic[3], viewer.page - page),
+              readouts(1, "3001", "2000", 0));
+    press("Command7", Qt::RightButton);
+    EXPECT_FALSE(wave->isVisibleTo(&window));
+}
+
+// A step keeps only the rows it touched, and turns each state into the
+// other exactly, at the table's ends too.
+TEST(TableChange, KeepsTheTouchedRowsAndRestoresBothWays) {
+    // Tables are large (5001 rows): on the heap.
+    using Table = std::unique_ptr<TicTable>;
+    const Table full = std::make_unique<TicTable>();
+    for (int r = 0; r < TicTable::kRows; ++r)
+        full->Tic[size_t(r)] = QString::number(r + 1);
+    auto insertAt = [&](int row) {
+        Table t = std::make_unique<TicTable>(*full);
+        for (int i = TicTable::kLastRow; i > row; --i)
+            setRow(*t, i, rowOf(*t, i - 1));
+        t->Tic[size_t(row)] = t->Tic[size_t(row) + 1] = "half"; // as Insert splits
+        return t;
+    };
+    auto deleteAt = [&](int row) {
+        Table t = std::make_unique<TicTable>(*full);
+        for (int i = row; i < TicTable::kLastRow; ++i)
+            setRow(*t, i, rowOf(*t, i + 1));
+        setRow(*t, TicTable::kLastRow, TicRow{});
+        return t;
+    };
+    auto cell = [&](int row) {
+        Table t = std::make_unique<TicTable>(*full);
+        t->X[size_t(row)] = "x";
+        return t;
+    };
+    const std::tuple<const char*, Table, size_t> cases[] = {
+        {"OneCell", cell(2500), 2},
+        {"InsertNearTheStart", insertAt(3), 3},
+        {"InsertAtTheLastRowButOne", insertAt(4999), 3},
+        {"DeleteTheFirst", deleteAt(0), 1},
+        {"DeleteTheLast", deleteAt(5000), 1},
+    };
+    for (const auto& [name, edited, rows] : cases) {
+        SCOPED_TRACE(name);
+        const TableChange c = TableChange::between(*full, *edited);
+        EXPECT_EQ(c.before.size() + c.after.size(), rows);
+        Table t = std::make_unique<TicTable>(*full);
+        c.redo(*t);
+        EXPECT_EQ(tableBytes(*t), tableBytes(*edited));
+        c.undo(*t);
+        EXPECT_EQ(tableBytes(*t), tableBytes(*full));
+    }
+    EXPECT_TRUE(TableChange::between(*full, *full).empty());
 }
 
 } // namespace

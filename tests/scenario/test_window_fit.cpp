@@ -3,6 +3,7 @@
 // frame inside the screen's free part, each caption whole, no control
 // outside its window.
 
+#include "align/align_window.h"
 #include "app/main_window.h"
 #include "core/fit_check.h"
 #include "core/qt_bind.h"
@@ -55,6 +56,7 @@ class WindowFitTest : public ::testing::Test {
         windows.define("AdobeF", [this] {
             auto* w = new SheetWindow(s, nullptr);
             installRecordingControls(s, *w);
+            align::installAlignControls(s, *w);
             w->placeOnScreen(false);
             return w;
         });
@@ -141,6 +143,8 @@ void WindowFitTest::walk() {
         {"sheet window 2", [this] { s.showSheet2(); }},
         {"edit mode",
          [this] {
+             s.g.SongBase =
+                 dir.filePath("Song.mp3"); // a song without a map: edit mode all the same
              QTest::mouseClick(windows.get("AdobeF")->findChild<QWidget*>("Command7"),
                                Qt::LeftButton);
          }},

@@ -5,7 +5,12 @@
 #include "align/map_times.h"
 #include "align/snap.h"
 #include "align/warp.h"
+#include "align/waveform.h"
 
+#include <QFile>
+#include <QFileInfo>
+#include <QTemporaryDir>
+#include <QtEndian>
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -147,4 +152,115 @@ TEST(Align, TicTimesAndMusicPositions) {
         for (size_t k = 1; k < want.size(); ++k)
             EXPECT_NEAR(got[k], want[k], 1.5) << k;
     }
+}
+
+// The strip's peaks: each slice's lowest and highest sample; the cache file
+// read back only for the song's own size and time, and only whole.
+TEST(Waveform, PeaksAndTheirCache) {
+    Audio a;
+    a.rate = 1000;
+    for (int i = 0; i < 250; ++i) // a ramp from -1 up, 100 samples a slice at 10 a second
+        a.samples.push_back(float(i) / 125 - 1);
+    const Peaks p = computePeaks(a, 10);
+    EXPECT_EQ(std::vector<int>(p.lo.begin(), p.lo.end()), (std::vector<int>{-127, -25, 76}));
+    EXPECT_EQ(std::vector<int>(p.hi.begin(), p.hi.end()), (std::vector<int>{-26, 75, 126}));
+    int lo = 0, hi = 0;
+    EXPECT_TRUE(p.range(150, 250, lo, hi));
+    EXPECT_EQ(std::pair(lo, hi), std::pair(-25, 126));
+    EXPECT_FALSE(p.range(400, 500, lo, hi));
+
+    const QByteArray file = peaksCacheBytes(p, 1234, 99);
+    const std::optional<Peaks> back = parsePeaksCache(file, 1234, 99);
+    ASSERT_TRUE(back);
+    EXPECT_EQ(std::tuple(back->perSecond, back->lo, back->hi), std::tuple(10, p.lo, p.hi));
+    for (const auto& [bytes, size, time] :
+         {std::tuple(file, 1235, 99), std::tuple(file, 1234, 98),
+          std::tuple(file.chopped(1), 1234, 99), std::tuple(file + 'x', 1234, 99),
+          std::tuple("X" + file.mid(1), 1234, 99)})
+        EXPECT_FALSE(parsePeaksCache(bytes, size, time));
+}
+
+// Dragging a mark: the tic takes the move, the next one gives it back, and
+// the move stops at the neighbours' marks.
+TEST(Waveform, MovingATicKeepsTheLaterOnes) {
+    PlayTiming t;
+    t.ticFactor = 1;
+    t.musicStartMs = 0;
+    t.firstNoteMs = 0;
+    struct Case {
+        int row;
+        double toMs;
+        std::vector<QString> tics;
+    };
+    // Marks at 1000, 3000, 6000.
+    const Case cases[] = {
+        {1, 3250, {"1000", "2250", "2750"}},
+        {1, 500, {"1000", "0", "5000"}},     // not before the mark before it
+        {1, 9000, {"1000", "5000", "0"}},    // nor after the one after it
+        {0, 400, {"400", "2600", "3000"}},   // the first counts from the start
+        {2, 7000, {"1000", "2000", "4000"}}, // the last has none after it
+        {3, 7000, {"1000", "2000", "3000"}}, // no such row
+    };
+    for (const Case& c : cases) {
+        mv::TicTable table;
+        table.Tic[0] = "1000";
+        table.Tic[1] = "2000";
+        table.Tic[2] = "3000";
+        EXPECT_EQ(moveTic(table, c.row, c.toMs, t), c.row < 3);
+        EXPECT_EQ((std::vector<QString>{table.Tic[0], table.Tic[1], table.Tic[2]}), c.tics)
+            << c.row << " to " << c.toMs;
+    }
+}
+
+// The cache beside the settings: read back while the song file keeps its
+// size and time, made again once the file changes.
+TEST(Waveform, CacheFollowsTheSongFile) {
+    QTemporaryDir dir;
+    const QString song = dir.filePath("Song.wav");
+    // One second of a 16-bit mono WAV at 8000 Hz: a square wave at half scale.
+    auto writeWav = [&](int16_t level) {
+        QByteArray pcm;
+        for (int i = 0; i < 8000; ++i) {
+            const int16_t v = qToLittleEndian<int16_t>(int16_t(i % 20 < 10 ? level : -level));
+            pcm.append(reinterpret_cast<const char*>(&v), 2);
+        }
+        QByteArray h = "RIFF";
+        auto u32 = [&h](quint32 v) {
+            v = qToLittleEndian(v);
+            h.append(reinterpret_cast<const char*>(&v), 4);
+        };
+        auto u16 = [&h](quint16 v) {
+            v = qToLittleEndian(v);
+            h.append(reinterpret_cast<const char*>(&v), 2);
+        };
+        u32(quint32(36 + pcm.size()));
+        h += "WAVEfmt ";
+        u32(16), u16(1), u16(1), u32(8000), u32(16000), u16(2), u16(16);
+        h += "data";
+        u32(quint32(pcm.size()));
+        QFile f(song);
+        ASSERT_TRUE(f.open(QIODevice::WriteOnly));
+        f.write(h + pcm);
+    };
+    writeWav(16384);
+    const Peaks first = loadPeaks(dir.path(), song);
+    EXPECT_EQ(std::tuple(first.lo.size(), int(first.hi[0]), int(first.lo[0])),
+              std::tuple(200, 64, -64));
+    // A cache of other peaks for this very file is what the next load gives.
+    Peaks other = first;
+    other.hi[0] = 1;
+    const QFileInfo info(song);
+    QFile cache(peaksCachePath(dir.path(), song));
+    ASSERT_TRUE(cache.exists());
+    ASSERT_TRUE(cache.open(QIODevice::WriteOnly));
+    cache.write(peaksCacheBytes(other, info.size(), info.lastModified().toMSecsSinceEpoch()));
+    cache.close();
+    EXPECT_EQ(loadPeaks(dir.path(), song).hi[0], 1);
+    // The song rewritten louder, a second later: decoded again.
+    writeWav(32000);
+    QFile touched(song);
+    ASSERT_TRUE(touched.open(QIODevice::ReadWrite));
+    touched.setFileTime(info.lastModified().addSecs(1), QFileDevice::FileModificationTime);
+    touched.close();
+    EXPECT_EQ(int(loadPeaks(dir.path(), song).hi[0]), 124);
 }
