@@ -1,6 +1,7 @@
 #include "app/action_script.h"
 
 #include "core/fit_check.h"
+#include "core/messages.h"
 
 #include "core/window_registry.h"
 
@@ -12,11 +13,13 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QGuiApplication>
+#include <QInputDialog>
 #include <QKeySequence>
 #include <QLabel>
 #include <QLineEdit>
 #include <QListWidget>
 #include <QMenu>
+#include <QMessageBox>
 #include <QMouseEvent>
 #include <QPainter>
 #include <QPointer>
@@ -77,6 +80,9 @@ void ActionScript::step() {
         }
         if (line.startsWith(QLatin1String("waitfor "))) return waitFor(line);
         if (line.startsWith(QLatin1String("realkey "))) return realKey(line.section(u' ', 1, 1));
+        // Its modal waits must not run the lines after it.
+        if (line.section(u' ', 0, 0) == u"dialogs")
+            return realDialogs(line.split(u' ', Qt::SkipEmptyParts).mid(1));
         if (line.startsWith(QLatin1String("waituntil "))) {
             bool ok = false;
             const qint64 due = line.section(u' ', 1, 1).toLongLong(&ok);
@@ -341,6 +347,76 @@ void ActionScript::realKey(const QString& name) {
                 next();
             });
     xdotool->start(QStringLiteral("xdotool"), {QStringLiteral("key"), xKeySym(name)});
+}
+
+namespace {
+
+// Answers the next modal dialog once the window system has put it on the
+// screen (its window exposed); one still not shown after five seconds is
+// rejected, so that the run goes on.
+class DialogAnswer : public QObject {
+  public:
+    explicit DialogAnswer(std::function<void(QDialog*)> answer) : answer_(std::move(answer)) {
+        since_.start();
+        connect(&poll_, &QTimer::timeout, this, &DialogAnswer::look);
+        poll_.start(20);
+    }
+    bool shown = false;
+
+  private:
+    void look() {
+        auto* d = qobject_cast<QDialog*>(QApplication::activeModalWidget());
+        if (d && d->windowHandle() && d->windowHandle()->isExposed()) {
+            shown = true;
+            poll_.stop();
+            answer_(d);
+        } else if (since_.elapsed() > 5000) {
+            poll_.stop();
+            if (d) d->reject();
+        }
+    }
+    std::function<void(QDialog*)> answer_;
+    QTimer poll_;
+    QElapsedTimer since_;
+};
+
+// Presses the button of the given role on a message box.
+std::function<void(QDialog*)> pressing(QMessageBox::StandardButton which) {
+    return [which](QDialog* d) {
+        auto* box = qobject_cast<QMessageBox*>(d);
+        QAbstractButton* b = box ? box->button(which) : nullptr;
+        b ? b->click() : d->reject();
+    };
+}
+
+} // namespace
+
+void ActionScript::realDialogs(const QStringList& kinds) {
+    auto asked = [&kinds](const char* kind) {
+        return kinds.isEmpty() || kinds.contains(QLatin1String(kind));
+    };
+    QtMessages real;
+    if (asked("message")) {
+        DialogAnswer a(pressing(QMessageBox::Ok));
+        real.msgBox(QStringLiteral("A message box of the driver."));
+        if (!a.shown) fail("the message box was not shown");
+    }
+    if (asked("question")) {
+        DialogAnswer a(pressing(QMessageBox::No));
+        // No, the button that is not the default: the answer came from the press.
+        if (real.yesNo(QStringLiteral("A question of the driver?")) || !a.shown)
+            fail("the question was not shown or not answered No");
+    }
+    if (asked("input")) {
+        DialogAnswer a([](QDialog* d) {
+            auto* in = qobject_cast<QInputDialog*>(d);
+            if (in) in->setTextValue(QStringLiteral("typed"));
+            d->accept();
+        });
+        if (real.inputBox(QStringLiteral("An input box of the driver:")) != u"typed" || !a.shown)
+            fail("the input box was not shown or did not give its text");
+    }
+    QTimer::singleShot(0, this, &ActionScript::step);
 }
 
 void ActionScript::runLine(const QString& line) {

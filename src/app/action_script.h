@@ -69,6 +69,12 @@
 //   dayclock seconds               the day clock reads that many seconds past
 //                                  midnight now, and runs on from there (a
 //                                  script starts at 43200, noon, at any hour)
+//   dialogs [message] [question] [input]
+//                                  the program's real dialogs, whatever the
+//                                  script's answers (all three when none is
+//                                  named), each answered by its button once
+//                                  the window system shows it; fails naming
+//                                  one that did not show or answer
 //   media VERB [value]             a media key: play, pause, playpause, stop,
 //                                  next, previous, volume 0..1, rate R
 //   quit                           close the program
@@ -112,6 +118,9 @@ class ActionScript : public QObject {
     // Sends the key through the X server (XTEST, by xdotool) to whatever
     // window the window system has active; the script goes on after it.
     void realKey(const QString& name);
+    // Shows the three kinds of dialog of QtMessages and answers each from
+    // a timer once it is exposed; the script goes on after them.
+    void realDialogs(const QStringList& kinds);
 
     WindowRegistry& windows_;
     QStringList lines_;

@@ -4,6 +4,7 @@
 #include "align/align_cli.h"
 #include "align/align_window.h"
 #include "app/action_script.h"
+#include "app/command_line.h"
 #include "app/console_messages.h"
 #include "app/main_window.h"
 #include "app/quit_signals.h"
@@ -53,7 +54,6 @@
 #include <clocale>
 #include <cstdio>
 #include <memory>
-#include <string_view>
 #include <utility>
 
 using namespace mv;
@@ -92,36 +92,6 @@ class AfterFirstPaint : public QObject {
     std::function<void()> fn_;
 };
 
-// The program's options, as --help lists them.
-struct Options {
-    QCommandLineOption script{QStringLiteral("script"),
-                              QStringLiteral("Run the action script FILE (for tests)."),
-                              QStringLiteral("FILE")};
-    QCommandLineOption audio{QStringLiteral("audio"),
-                             QStringLiteral("Audio output: auto, null, or a WAV file to write."),
-                             QStringLiteral("OUT"), QStringLiteral("auto")};
-    QCommandLineOption demo{QStringLiteral("demo"), QStringLiteral("Start on the demo songs.")};
-    QCommandLineOption songs{QStringLiteral("songs"), QStringLiteral("Start on the songs in DIR."),
-                             QStringLiteral("DIR")};
-    QCommandLineOption configDir{QStringLiteral("config-dir"),
-                                 QStringLiteral("Folder of the settings and list files "
-                                                "(default: $XDG_CONFIG_HOME/mellivane)."),
-                                 QStringLiteral("DIR")};
-    QCommandLineOption startupTime{
-        QStringLiteral("startup-time"),
-        QStringLiteral("Print the milliseconds from main to the main window painted with its "
-                       "song list, and the wall clock then.")};
-};
-
-Options addOptions(QCommandLineParser& cl) {
-    cl.setApplicationDescription(QStringLiteral("Sheet music that follows the recording."));
-    cl.addHelpOption();
-    cl.addVersionOption();
-    Options o;
-    cl.addOptions({o.script, o.audio, o.demo, o.songs, o.configDir, o.startupTime});
-    return o;
-}
-
 } // namespace
 
 int main(int argc, char** argv) {
@@ -134,15 +104,8 @@ int main(int argc, char** argv) {
     qputenv("QT_NO_GLIB", "1");
     QCoreApplication::setApplicationName(QStringLiteral("Mellivane"));
     QCoreApplication::setApplicationVersion(QStringLiteral(MELLIVANE_VERSION));
-    // --help and --version answer without a display.
-    for (int i = 1; i < argc; ++i)
-        if (const std::string_view a = argv[i];
-            a == "-h" || a == "--help" || a == "-v" || a == "--version") {
-            QCoreApplication bare(argc, argv);
-            QCommandLineParser cl;
-            addOptions(cl);
-            cl.process(bare); // prints and ends the process
-        }
+    // Help, the version and a wrong command line answer without a display.
+    if (const int rc = answerWithoutDisplay(argc, argv); rc >= 0) return rc;
     QApplication app(argc, argv);
     std::setlocale(LC_NUMERIC, "C"); // libmpv and number parsing need it
     QGuiApplication::setDesktopFileName(QStringLiteral("mellivane")); // its menu entry and icon

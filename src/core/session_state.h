@@ -380,6 +380,9 @@ struct Session {
     std::function<void()> placeSheet1Top;
     // Loads and shows sheet window 2.
     std::function<void()> showSheet2;
+    // Gives sheet window 2, just shown, the song already selected: its
+    // second sheet and the map's lines for it.  Installed by song loading.
+    std::function<void()> sheetTwoShown;
     // "Help" (Command11) of sheet window 1: shows the PDF help; installed by help.
     std::function<void()> adobeF_Command11_Click;
     std::function<void()> focusMainWindow;

@@ -58,7 +58,8 @@ QString mapFileName(const QString& songBase) {
 }
 
 bool headerTake(Session& s, const QString& path,
-                const std::function<void(const QString& volumeLine)>& applyVolume) {
+                const std::function<void(const QString& volumeLine)>& applyVolume,
+                bool sheetTwoOnly) {
     constexpr int kFile = 4;
     if (!QFileInfo(path).isFile()) return false;
     s.files.close(kFile);
@@ -84,12 +85,14 @@ bool headerTake(Session& s, const QString& path,
     // Each test that matches takes the next line for the test after it; the
     // end of the file stops the take at once.
     while (in.next(L)) {
+        // A line the take passes over still moves the chain on, so that
+        // the window-2 lines are the same ones either way.
         if (L.contains(u'@')) {
-            s.velmor.ZoomIt.setText(numberText(val(L)));
+            if (!sheetTwoOnly) s.velmor.ZoomIt.setText(numberText(val(L)));
             if (!in.next(L)) break;
         }
         if (L.contains(u'%')) {
-            s.velmor.PDFLeft.setText(numberText(val(L)));
+            if (!sheetTwoOnly) s.velmor.PDFLeft.setText(numberText(val(L)));
             if (!in.next(L)) break;
         }
         if (L.contains(u'~')) {
@@ -109,7 +112,7 @@ bool headerTake(Session& s, const QString& path,
             }
         }
         if (ended) break;
-        if (L.contains(u'^') && applyVolume) applyVolume(L);
+        if (L.contains(u'^') && applyVolume && !sheetTwoOnly) applyVolume(L);
     }
     return true;
 }

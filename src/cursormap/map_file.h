@@ -23,8 +23,11 @@ QString mapFileName(const QString& songBase);
 // visible takes "#" lines into MapHeaderLines (and its VScroll2 unless
 // NoPDFAdj); calls applyVolume with the "^" line.  Tic lines are passed over
 // and the table is not touched.  Returns false when the file does not exist.
+// With `sheetTwoOnly` the "@", "%" and "^" lines are read past and change
+// nothing: what sheet window 2 takes when it opens on a song already loaded.
 bool headerTake(Session& s, const QString& path,
-                const std::function<void(const QString& volumeLine)>& applyVolume);
+                const std::function<void(const QString& volumeLine)>& applyVolume,
+                bool sheetTwoOnly = false);
 
 // Edit load (entering edit mode), file number 3: fills the tic table from row
 // 0; takes zoom and left unless SaveInProgress; lets events run once per

@@ -21,6 +21,14 @@ void showSheetTwo(Session& s, WindowRegistry& windows) {
     s.adobeF2.Visible.set(true);
 }
 
+// Opened by the user: a window that was not showing yet gets the song
+// already selected, else it would stay empty until the next selection.
+void openSheetTwoOnSong(Session& s, WindowRegistry& windows) {
+    const bool was = s.adobeF2.Visible.get();
+    showSheetTwo(s, windows);
+    if (!was && s.sheetTwoShown) runGuarded(s.messages, s.sheetTwoShown);
+}
+
 } // namespace
 
 void installSheetViews(Session& s, WindowRegistry& windows, SheetViewHooks hooks) {
@@ -53,7 +61,7 @@ void installSheetViews(Session& s, WindowRegistry& windows, SheetViewHooks hooks
     });
     // "Load Sheet 2" (menu and button) is the notation mode's switch, which
     // shows the window through this.
-    s.showSheet2 = [&s, &windows] { showSheetTwo(s, windows); };
+    s.showSheet2 = [&s, &windows] { openSheetTwoOnSong(s, windows); };
     s.reloadSheetWindow2 = [&s, &windows] {
         if (QWidget* w = windows.find(QStringLiteral("AdobeF2"))) w->close();
         windows.unload(QStringLiteral("AdobeF2"));

@@ -65,6 +65,22 @@ void firstPageOfOldSheet(PdfViewer* viewer) {
     }
 }
 
+// Sheet window 2 after its sheet's load: cursor hidden, its scroll bar
+// placed and set to the main window's Scroll Offset, the viewer at `zoom`
+// and back on its first page.
+void sheetTwoToFirstPage(Session& s, double zoom) {
+    SheetTwoState& w2 = s.adobeF2;
+    w2.Picture1.Visible.set(false);
+    w2.VScroll1Top.set(w2.Top + 200);
+    w2.VScroll1Height.set(w2.Height - 1200);
+    w2.VScroll1.set(roundWord(s.velmor.ScrollOffset.value()));
+    if (w2.AcroPDF1) {
+        w2.AcroPDF1->setZoom(static_cast<float>(zoom));
+        for (int i = 0; i < 3; ++i)
+            w2.AcroPDF1->gotoPreviousPage();
+    }
+}
+
 // The sheets and the notation viewer.
 void sheetsAndNotation(Session& s, const QString& sheet1, const QString& sheet2,
                        const QString& shortName) {
@@ -98,17 +114,7 @@ void sheetsAndNotation(Session& s, const QString& sheet1, const QString& sheet2,
             for (int i = 0; i < 3; ++i)
                 f.AcroPDF1->gotoPreviousPage();
         }
-        if (w2.Visible.get()) {
-            w2.Picture1.Visible.set(false);
-            w2.VScroll1Top.set(w2.Top + 200);
-            w2.VScroll1Height.set(w2.Height - 1200);
-            w2.VScroll1.set(roundWord(v.ScrollOffset.value()));
-            if (w2.AcroPDF1) {
-                w2.AcroPDF1->setZoom(static_cast<float>(zoom));
-                for (int i = 0; i < 3; ++i)
-                    w2.AcroPDF1->gotoPreviousPage();
-            }
-        }
+        if (w2.Visible.get()) sheetTwoToFirstPage(s, zoom);
     }
     if (v.CNWC.get() == 1 && s.velmor.NWCId > 0) {
         if (s.nwcOpenSong) s.nwcOpenSong(shortName);
@@ -216,10 +222,27 @@ void File1_MouseDown(Session& s, int button, int, double, double) {
     s.g.OverlayTicks = 40;                                                   // 21
 }
 
+void showSongOnSheetTwo(Session& s) {
+    VelmorState& v = s.velmor;
+    SheetTwoState& w2 = s.adobeF2;
+    if (s.g.SongBase.isEmpty() || !w2.Visible.get()) return;
+    // The order of a selection: the page first, so that the "#1" line's
+    // slider value is stored for page 1.
+    w2.PageNR.setText(QStringLiteral("1"));
+    headerTake(s, existingPathIgnoringCase(mapFileName(s.g.SongBase)), nullptr, true);
+    if (v.LoadPDF.get() != 1) return;
+    const QString name = s.g.SongBase.section(u'/', -1);
+    w2.Picture3Height.set(2 * s.screenHeight);
+    loadSheet(w2.AcroPDF1, sheetPath(v.Text7.text(), name));
+    w2.AcroPDF1Height.set(v.Text6.value() * s.screenHeight);
+    sheetTwoToFirstPage(s, std::trunc(strictNumber(v.ZoomIt.text())));
+}
+
 void installSongLoading(Session& s) {
     s.File1_MouseDown = [&s](int b, int sh, double x, double y) {
         File1_MouseDown(s, b, sh, x, y);
     };
+    s.sheetTwoShown = [&s] { showSongOnSheetTwo(s); };
 }
 
 } // namespace mv

@@ -28,7 +28,16 @@ void applyMapVolume(Session& s, const QString& volumeLine);
 // only sets OverlayTicks to 40.
 void File1_MouseDown(Session& s, int button, int shift, double x, double y);
 
-// Installs File1_MouseDown into Session::File1_MouseDown.
+// Sheet window 2 shown after its song was selected gets what the selection
+// would have given it: PageNR "1", the map's "#" lines (and its slider),
+// the second sheet on its first page at the zoom of ZoomIt, its scroll
+// bar.  No song selected yet, or the window not visible: nothing.  A
+// missing second sheet leaves the viewer empty without a word (the next
+// selection says it); with Load pdf off no sheet is loaded.
+void showSongOnSheetTwo(Session& s);
+
+// Installs File1_MouseDown into Session::File1_MouseDown and
+// showSongOnSheetTwo into Session::sheetTwoShown.
 void installSongLoading(Session& s);
 
 } // namespace mv

@@ -27,6 +27,11 @@ lintian --fail-on error,warning "$deb" 2> >(grep -v "root privileges" >&2)
 dpkg-deb -x "$deb" "$work/root"
 desktop-file-validate "$work/root/usr/share/applications/mellivane.desktop"
 appstreamcli validate --no-net "$work/root/usr/share/metainfo/io.github.mellivane.Mellivane.metainfo.xml" >/dev/null
+# The changelog, kept by hand, has an entry for the package's version (the
+# manual page and the metainfo take it from the build).
+version=$(dpkg-deb -f "$deb" Version)
+zcat "$work/root/usr/share/doc/mellivane/changelog.gz" | sed -n 1p | grep -q "^mellivane ($version)" ||
+  { echo "FAIL: the changelog's newest entry is not $version"; exit 1; }
 # Every option of --help stands in the manual page.
 man=$(zcat "$work/root/usr/share/man/man1/mellivane.1.gz" | sed 's/\\-/-/g')
 for opt in $("$build/src/app/mellivane" --help | grep -o -- '--[a-z-]*' | sort -u); do
@@ -35,7 +40,7 @@ done
 
 apt-get install -y -q -o DPkg::Lock::Timeout=300 "$deb" >/dev/null
 installed=yes
-test "$(env -u DISPLAY /usr/bin/mellivane --version)" = "Mellivane $(dpkg-deb -f "$deb" Version)"
+test "$(env -u DISPLAY /usr/bin/mellivane --version)" = "Mellivane $version"
 cat > "$work/play.txt" <<'SCRIPT'
 wait 300
 check Velmor.Text1 /usr/share/mellivane/demo/songs

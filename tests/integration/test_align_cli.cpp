@@ -1,5 +1,6 @@
 // `mellivane --tighten-map` and `--transfer-map` on "Ode to Joy" and its
-// slower marimba rendition (demo/renditions), against the true measure times.
+// slower marimba rendition (demo/renditions), against the true measure times;
+// the command line's answers that need no display.
 
 #include "align/map_times.h"
 
@@ -138,6 +139,37 @@ TEST(AlignCli, BadInputsExit2AndWriteNothing) {
         EXPECT_TRUE(r.err.contains(QLatin1String(c.message))) << qPrintable(r.err);
         EXPECT_FALSE(QFile::exists(out)) << qPrintable(c.args.join(' '));
         EXPECT_FALSE(QFile::exists(dir.filePath(QStringLiteral("no/out.map"))));
+    }
+}
+
+// Help, the version and a wrong command line are answered with no display
+// at all, Qt's own options taken out first.
+TEST(CommandLine, AnsweredWithoutADisplay) {
+    const struct {
+        QStringList args;
+        int code;
+        const char* says; // on standard output or error
+    } cases[] = {
+        {{QStringLiteral("--help-all")}, 0, "platformtheme"}, // Qt's GUI options too
+        {{QStringLiteral("-platform"), QStringLiteral("wayland"), QStringLiteral("--version")},
+         0,
+         "Mellivane "},
+        {{QStringLiteral("--bogus")}, 1, "Unknown option 'bogus'"},
+        {{QStringLiteral("--style=Fusion"), QStringLiteral("--songs")}, 1, "Missing value"},
+    };
+    QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+    for (const char* name : {"DISPLAY", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM"})
+        env.remove(QString::fromLatin1(name));
+    for (const auto& c : cases) {
+        QProcess p;
+        p.setProcessEnvironment(env);
+        p.start(binary, c.args);
+        p.waitForFinished(30000);
+        const QString said =
+            QString::fromUtf8(p.readAllStandardOutput() + p.readAllStandardError());
+        EXPECT_EQ(p.exitStatus() == QProcess::NormalExit ? p.exitCode() : -1, c.code)
+            << qPrintable(c.args.join(' ') + ": " + said);
+        EXPECT_TRUE(said.contains(QLatin1String(c.says))) << qPrintable(said);
     }
 }
 

@@ -6,7 +6,9 @@
 #include "core/session_state.h"
 #include "cursormap/cursor_fields.h"
 #include "desktop/media_controls.h"
+#include "desktop/mpris_service.h"
 #include "desktop/observed_player.h"
+#include "library/library.h"
 #include "stage.h"
 #include "test_files.h"
 #include "transport/play_start.h"
@@ -169,6 +171,28 @@ TEST(MediaControls, NextAndPreviousSelectWithinTheListAndNeverStart) {
         EXPECT_EQ(t.loads.size(), st.to < 0 ? 0 : 1) << st.from;
         EXPECT_TRUE(t.player.URL().isEmpty());
     }
+    // Over the play list: its highlight moves; an item naming the song
+    // list's first entry selects nothing (the play list never looks there).
+    Library lib;
+    MediaControls overPlayList(t.s, &lib);
+    t.s.playLst.List1.set({"C", "A", "B"});
+    t.s.playLst.Visible.set(true);
+    struct Item {
+        int from;
+        bool next;
+        int to;
+        QStringList loads;
+    };
+    for (const Item& it : {Item{0, true, 1, {}}, Item{1, true, 2, {"B.mp3"}}, Item{2, true, 2, {}},
+                           Item{0, false, 0, {}}}) {
+        t.loads.clear();
+        t.s.playLst.ListIndex.set(it.from);
+        it.next ? overPlayList.next() : overPlayList.previous();
+        t.run();
+        EXPECT_EQ(t.s.playLst.ListIndex.get(), it.to) << it.from;
+        EXPECT_EQ(t.loads, it.loads) << it.from;
+        EXPECT_TRUE(t.player.URL().isEmpty());
+    }
 }
 
 TEST(MediaControls, MetadataNamesTheLoadedSongNotTheHighlightWithANewTrackIdEachLoad) {
@@ -235,6 +259,12 @@ TEST(MediaControls, VolumeAndRateFollowTheBarAndSpeedWithinTheirLimits) {
         EXPECT_EQ(t.s.velmor.Speed.text(), r.speed) << r.set;
         EXPECT_DOUBLE_EQ(t.c.rate(), r.reads) << r.set;
     }
+    // Written as the bus writes it, through the adaptor's property.
+    QObject host;
+    MprisPlayer bus(&host, t.c);
+    ASSERT_TRUE(bus.setProperty("Rate", 1.5));
+    EXPECT_EQ(t.s.velmor.Speed.text(), "1.5");
+    EXPECT_DOUBLE_EQ(bus.property("Rate").toDouble(), 1.5);
     // A Speed typed beyond the limits reads as the limit.
     t.s.velmor.Speed.setText("-3");
     EXPECT_DOUBLE_EQ(t.c.rate(), MediaControls::kMinimumRate);

@@ -21,6 +21,7 @@
 #include "transport/song_loading.h"
 #include "units_helpers.h"
 
+#include <QDir>
 #include <QLineEdit>
 #include <QTemporaryDir>
 #include <QTest>
@@ -114,6 +115,34 @@ TEST_F(SheetViewsTest, CursorPlayMovesBothWindowsByTheirOwnCorrections) {
         EXPECT_EQ(std::tuple(s.adobeF2.PageNR.text(), v2.page, s.adobeF2.VScroll2.get()),
                   std::tuple("2", 2, 0));
     }
+}
+
+// Opened on a song already selected, window 2 shows that song's second
+// sheet at the zoom of the moment, on page 1 with the map's lines for it
+// (it stayed grey until the next selection); opened again while showing,
+// it keeps its page.
+TEST_F(SheetViewsTest, OpenedAfterASelectionShowsThatSongsSecondSheet) {
+    installSongLoading(s);
+    ASSERT_TRUE(QDir(dir.path()).mkdir("two"));
+    for (const char* name : {"Duet.mp3", "two/Duet.pdf"})
+        ASSERT_TRUE(writeFile(dir.filePath(name), ""));
+    ASSERT_TRUE(writeFile(dir.filePath("Duet.map"), crlf({"90@", "0%", "-420#1", "35#2", " 80^"})));
+    s.velmor.Text1.setText(dir.path());
+    s.velmor.Text7.setText(dir.filePath("two"));
+    s.velmor.File1List.set({"Duet.mp3"});
+    s.velmor.File1ListIndex.set(0);
+    s.File1_MouseDown(1, 0, 0, 0);
+    ASSERT_TRUE(v2.calls.isEmpty());
+    s.velmor.ZoomIt.setText("120"); // zoomed since: the map's "@" is not taken again
+    s.showSheet2();
+    EXPECT_EQ(readouts(v2.calls.filter("LoadFile").join(u' '), v2.calls.contains("setZoom(120)"),
+                       s.velmor.ZoomIt.text(), s.adobeF2.PageNR.text(), s.adobeF2.VScroll2.get(),
+                       s.g.MapHeaderLines[1], s.g.MapHeaderLines[2]),
+              readouts("LoadFile(" + dir.filePath("two/Duet.pdf") + ")", true, "120", "1", -420,
+                       "-420#1", "35#2"));
+    v2.calls.clear();
+    s.showSheet2();
+    EXPECT_EQ(v2.calls, QStringList());
 }
 
 TEST_F(SheetViewsTest, SliderStoresPerPageInMemoryAndOffsetMovesTheViewer) {

@@ -53,6 +53,13 @@ pc volume 0.5
 until_is "0.500000" volume
 pc play
 until_is "Playing" status
+# The cursor follows the map: once the music runs it may not be moved.
+for _ in $(seq 200); do
+  awk -v p="$(pc position)" 'BEGIN { exit !(p > 0.5) }' && break
+  sleep 0.1
+done
+got=$(call org.freedesktop.DBus.Properties.Get string:org.mpris.MediaPlayer2.Player string:CanSeek)
+[[ $got == *"boolean false"* ]] || { echo "FAIL: CanSeek during the cursor play: $got"; exit 1; }
 pc pause
 until_is "Paused" status
 pc next

@@ -1,9 +1,10 @@
 #!/usr/bin/env bash
 # The program as a native Wayland client of a headless weston: a song
 # selected and played until the cursor reaches measure 3, sheet window 2
-# opened (full screen on its monitor, said once), the button panel and the
-# overlay turning pages, and notation mode refused with a message naming
-# what is missing; with no session bus, which it says once.  Usage: wayland_weston.sh <mellivane binary>
+# opened (full screen on its monitor, said once, showing the song's second
+# sheet), the button panel and the overlay turning pages, notation mode
+# refused with a message naming what is missing, and the program's real
+# dialogs shown and answered; with no session bus, which it says once.  Usage: wayland_weston.sh <mellivane binary>
 source "$(dirname "$0")/lib.sh"
 plugins=$(qtpaths6 --query QT_INSTALL_PLUGINS 2>/dev/null || echo /usr/lib/x86_64-linux-gnu/qt6/plugins)
 command -v weston >/dev/null && [ -e "$plugins/platforms/libqwayland-generic.so" ] || {
@@ -48,7 +49,9 @@ waitfor 3000 checkvisible AdobeF2 yes
 wait 500
 checkfullscreen AdobeF2 yes
 checkfullscreen AdobeF no
-screenshot $work/sheet2.png
+# opened on the song played: its second sheet is there, on its first page
+check AdobeF2.AcroPDF1 1
+check AdobeF2.PageNR 1
 click AdobeF2.Command1
 waitfor 3000 checkvisible AdobeF2 no
 # a song load arms the overlay (raised while window 2 is closed)
@@ -77,6 +80,9 @@ checkvisible Velmor.CNWC yes
 click Velmor.CNWC left 5
 wait 300
 check Velmor.CNWC 0
+# a message box and a question as Wayland windows (an input box would
+# crash Qt 6.4's Wayland text input here: a headless weston has no seat)
+dialogs message question
 quit
 SCRIPT
 rc=0
@@ -89,7 +95,6 @@ wayland "$work/script.txt" >"$work/out.txt" 2>"$work/err.txt" || rc=$?
 cat "$work/out.txt"
 grep -v -e 'pw.conf' -e 'media keys' "$work/err.txt" >&2 || true
 [ $rc -eq 0 ] || exit $rc
-test -s "$work/sheet2.png"
 # No session bus here: the program ran all the same and said so once.
 test "$(grep -c 'media keys and remote control are off: no D-Bus session bus' "$work/err.txt")" -eq 1
 # Said once: the windows the compositor places.
