@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# A recording on the real binary under Xvfb goes on through sheet window 1
-# closed as its title bar's button closes it and shown again, a File "Save"
+# A recording on the real binary under openbox goes on through sheet window 1
+# closed by the window manager (Alt+F4, as its title bar's button) and shown again, a File "Save"
 # and the play list's window opened and closed between two clicks: the map
 # holds both clicks and no message says otherwise.
 # Usage: record_close.sh <mellivane binary>
@@ -19,7 +19,10 @@ checkvisible AdobeF.Shape1 yes
 wait 500
 click AdobeF.AcroPDF1 left 100 200
 wait 400
-close AdobeF
+activate AdobeF
+wait 300
+checkactive AdobeF
+realkey alt+F4
 wait 300
 checkvisible AdobeF no
 menu Velmor.SAV
@@ -36,8 +39,11 @@ click AdobeF.Command2
 checkvisible AdobeF.Shape1 no
 quit
 SCRIPT
+command -v xdotool >/dev/null || { echo "xdotool missing"; exit 77; }
+command -v openbox >/dev/null || { echo "openbox missing"; exit 77; }
 rc=0
-xrun "$work/config" "$work/record.txt" --songs "$work/songs" >"$work/out.txt" 2>&1 || rc=$?
+"$(dirname "$0")/../with_openbox.sh" "$bin" --audio null --config-dir "$work/config" \
+  --script "$work/record.txt" --songs "$work/songs" >"$work/out.txt" 2>&1 || rc=$?
 # Messages are printed as "MESSAGE: text", failed checks as "FAIL ...".
 if [ $rc -ne 0 ] || grep -E "^(MESSAGE|FAIL)" "$work/out.txt"; then
   cat "$work/out.txt" >&2
