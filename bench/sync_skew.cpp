@@ -286,7 +286,9 @@ int main(int argc, char** argv) {
             std::fprintf(stderr, "%s: only %d clients connected\n", name, connected);
             std::exit(1);
         }
-        bench::runFor(3000); // the clients learn the server's clock
+        // The clients learn the server's clock, as they would between
+        // connecting and the first song.
+        bench::runFor(10000);
         std::vector<const Follower*> followers{&serverStart};
         for (const ProgramFollower& c : clients)
             followers.push_back(&c);

@@ -14,8 +14,8 @@ namespace mv {
 
 class ClockOffset {
   public:
-    // Recent samples kept: with one ask every 2 s, the best of about 30 s.
-    static constexpr int kWindow = 16;
+    // Recent samples kept: with three asks every 2 s, the best of about 30 s.
+    static constexpr int kWindow = 48;
     // The first samples after a (re)start are taken as they come, the best
     // so far; after them a better estimate is approached by this share per
     // sample, so that one lucky sample does not move a start by much.

@@ -14,11 +14,13 @@ namespace mv {
 
 namespace {
 
-// How often a connected client asks, and how many asks come quickly after
-// the connection is made, 100 ms apart.
+// A connected client asks in rounds, one ask a tick: kFirstAsks right after
+// the connection is made, then kAsksPerRound every kClockAskEveryMs.  More
+// samples make a short round trip with even delays both ways likelier.
 constexpr int kClockTickMs = 100;
 constexpr int kClockAskEveryMs = 2000;
-constexpr int kQuickAsks = 5;
+constexpr int kFirstAsks = 8;
+constexpr int kAsksPerRound = 3;
 // A plain "&START/" read this long after the instant of the announced start
 // it follows is taken as a start of its own.
 constexpr int kStartFollowsMs = 1000;
@@ -80,7 +82,7 @@ void Network::clockStartChanged() {
     } else if (!on && clockTimer_) {
         s_.clock.cancel(std::exchange(clockTimer_, 0));
         serverClock_.reset();
-        asked_ = 0;
+        asked_ = roundLeft_ = 0;
     }
 }
 
@@ -90,13 +92,17 @@ void Network::clockTick() {
     if (!connected) {
         // The next connection may reach another server, or this one restarted.
         if (asked_) serverClock_.reset();
-        asked_ = 0;
+        asked_ = roundLeft_ = 0;
         return;
     }
     const int64_t now = s_.clock.tickMs();
-    if (asked_ >= kQuickAsks && now - lastAskTick_ < kClockAskEveryMs) return;
+    if (roundLeft_ == 0) {
+        if (asked_ > 0 && now - roundTick_ < kClockAskEveryMs) return;
+        roundLeft_ = asked_ > 0 ? kAsksPerRound : kFirstAsks;
+        roundTick_ = now;
+    }
+    --roundLeft_;
     ++asked_;
-    lastAskTick_ = now;
     const QString ask = clockAskToken(s_.clock.preciseMs());
     Winsock1(0).SendData(ask.toLatin1()); // a failed ask is simply not answered
 }

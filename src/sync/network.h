@@ -127,7 +127,7 @@ class Network {
     void clientEndOfSession();
     void clockStartChanged();
     // Every 100 ms while "Clock Start" is on: a connected client asks the
-    // server's clock, a few times quickly, then every kClockAskEveryMs.
+    // server's clock, in a round of a few asks every 2 s.
     void clockTick();
     void answerClockAsks(int index, QByteArrayView bytes);
     // A client with the box on: the answers of one read, read at `readMs`.
@@ -148,9 +148,10 @@ class Network {
     int receiving_ = 0; // data-arrival handlers in progress, nested
     ClockOffset serverClock_;
     Subscription clockStartBox_;
-    int clockTimer_ = 0; // 0: not running
-    int asked_ = 0;      // asks since the connection was made
-    int64_t lastAskTick_ = 0;
+    int clockTimer_ = 0;    // 0: not running
+    int asked_ = 0;         // asks since the connection was made
+    int roundLeft_ = 0;     // asks left in the round of asks under way
+    int64_t roundTick_ = 0; // when it began
     // A plain "&START/" read before this tick follows a start already
     // announced and begun; 0 when none is expected.
     int64_t startFollowsUntil_ = 0;

@@ -172,6 +172,11 @@ void start(Session& s, int64_t announced) {
     if (at) s.pump.waitUntil(at);
     // The program closed during the waits: nothing may start now.
     if (s.pump.quitting()) return;
+    // Held music goes first thing at the instant.  Music that something
+    // took away meanwhile (a stop in the count-off) is loaded anew below,
+    // as without Clock Start.
+    const bool letGo = held && s.player->URL() == s.g.SongFile && s.player->playState() == 2;
+    if (letGo) s.player->controlsPlay();
     if (v.LoadPDF.get() != 1) {
         if (s.focusMainWindow) s.focusMainWindow();
         return;
@@ -179,12 +184,7 @@ void start(Session& s, int64_t announced) {
     // The map stage.
     const QString map = existingPathIgnoringCase(mapFileName(s.g.SongBase));
     s.files.close(1);
-    // Held music that something took away meanwhile (a stop in the
-    // count-off) is loaded anew, as without Clock Start.
-    if (held && s.player->URL() == s.g.SongFile && s.player->playState() == 2)
-        s.player->controlsPlay();
-    else if (s.player)
-        s.player->setURL(s.adobeF.Tick.get() == 1 ? QString() : s.g.SongFile);
+    if (!letGo && s.player) s.player->setURL(s.adobeF.Tick.get() == 1 ? QString() : s.g.SongFile);
     setRate(s);
     if (!QFileInfo(map).isFile()) {
         if (s.focusMainWindow) s.focusMainWindow();
