@@ -24,6 +24,8 @@ constexpr int kAsksPerRound = 3;
 // A plain "&START/" read this long after the instant of the announced start
 // it follows is taken as a start of its own.
 constexpr int kStartFollowsMs = 1000;
+// The most asks of one read that are answered.
+constexpr int kMaxAnswersPerRead = 4;
 // The farthest an announced instant may lie from now, either way.
 constexpr int64_t kMaxStartAheadMs = 600000;
 
@@ -112,7 +114,9 @@ void Network::answerClockAsks(int index, QByteArrayView bytes) {
     if (asks.isEmpty()) return;
     const double now = s_.clock.preciseMs();
     QByteArray answers;
-    for (const QString& asked : asks)
+    // A client asks once a tick; a peer that floods with asks and reads
+    // nothing must not make the answers pile up here.
+    for (const QString& asked : asks.mid(0, kMaxAnswersPerRead))
         answers += clockAnswerToken(asked, now).toLatin1();
     Winsock1(index).SendData(answers); // passed over when it fails, as every send
 }
