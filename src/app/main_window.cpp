@@ -362,6 +362,9 @@ QWidget* MainWindow::buildSetup() {
     connect(static_cast<QCheckBox*>(server), &QCheckBox::clicked, this,
             [this] { guarded([this] { IamaServer_MouseUp(s_); }); });
     addCheck(form, "SendAS", QStringLiteral("Send AutoScroll"), v.SendAS);
+    // Clock Start: on a server and on each client that should follow its clock.
+    addCheck(form, "ClockStart", QStringLiteral("Clock Start"), v.ClockStart);
+    addField(form, "StartLead", QStringLiteral("Start Lead"), v.StartLead, QStringLiteral("ms"));
     form->addRow(QString(),
                  button("Command11", QStringLiteral("Restore Settings"), &Command11_Click));
     // Back to sheet mode, with sheet window 1 or 2; outside the notation

@@ -4,6 +4,7 @@
 // is only consulted by the guards of optional waits.  Tests replace the
 // system clock by a VirtualClock and run whole plays in virtual time.
 
+#include <algorithm>
 #include <cstdint>
 #include <functional>
 #include <map>
@@ -27,6 +28,10 @@ class Clock {
     virtual void sleepBlocking(int ms) = 0;
     // True when this clock jumps ahead by itself while the program waits.
     virtual bool isVirtual() const { return false; }
+    // A virtual clock's jump while the program waits with nothing pending:
+    // to `deadline` or to the next action scheduled before it.  A real
+    // clock runs by itself and does nothing here.
+    virtual void advanceIdle(int64_t deadline) { (void)deadline; }
 };
 
 // The operating system's clocks and Qt timers.
@@ -65,6 +70,7 @@ class VirtualClock final : public Clock {
     // Time passes; what falls due meanwhile fires at the next wait, late.
     void sleepBlocking(int ms) override { now_ += ms; }
     bool isVirtual() const override { return true; }
+    void advanceIdle(int64_t deadline) override { advanceTo(std::min(deadline, nextDue())); }
 
     // Runs fn once when the clock reaches tick `at` (absolute) / after `ms`.
     void at(int64_t at, std::function<void()> fn);

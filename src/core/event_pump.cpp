@@ -22,8 +22,7 @@ void EventPump::waitRound(int64_t deadline) {
     const int64_t now = clock_.tickMs();
     if (now >= deadline) return;
     if (clock_.isVirtual()) {
-        auto& v = static_cast<VirtualClock&>(clock_);
-        v.advanceTo(std::min(deadline, v.nextDue()));
+        clock_.advanceIdle(deadline);
         return;
     }
     if (!QCoreApplication::instance()) return;

@@ -62,6 +62,11 @@ struct Globals {
     int32_t SoundDevice = -1; // -1 default, 0..6 the Audio Out entries
     int32_t WaveVolume = 0;
     int16_t ClientCount = 0;
+    // A start announced by the server for an instant on this computer's
+    // tick clock (Clock Start): the next play's count-off ends there and
+    // its music, loaded ahead and held, is let go at it.  0: none.  The
+    // play start takes it, whatever becomes of the play.
+    int64_t StartAtTick = 0;
     Flag OverlayArmed = 0;
     double OverlayTicks = 0;
     // The page-turn pedal's last key and its moment (tick clock): a second
@@ -127,6 +132,8 @@ struct VelmorState {
     Field PortNr;                                  // "Port:"
     CheckBox IamaServer{0};                        // "I Am A Server"
     CheckBox SendAS{1};                            // "Send AutoScroll"
+    CheckBox ClockStart{0};                        // "Clock Start"
+    Field StartLead{QStringLiteral("300")};        // "Start Lead", milliseconds
     Field Command10{QStringLiteral("Pause")};      // "Pause" / "Continue"
     Prop<bool> Command10Visible{true};             // "Pause" is hidden in notation mode
     Field ZM{QStringLiteral("Zoom")}; // caption of the "Zoom" menu: "-Zoom" with the large list
@@ -366,6 +373,10 @@ struct Session {
     // that isn't connected is skipped, any other failed send is a Failure
     // that ends the sending (the sheet handler reports it).
     std::function<void(const QString& token)> sendSheetToClients;
+    // Clock Start on a server: tells the clients that follow the server's
+    // clock that the play starting now lets its music go at the tick `at`
+    // of the server's clock; sent just before "&START/".
+    std::function<void(int64_t at)> announceStartAt;
     // Writes "Mellivane.ini" from the setup fields.
     std::function<void()> SaveVelmor;
     // Menu entries and check boxes of the main window whose features are

@@ -177,6 +177,8 @@ const std::vector<std::pair<const char*, const char*>>& setupToolTips() {
         {"Command2", "First enter the new path then click change to make the change take effect."},
         {"Command3", "This clears the 'Already Played List' so that songs can be selected again "
                      "when you click on 'Select Random MP3'"},
+        {"ClockStart", "Server and clients start the music on one instant of the server's "
+                       "clock. Tick it on the server and on every client."},
         {"Command4", "This button will pick a song at random and put put the name in a 'PLAYED' "
                      "list so that it will not be picked again. "},
         {"Command5", "This button puts a Z at the beginning the file name."},
@@ -202,6 +204,7 @@ const std::vector<std::pair<const char*, const char*>>& setupToolTips() {
         {"ScrollOffset",
          "This value is used to match different screen resolutions from computer to computer"},
         {"SendAS", "As a server send AutoScroll info to clients"},
+        {"StartLead", "How many milliseconds ahead a server with Clock Start announces a start"},
         {"Text1", "Enter the path to the NWC, MP3, and PDF files"},
         {"Text2", "Enter the music file file type. I.E. *.MP3"},
         {"Text3", "Enter the path to NWCViewer in this box."},

@@ -19,6 +19,9 @@ class ObservedPlayer : public MediaPlayer {
         tell([&] { inner_.setURL(path); });
     }
     QString URL() const override { return inner_.URL(); }
+    void setURLPaused(const QString& path) override {
+        tell([&] { inner_.setURLPaused(path); });
+    }
     void close() override {
         tell([&] { inner_.close(); });
     }

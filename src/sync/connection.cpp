@@ -32,9 +32,15 @@ int portNumber(const QString& text) {
     return port;
 }
 
-Network::Network(Session& s, SocketLayer& layer) : s_(s), layer_(layer) { load(0); }
+Network::Network(Session& s, SocketLayer& layer) : s_(s), layer_(layer) {
+    load(0);
+    clockStartBox_ = s_.velmor.ClockStart.subscribe([this] { clockStartChanged(); });
+    clockStartChanged();
+}
 
-Network::~Network() = default;
+Network::~Network() {
+    if (clockTimer_) s_.clock.cancel(clockTimer_);
+}
 
 bool Network::exists(int i) const {
     return i >= 0 && i < elements() && elements_[size_t(i)] != nullptr;

@@ -10,11 +10,14 @@
 // goes away leaves its element behind, closed, and the send loops pass over
 // it at the cost of one call.
 
+#include "core/observable.h"
+#include "sync/clock_offset.h"
 #include "sync/socket.h"
 
 #include <QByteArrayView>
 #include <QString>
 #include <memory>
+#include <optional>
 #include <vector>
 
 namespace mv {
@@ -43,6 +46,33 @@ QString decodeRead(QByteArrayView bytes);
 
 // Reads what one GetData returned, decoded.  Pure: the receiver acts on the result.
 Message readMessage(const QString& received);
+
+// Clock Start, with the box on at both ends: the client asks the server's
+// clock now and then ("&CLOCK?/" + its own tick + "/"), the server answers
+// on the same connection ("&CLOCK/" + the client's tick as sent + "," + its
+// own + "/"), and announces each start for an instant of its clock just
+// before its "&START/" ("&PLAYAT/" + tick + "/").  A peer that knows only the
+// other tokens finds none of its tokens in these, also in a doubled read, and
+// ignores them; with the box off none of them is ever sent.
+QString clockAskToken(double clientMs);
+QString clockAnswerToken(const QString& askedMs, double serverMs);
+QString startAtToken(int64_t serverTick);
+
+// The clock tokens of one read from the server, taken out of it.
+struct ClockTokens {
+    struct Answer {
+        double askedMs, serverMs;
+    };
+    std::vector<Answer> answers;
+    std::optional<int64_t> startAt; // the last start announced, server's tick
+};
+// Takes every whole clock token out of `text`; what is left is read as
+// without them.  A token cut by the end of a read, or with a payload that
+// is no number, stays in the text, as any junk would.
+ClockTokens takeClockTokens(QString& text);
+// The client's ticks of the whole asks in what one read of a server's
+// element holds, as sent.  Anything else in it is passed over.
+QStringList clockAsks(QByteArrayView bytes);
 
 // The whole number in PortNr: one complete number, rounded; failure 13
 // "Type mismatch" when it isn't one, 380 "Invalid property value" outside
@@ -81,6 +111,11 @@ class Network {
     void Winsock1_Close(int index);
     void Winsock1_DataArrival(int index, qint64 bytes);
 
+    // Clock Start: what this client has learnt of its server's clock.
+    const ClockOffset& serverClock() const { return serverClock_; }
+    // On a server: "&PLAYAT/" for `at` (own tick) to every client.
+    void announceStartAt(int64_t at);
+
   private:
     void load(int i);
     void unload(int i);
@@ -88,13 +123,38 @@ class Network {
     void connect();
     void disconnect();
     void connectFailed(const Failure* f);
-    void receive(const QString& text);
+    void receive(const QString& text, double readMs);
     void clientEndOfSession();
+    void clockStartChanged();
+    // Every 100 ms while "Clock Start" is on: a connected client asks the
+    // server's clock, in a round of a few asks every 2 s.
+    void clockTick();
+    void answerClockAsks(int index, QByteArrayView bytes);
+    // A client with the box on: the answers of one read, read at `readMs`.
+    void learnClock(const ClockTokens& tokens, double readMs);
+    // A start announced in the read, for an instant this client can place
+    // on its own clock: StartAtTick is set.  Else false, and the plain
+    // "&START/" will start the play as without the box.  `plainStartRead`:
+    // the plain start came in the same read, so no later one is expected.
+    bool announcedStart(const ClockTokens& tokens, bool plainStartRead);
+    // A plain "&START/" that comes by itself soon after an announced start
+    // (the server sends both): it belongs to the play begun by the
+    // announcement.  Asked once per plain start.
+    bool followsAnnouncedStart();
 
     Session& s_;
     SocketLayer& layer_;
     std::vector<std::unique_ptr<Socket>> elements_;
     int receiving_ = 0; // data-arrival handlers in progress, nested
+    ClockOffset serverClock_;
+    Subscription clockStartBox_;
+    int clockTimer_ = 0;    // 0: not running
+    int asked_ = 0;         // asks since the connection was made
+    int roundLeft_ = 0;     // asks left in the round of asks under way
+    int64_t roundTick_ = 0; // when it began
+    // A plain "&START/" read before this tick follows a start already
+    // announced and begun; 0 when none is expected.
+    int64_t startFollowsUntil_ = 0;
 };
 
 } // namespace mv

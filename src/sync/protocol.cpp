@@ -101,25 +101,38 @@ void Network::sendSheetToClients(const QString& token) {
 void Network::Winsock1_DataArrival(int index, qint64) {
     if (index != 0) {
         // What a client sends to its server is read and dropped: the
-        // protocol goes one way.
-        if (exists(index)) Winsock1(index).GetData();
+        // protocol goes one way, but for the clock asks of Clock Start.
+        if (!exists(index)) return;
+        const QByteArray got = Winsock1(index).GetData();
+        if (s_.velmor.ClockStart.get() == 1 && s_.velmor.IamaServer.get() == 1)
+            answerClockAsks(index, got);
         return;
     }
     showDot(true);
     s_.pump.letEventsRun();
     if (!exists(0)) return;
     const QString text = decodeRead(Winsock1(0).GetData());
+    const double readMs = s_.clock.preciseMs();
     if (receiving_ >= kMaxNestedReads) return;
     ++receiving_;
     try {
-        receive(text);
+        receive(text, readMs);
     } catch (const Failure&) {
         // Ends the handler without a message; the rest of the text is lost.
     }
     --receiving_;
 }
 
-void Network::receive(const QString& text) {
+void Network::receive(const QString& received, double readMs) {
+    // With Clock Start the clock tokens are taken out first; without it the
+    // read is what a client that knows nothing of them makes of it.
+    QString text = received;
+    ClockTokens clock;
+    const bool clockStart = s_.velmor.ClockStart.get() == 1;
+    if (clockStart) {
+        clock = takeClockTokens(text);
+        learnClock(clock, readMs);
+    }
     const Message m = readMessage(text);
     if (m.end) return clientEndOfSession();
     if (m.autoScroll && s_.adobeF_Command14_Click) s_.adobeF_Command14_Click();
@@ -139,7 +152,13 @@ void Network::receive(const QString& text) {
         }
         return;
     }
-    switch (m.then) {
+    // An announced start stands where "&START/" stands among the tokens.
+    Message::Then then = m.then;
+    if (clockStart && announcedStart(clock, then == Message::Then::Start))
+        then = Message::Then::Start;
+    else if (then == Message::Then::Start && clockStart && followsAnnouncedStart())
+        return;
+    switch (then) {
     case Message::Then::Start:
         if (s_.WindowsMediaPlayer1_MouseDown) s_.WindowsMediaPlayer1_MouseDown(1, 0, 1, 1);
         break;

@@ -1,7 +1,9 @@
 #pragma once
 // The network sync, wired into the program: the send hooks the senders of
 // the other subsystems call, the handlers of the ConnectIt menu entry and
-// the "I Am A Server" check box, and the listening step of start-up.
+// the "I Am A Server" check box, the listening step of start-up, and Clock
+// Start (its announcement hook, and "Clock Start" and "Start Lead" kept in
+// "Mellivane.conf" as ClockStart and StartLead).
 
 #include <memory>
 

@@ -21,6 +21,9 @@ class MediaPlayer {
     // call; setting "" stops the sound at once.
     virtual void setURL(const QString& path) = 0;
     virtual QString URL() const = 0;
+    // Loads `path` held at its start (playState 2), opened and ready, so
+    // that controlsPlay lets the music go at once, with no loading delay.
+    virtual void setURLPaused(const QString& path) = 0;
     // Releases the current file; playing stops.  Harmless when nothing is loaded.
     virtual void close() = 0;
     // 3 while playing (1 stopped, 2 paused, 4 fast forward, 10 ready).

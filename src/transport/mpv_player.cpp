@@ -137,15 +137,26 @@ void MpvPlayer::setURL(const QString& path) {
         lastReported_ = 0;
         return;
     }
+    queueLoad(3);
+}
+
+void MpvPlayer::setURLPaused(const QString& path) {
+    if (path.isEmpty()) return setURL(path);
+    url_ = path;
+    queueLoad(2);
+}
+
+void MpvPlayer::queueLoad(int state) {
     // The load goes out from the event queue, so that a position written
     // right after this call still becomes the start of the file.
     startAt_ = 0;
     loadPending_ = true;
     loaded_ = false;
     // A file output runs faster than real time: nothing to catch up with.
-    catchUp_ = !writesFile_;
+    // Music loaded held has no moment to catch up with until it is let go.
+    catchUp_ = !writesFile_ && state == 3;
     urlClock_.start();
-    state_ = 3;
+    state_ = state;
     markPosition(0);
     lastReported_ = 0;
     const quint64 serial = ++loadSerial_;
@@ -161,6 +172,8 @@ void MpvPlayer::startLoad() {
     loadPending_ = false;
     if (!handle()) return;
     runAtRate();
+    const bool held = state_ == 2;
+    if (held) setFlag("pause", true); // opened and decoded, waiting for controlsPlay
     const QByteArray url = url_.toUtf8();
     const QByteArray options = QStringLiteral("start=%1").arg(startAt_, 0, 'f', 3).toUtf8();
     // Named arguments: the same call works across libmpv versions.
@@ -178,7 +191,7 @@ void MpvPlayer::startLoad() {
     cmd.u.list = &list;
     api_->command_node(mpv_, &cmd, nullptr);
     markPosition(startAt_);
-    state_ = 3;
+    state_ = held ? 2 : 3;
 }
 
 void MpvPlayer::drainEvents() {
@@ -268,6 +281,12 @@ void MpvPlayer::setSettingsVolume(int volume) {
 
 void MpvPlayer::controlsPlay() {
     if (url_.isEmpty()) return;
+    // Let go before the held load has opened: the music catches up with
+    // this moment once it runs, as after setURL.
+    if (state_ == 2 && (loadPending_ || !loaded_)) {
+        catchUp_ = !writesFile_;
+        urlClock_.start();
+    }
     markPosition(controlsCurrentPosition());
     state_ = 3;
     runAtRate();

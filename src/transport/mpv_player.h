@@ -37,6 +37,7 @@ class MpvPlayer : public QObject, public MediaPlayer {
     void start() const;
 
     void setURL(const QString& path) override;
+    void setURLPaused(const QString& path) override;
     QString URL() const override { return url_; }
     void close() override;
     int playState() const override { return state_; }
@@ -80,6 +81,8 @@ class MpvPlayer : public QObject, public MediaPlayer {
     void attach() const;
     void drainEvents();
     void startLoad();
+    // Queues the load of url_, to play (state 3) or held at its start (2).
+    void queueLoad(int state);
     void setFlag(const char* name, bool on);
     void setDouble(const char* name, double v);
     // While playing: mpv at the speed of the rate, or paused for a held rate.

@@ -10,7 +10,9 @@
 #include "transport/stop_pause.h"
 
 #include <QFileInfo>
+#include <algorithm>
 #include <cmath>
+#include <utility>
 
 namespace mv {
 
@@ -83,16 +85,36 @@ void waitForSecond(Session& s, int64_t endTick) {
     s.pump.waitRound(std::min(endTick, s.clock.tickMs() + std::max<int64_t>(1, toNext)));
 }
 
-void countOff(Session& s) {
+bool serving(const Session& s) {
+    return s.sendToClients && s.velmor.IamaServer.get() == 1 && s.velmor.Shape1.get();
+}
+
+// Clock Start on a server with clients: the tick at which the music of a
+// play whose count-off begins now goes, here and on every client that
+// follows this clock; the count-off, or the start lead when that is longer,
+// so that the announcement reaches the clients in time.  0 otherwise.
+int64_t clockStartInstant(const Session& s) {
+    const VelmorState& v = s.velmor;
+    if (v.ClockStart.get() != 1 || !serving(s) || !s.announceStartAt) return 0;
+    const double ms = std::max(v.PDFDLY.value() * 1000, v.StartLead.value());
+    return s.clock.tickMs() + std::llround(std::clamp(ms, 0.0, 600e3)); // as clients accept
+}
+
+// `at`: the announced instant the count-off ends at, or 0.
+void countOff(Session& s, int64_t at) {
     VelmorState& v = s.velmor;
     const bool client = v.IamaServer.get() == 0 && v.Shape1.get();
     const double delay = client ? v.ClientDelay.value() : v.PDFDLY.value();
     // The end of the wait on the tick clock: a count-off across midnight ends.
-    const int64_t endTick = s.clock.tickMs() + std::llround(std::max(0.0, delay) * 1000);
+    const int64_t endTick = at ? at : s.clock.tickMs() + std::llround(std::max(0.0, delay) * 1000);
     int count = roundWord(v.PDFDLY.value());
     scrnFocus(s);
-    if (s.sendToClients && v.IamaServer.get() == 1 && v.Shape1.get())
+    if (serving(s)) {
+        // Announced first: a client that follows the clock then leaves the
+        // plain start after it alone.
+        if (at) s.announceStartAt(at);
         s.sendToClients(QStringLiteral("&START/"));
+    }
     if (s.adobeF2.Visible.get()) s.adobeF2.Text11Visible.set(true);
     s.adobeF.Text11Visible.set(true);
     writeCount(s, count);
@@ -122,7 +144,8 @@ void stopByClick(Session& s) {
     if (s.focusMainWindow) s.focusMainWindow();
 }
 
-void start(Session& s) {
+// `announced`: the instant a server announced for this start, or 0.
+void start(Session& s, int64_t announced) {
     VelmorState& v = s.velmor;
     s.g.PlayStartTick = s.clock.tickMs();
     s.g.StopRequested = 0;
@@ -136,9 +159,24 @@ void start(Session& s) {
         if (s.pump.quitting()) return;
         if (s.player) s.player->setURL(s.g.SongFile);
     }
-    if (v.LoadPDF.get() == 1 && v.PDFDLY.value() > 0 && guard(s)) countOff(s);
+    const bool counting = v.LoadPDF.get() == 1 && v.PDFDLY.value() > 0 && guard(s);
+    // Clock Start: the music goes at an instant, loaded ahead and held till
+    // then, so that it does not wait for its file.  A notation viewer's
+    // start keeps its own timing.
+    int64_t at = 0;
+    if (v.LoadPDF.get() == 1 && v.CNWC.get() != 1)
+        at = announced ? announced : counting ? clockStartInstant(s) : 0;
+    const bool held = at && s.player && s.adobeF.Tick.get() != 1;
+    if (held) s.player->setURLPaused(s.g.SongFile);
+    if (counting) countOff(s, at);
+    if (at) s.pump.waitUntil(at);
     // The program closed during the waits: nothing may start now.
     if (s.pump.quitting()) return;
+    // Held music goes first thing at the instant.  Music that something
+    // took away meanwhile (a stop in the count-off) is loaded anew below,
+    // as without Clock Start.
+    const bool letGo = held && s.player->URL() == s.g.SongFile && s.player->playState() == 2;
+    if (letGo) s.player->controlsPlay();
     if (v.LoadPDF.get() != 1) {
         if (s.focusMainWindow) s.focusMainWindow();
         return;
@@ -146,7 +184,7 @@ void start(Session& s) {
     // The map stage.
     const QString map = existingPathIgnoringCase(mapFileName(s.g.SongBase));
     s.files.close(1);
-    if (s.player) s.player->setURL(s.adobeF.Tick.get() == 1 ? QString() : s.g.SongFile);
+    if (!letGo && s.player) s.player->setURL(s.adobeF.Tick.get() == 1 ? QString() : s.g.SongFile);
     setRate(s);
     if (!QFileInfo(map).isFile()) {
         if (s.focusMainWindow) s.focusMainWindow();
@@ -170,6 +208,8 @@ void start(Session& s) {
 } // namespace
 
 void WindowsMediaPlayer1_MouseDown(Session& s, int button, int, double x, double) {
+    // An announced start counts for this press alone, whatever comes of it.
+    const int64_t announced = std::exchange(s.g.StartAtTick, 0);
     if (button == 2) return;
     try {
         pdfToMp3(s);
@@ -194,7 +234,7 @@ void WindowsMediaPlayer1_MouseDown(Session& s, int button, int, double x, double
         if (x >= 30)
             stopByClick(s);
         else
-            start(s);
+            start(s, announced);
     } catch (const std::exception&) {
         // As the play loop: the operation ends silently where it stands.
         s.files.close(3);

@@ -1,7 +1,10 @@
 // Any bytes from a server, cut into reads where the input holds 0x1F: a
 // connected client decodes each piece (UTF-8 or Windows-1252, a character
 // cut at the end of a read) and reads it in virtual time, with a play's waits in
-// which later reads nest, and must never crash or hang.
+// which later reads nest, and must never crash or hang.  The first byte's
+// low bit turns "Clock Start" on, so that the clock's answers and announced
+// starts (any instant, any answer) are read too; each piece is also read as
+// what a client may send a server with Clock Start.
 #include "fake_net.h"
 #include "fuzz_session.h"
 #include "sheet/navigation.h"
@@ -35,6 +38,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         link = net.endpoint();
         link->Accept(id);
     };
+    f.s.velmor.ClockStart.set(size > 0 && (data[0] & 1));
     f.s.ConnectIt_Click();
     if (!link) __builtin_trap();
     const char* p = reinterpret_cast<const char*>(data);
@@ -42,6 +46,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     while (p < end) {
         const char* cut = std::find(p, end, '\x1f');
         link->SendData(QByteArray(p, cut - p));
+        for (const QString& ask : mv::clockAsks(QByteArrayView(p, cut - p)))
+            if (mv::clockAnswerToken(ask, 0).size() > 64) __builtin_trap(); // bounded payloads
         f.clock.advanceBy(10);
         p = cut == end ? end : cut + 1;
     }

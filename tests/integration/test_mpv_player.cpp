@@ -125,4 +125,20 @@ TEST_F(MpvPlayerTest, NullOutputRunsInRealTimeAtRate0HoldsBelowEndsAndStopKeepsT
     EXPECT_EQ(state(), std::tuple(1, QString(), false));
 }
 
+// Music loaded held stays at its start however long it waits, and runs in
+// real time from the moment it is let go, with no load to wait for.
+TEST_F(MpvPlayerTest, HeldMusicWaitsAtItsStartUntilLetGo) {
+    MpvPlayer p(QStringLiteral("null"));
+    writeToneWav(path("held.wav"), {440}, 3.0);
+    p.setURLPaused(path("held.wav"));
+    runFor(600);
+    EXPECT_EQ(std::tuple(p.playState(), p.controlsCurrentPosition()), std::tuple(2, 0.0));
+    QElapsedTimer t;
+    t.start();
+    p.controlsPlay();
+    runFor(500);
+    EXPECT_EQ(p.playState(), 3);
+    EXPECT_NEAR(p.controlsCurrentPosition(), t.elapsed() / 1000.0, 0.1);
+}
+
 } // namespace

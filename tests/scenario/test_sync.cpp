@@ -1,7 +1,9 @@
 // The network sync over the fake loopback in virtual time: what a client
 // makes of each read (tokens read together, cuts, containment, split tokens,
 // the end of a session), and the server's side of clients that come, go and
-// come back, connects that fail, and sends that fail.
+// come back, connects that fail, and sends that fail.  Clock Start: the
+// estimate of the server's clock, and starts on one instant for computers
+// whose clocks disagree, beside clients and peers that know nothing of it.
 
 #include "core/session_state.h"
 #include "core/setup_screen.h"
@@ -9,12 +11,18 @@
 #include "fake_net.h"
 #include "fakes.h"
 #include "sheet/navigation.h"
+#include "shifted_clock.h"
+#include "sync/clock_offset.h"
 #include "sync/network.h"
 #include "sync/sync_install.h"
+#include "transport/play_start.h"
 #include "transport/volume_speed.h"
 
+#include <algorithm>
+#include <deque>
 #include <gtest/gtest.h>
 #include <list>
+#include <random>
 
 using namespace mv;
 using namespace mv::test;
@@ -31,7 +39,7 @@ QString panelOf(const QString& button, bool dot, int state) {
 // One session on the fake network, with the handlers the tokens reach
 // replaced by a log.
 struct Computer {
-    explicit Computer(VirtualClock& clock, FakeNet& net) : s(clock, messages), player(clock) {
+    explicit Computer(Clock& clock, FakeNet& net) : s(clock, messages), player(clock) {
         attachSheetOne(s, player, viewer);
         sync = installSync(s, net);
         s.velmor.IPAddress.setText("127.0.0.1");
@@ -312,6 +320,241 @@ TEST_F(SyncServerTest, TheCheckBoxAndConnectOnAServerOnlySpeak) {
                            "You have checked 'I AM A SERVER' so clients should connect to you. "
                            "You do not need to connect."}));
     EXPECT_EQ(server.sync->Winsock1(0).State(), sockstate::kListening);
+}
+
+// The server's clock runs `kAhead` ms before the client's; each round trip
+// goes out and back with the delays given.
+TEST(ClockOffsetTest, LearnsTheServerClockFromTheShortestRoundTrips) {
+    constexpr double kAhead = 7200000;
+    struct Trip {
+        double out, back;
+        double ahead = kAhead; // the server's clock at this trip
+    };
+    const struct {
+        const char* what;
+        std::vector<Trip> trips;
+        double offset;
+        int jumps = 0;
+    } cases[] = {
+        {"the shortest round trip wins over slow and lopsided ones",
+         {{30, 10}, {5, 5}, {40, 2}, {20, 20}},
+         kAhead},
+        {"after the first few a better sample moves the estimate a quarter of the way",
+         {{5, 5}, {5, 5}, {5, 5}, {5, 5}, {5, 5}, {1, 1, kAhead + 8}},
+         kAhead + 2},
+        {"and the next one a quarter of what is left",
+         {{5, 5}, {5, 5}, {5, 5}, {5, 5}, {5, 5}, {1, 1, kAhead + 8}, {1, 1, kAhead + 8}},
+         kAhead + 3.5},
+        {"a server that restarted is learnt anew at once",
+         {{5, 5}, {5, 5}, {5, 5}, {5, 5}, {5, 5}, {5, 5}, {20, 20, -40000}},
+         -40000,
+         1},
+        {"the best sample is forgotten after the window",
+         [] {
+             std::vector<Trip> trips = {{1, 1, kAhead - 6}};
+             trips.insert(trips.end(), ClockOffset::kWindow, Trip{3, 3});
+             return trips;
+         }(),
+         kAhead - 6 * (1 - ClockOffset::kSmoothing)},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.what);
+        ClockOffset clock;
+        double now = 1000;
+        for (const Trip& trip : c.trips) {
+            EXPECT_TRUE(clock.add(now, now + trip.out + trip.ahead, now + trip.out + trip.back));
+            now += 2000;
+        }
+        EXPECT_NEAR(clock.offsetMs(), c.offset, 1e-6);
+        EXPECT_EQ(clock.jumps(), c.jumps);
+    }
+}
+
+TEST(ClockOffsetTest, JitterAndImpossibleSamples) {
+    ClockOffset clock;
+    EXPECT_FALSE(clock.add(100, 50, 90)); // answered before it was asked
+    EXPECT_FALSE(clock.add(100, 50, 100 + ClockOffset::kMaxRoundTripMs + 1));
+    EXPECT_FALSE(clock.known());
+    // 20 ms each way with up to 10 ms of jitter on each: a lopsided trip is
+    // off by half its difference, the shortest ones are nearly even.
+    std::mt19937 rng(3);
+    std::uniform_real_distribution<double> jitter(-10, 10);
+    double now = 0;
+    std::deque<double> trips;
+    for (int i = 0; i < 40; ++i, now += 2000) {
+        const double out = 20 + jitter(rng), back = 20 + jitter(rng);
+        clock.add(now, now + out + 500, now + out + back);
+        trips.push_back(out + back);
+        if (trips.size() > size_t(ClockOffset::kWindow)) trips.pop_front();
+    }
+    EXPECT_NEAR(clock.roundTripMs(), *std::min_element(trips.begin(), trips.end()), 1e-9);
+    EXPECT_NEAR(clock.offsetMs(), 500, 3);
+}
+
+TEST(ClockTokensTest, OnlyWholeClockTokensAreTakenOut) {
+    const struct {
+        QString read, left;
+        size_t answers;
+        std::optional<int64_t> startAt;
+    } cases[] = {
+        {"&CLOCK/12.5,99/&PLAYAT/1300/&START/", "&START/", 1, 1300},
+        {"&SELECT/Song.mp3&CLOCK/1,2/&CLOCK/3,4/", "&SELECT/Song.mp3", 2, {}},
+        {"&PLAYAT/12/&PLAYAT/-7/", "", 0, -7},
+        // cut by the read, or no number: junk as any other
+        {"&PLAYAT/12", "&PLAYAT/12", 0, {}},
+        {"&CLOCK/1,x/&PLAYAT//", "&CLOCK/1,x/&PLAYAT//", 0, {}},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.read.toStdString());
+        QString text = c.read;
+        const ClockTokens t = takeClockTokens(text);
+        EXPECT_EQ(std::tuple(text, t.answers.size(), t.startAt),
+                  std::tuple(c.left, c.answers, c.startAt));
+    }
+    // A peer that knows only the other tokens finds nothing in the new ones,
+    // also read doubled, and the start after them still starts it.
+    const QString announced = startAtToken(123456) + clockAnswerToken("17.250", 99);
+    EXPECT_EQ(readMessage(announced).then, Message::Then::None);
+    EXPECT_EQ(readMessage(announced + "&START/").then, Message::Then::Start);
+    EXPECT_EQ(clockAsks(clockAskToken(17.25).toLatin1() + "junk&CLOCK?/5/"),
+              (QStringList{"17.250", "5"}));
+}
+
+// Records when the music really began to run, on the one virtual clock.
+class TimedPlayer : public FakePlayer {
+  public:
+    TimedPlayer(const Clock& own, const VirtualClock& machine) : FakePlayer(own), m_(machine) {}
+    void setURL(const QString& path) override {
+        FakePlayer::setURL(path);
+        noteStart();
+    }
+    void controlsPlay() override {
+        FakePlayer::controlsPlay();
+        noteStart();
+    }
+    void close() override {
+        FakePlayer::close();
+        startedAt = -1;
+    }
+    int64_t startedAt = -1;
+
+  private:
+    void noteStart() {
+        if (playState() == 3) startedAt = m_.tickMs();
+    }
+    const VirtualClock& m_;
+};
+
+// A computer with its own tick clock, a play start and a timed player,
+// behind its own one-way delay.
+struct Follower {
+    Follower(VirtualClock& machine, FakeNet& net, int64_t shiftMs, bool clockStart)
+        : clock(machine, shiftMs), c(clock, net), player(clock, machine) {
+        c.s.player = &player;
+        installPlayStart(c.s);
+        c.s.velmor.ClockStart.set(clockStart);
+        c.s.velmor.PDFDLY.setText("1");
+        c.s.velmor.ClientDelay.setText(".5");
+        c.s.g.SongFile = "/songs/Song.mp3";
+        const auto start = c.s.WindowsMediaPlayer1_MouseDown;
+        c.s.WindowsMediaPlayer1_MouseDown = [this, start](int b, int sh, double x, double y) {
+            ++presses;
+            start(b, sh, x, y);
+        };
+    }
+    ShiftedClock clock;
+    Computer c;
+    TimedPlayer player;
+    int presses = 0;
+};
+
+// One client per run: computers on one thread nest their waits, which
+// separate computers never do.
+TEST(ClockStart, ServerAndClientStartOnOneInstantWhateverTheirDelays) {
+    const struct {
+        const char* what;
+        bool serverBox, clientBox;
+        int64_t shift; // the client's clock against the server's
+        int delay;     // one way, each way
+        int startsAfterServer;
+    } cases[] = {
+        {"a client hours behind, 5 ms away", true, true, -7200000, 5, 0},
+        {"a client seconds ahead, 40 ms away", true, true, 3300, 40, 0},
+        // Without the box on both ends: the token and the client's own delay.
+        {"a client with the box off", true, false, 55555, 20, 20 + 500 - 1000},
+        {"a server with the box off", false, true, 55555, 5, 5 + 500 - 1000},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.what);
+        VirtualClock machine{1000, 43200};
+        FakeNet net{machine};
+        Follower server(machine, net, 0, c.serverBox);
+        server.c.s.velmor.IamaServer.set(1);
+        server.c.sync->startListening();
+        Follower client(machine, net, c.shift, c.clientBox);
+        client.c.s.ConnectIt_Click();
+        int asks = 0;
+        static_cast<FakeSocket&>(client.c.sync->Winsock1(0)).sendDelay = [&asks, &c] {
+            return ++asks, c.delay;
+        };
+        static_cast<FakeSocket&>(server.c.sync->Winsock1(1)).sendDelay = [&c] { return c.delay; };
+        // A peer that knows only the described tokens keeps what it reads.
+        auto raw = net.endpoint();
+        QList<QByteArray> rawReads;
+        raw->onDataArrival = [&](qint64) { rawReads << raw->GetData(); };
+        raw->setRemoteHost("127.0.0.1");
+        raw->setRemotePort(kPort);
+        raw->Connect();
+        machine.advanceBy(3000); // the asks of the first seconds
+        const int64_t pressed = machine.tickMs();
+        server.c.s.WindowsMediaPlayer1_MouseDown(1, 0, 1, 1);
+        machine.advanceBy(3000);
+        // The count-off is longer than the lead; the client's plain start
+        // after an announced one is left alone.
+        EXPECT_EQ(std::tuple(server.player.startedAt - pressed,
+                             client.player.startedAt - server.player.startedAt, client.presses),
+                  std::tuple(1000, c.startsAfterServer, 1));
+        const QByteArray announced =
+            c.serverBox ? startAtToken(pressed + 1000).toLatin1() : QByteArray();
+        EXPECT_EQ(rawReads, QList<QByteArray>{announced + "&START/"});
+        // Only a client with the box on asks, and only a server with it on answers.
+        EXPECT_EQ(std::tuple(asks > 5, client.c.sync->serverClock().known()),
+                  std::tuple(c.clientBox, c.clientBox && c.serverBox));
+    }
+}
+
+// A client that follows the clock, with the server scripted: the start
+// announced and the plain one in reads of their own, late ones, and one
+// before anything is known of the server's clock.
+TEST_F(SyncClientTest, AnAnnouncedStartIsTakenOnceAndOnlyWithAKnownClock) {
+    constexpr int64_t kAhead = 500000;
+    QList<int64_t> starts; // the instant each start was given, 0: a plain one
+    client.s.WindowsMediaPlayer1_MouseDown = [&](int, int, double, double) {
+        starts << (client.s.g.StartAtTick ? client.s.g.StartAtTick - clock.tickMs() : 0);
+        client.s.g.StartAtTick = 0;
+    };
+    client.s.velmor.ClockStart.set(1);
+    const auto announce = [&](int64_t inMs) {
+        return startAtToken(clock.tickMs() + kAhead + inMs).toLatin1();
+    };
+    reads({announce(300), "&START/"}); // nothing known yet: the plain start
+    bool answering = true;
+    link->onDataArrival = [&](qint64) {
+        for (const QString& ask : clockAsks(link->GetData()))
+            if (answering)
+                link->SendData(clockAnswerToken(ask, double(clock.tickMs() + kAhead)).toLatin1());
+    };
+    clock.advanceBy(1000);
+    reads({announce(300), "&START/"});                      // read 1 ms later: 299 ms ahead
+    reads({announce(300) + "&START/"});                     // in one read
+    reads({announce(300)});                                 // a start whose plain one is lost,
+    clock.advanceBy(2000);                                  // and a plain one long after it
+    reads({"&START/", "&SELECT/Song.mp3" + announce(300)}); // a selection comes first
+    answering = false;
+    reads({"&END/"}); // a new connection learns the clock anew
+    clock.advanceBy(100);
+    EXPECT_EQ(client.sync->serverClock().known(), false);
+    EXPECT_EQ(starts, (QList<int64_t>{0, 299, 299, 299, 0}));
 }
 
 } // namespace

@@ -1,5 +1,6 @@
 #include "fake_net.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace mv::test {
@@ -85,7 +86,9 @@ SendResult FakeSocket::SendData(const QByteArray& bytes) {
     if (State() != sockstate::kConnected || !peer_)
         return {sockerr::kBadState, sockerr::badState().description()};
     FakeSocket* p = peer_;
-    p->later(net_.latencyMs, [p, bytes] { p->land(bytes); });
+    const int64_t now = net_.clock.tickMs();
+    lastLanding_ = std::max(lastLanding_, now + (sendDelay ? sendDelay() : net_.latencyMs));
+    p->later(int(lastLanding_ - now), [p, bytes] { p->land(bytes); });
     return {};
 }
 

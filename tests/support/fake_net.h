@@ -56,6 +56,9 @@ class FakeSocket final : public Socket {
 
     // Every send fails with this when its error is not 0 (a broken link).
     SendResult failSends;
+    // The delay of each send from this element, when set (else the net's
+    // latency): jitter never reorders the bytes, as TCP does not.
+    std::function<int()> sendDelay;
 
   private:
     template <class Fn> void later(int ms, Fn fn);
@@ -72,6 +75,7 @@ class FakeSocket final : public Socket {
     QString remoteHost_;
     FakeSocket* peer_ = nullptr;
     QByteArray inbox_;
+    int64_t lastLanding_ = 0; // when the last send from here lands
     bool arrivalQueued_ = false, peerClosed_ = false, closeQueued_ = false, closeDone_ = false;
 };
 

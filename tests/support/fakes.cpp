@@ -34,6 +34,13 @@ void FakePlayer::setURL(const QString& path) {
     state_ = path.isEmpty() ? 1 : 3;
 }
 
+void FakePlayer::setURLPaused(const QString& path) {
+    log(QStringLiteral("URL(%1) held").arg(path));
+    url_ = path;
+    posAtMark_ = 0;
+    state_ = 2;
+}
+
 void FakePlayer::close() {
     log(QStringLiteral("close"));
     url_.clear();

@@ -38,6 +38,7 @@ class FakePlayer : public MediaPlayer {
     explicit FakePlayer(const Clock& clock) : clock_(clock) {}
     void setURL(const QString& path) override;
     QString URL() const override { return url_; }
+    void setURLPaused(const QString& path) override;
     void close() override;
     int playState() const override { return state_; }
     bool settingsIsAvailable(const QString& what) const override;
