@@ -32,11 +32,12 @@ MapText parseMap(const QByteArray& map) {
     return m;
 }
 
-// Fills the counts and shifts from the positions before and after.
+// Fills the counts and shifts from the positions before and after; the
+// shifts of the tics from `first` on (those the operation worked on).
 void summarise(MapResult& r, const std::vector<double>& before, const std::vector<double>& after,
-               const MapText& m, const std::vector<long>& tics) {
+               const MapText& m, const std::vector<long>& tics, size_t first = 0) {
     std::vector<double> shift;
-    for (size_t k = 0; k < before.size(); ++k)
+    for (size_t k = first; k < before.size(); ++k)
         shift.push_back(std::abs(after[k] - before[k]));
     r.tics = int(m.tics.size());
     for (size_t k = 0; k < tics.size(); ++k)
@@ -127,7 +128,7 @@ MapResult tightenMap(const QString& song, const QByteArray& map, const PlayTimin
     }
     r.bytes = m.withTics(tics);
     summarise(r, before, musicPositions(std::vector<double>(tics.begin(), tics.end()), timing), m,
-              tics);
+              tics, first);
     r.seconds = double(clock.elapsed()) / 1000.0;
     progress.at(100);
     return r;
@@ -173,7 +174,9 @@ MapResult transferMap(const QString& fromSong, const QByteArray& fromMap, const 
     std::vector<double> warped;
     for (double p : before)
         warped.push_back(warpTime(path, p));
-    std::vector<double> after = snapToOnsets(warped, onsets, 70, 150, false).ms;
+    const SnapResult snap = snapToOnsets(warped, onsets, 70, 150, false);
+    std::vector<double> after = snap.ms;
+    r.matchedShare = double(snap.snapped) / double(std::max<size_t>(1, warped.size()));
     followHeldTics(before, sourceOnsets, after);
     const std::vector<long> tics = ticsForPositions(after, timing);
     r.bytes = m.withTics(tics);

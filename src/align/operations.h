@@ -38,8 +38,9 @@ struct MapResult {
     int moved = 0;            // tics whose time changed
     double medianShiftMs = 0; // median and largest change of a tic's music position
     double maxShiftMs = 0;
-    double seconds = 0;  // time the work took
-    double pathCost = 0; // mean alignment cost (transfer only)
+    double seconds = 0;      // time the work took
+    double pathCost = 0;     // relative alignment cost (transfer only)
+    double matchedShare = 0; // share of the carried tics that found a target onset (transfer)
     bool cancelled = false;
 };
 
