@@ -18,6 +18,7 @@ mv_e2e(wayland_weston 90)
 mv_e2e(real_keys 120)
 mv_e2e(window_places 90)
 mv_e2e(tighten_demo 150)
+mv_e2e(transfer_map 240)
 mv_e2e(record_close 60)
 mv_e2e(quit_signals 90)
 # The windows on a laptop's screen; the screenshots stay in build/screens.
