@@ -301,6 +301,7 @@ int main(int argc, char** argv) {
                 ten.samples.insert(ten.samples.end(), one.samples.begin(), one.samples.end());
             writeWav(path, ten);
         }
+        std::fflush(stdout); // the child writes to the same file
         QProcess child;
         child.setProcessChannelMode(QProcess::ForwardedChannels);
         child.start(QCoreApplication::applicationFilePath(),

@@ -86,6 +86,42 @@ void followHeldTics(const std::vector<double>& source, const std::vector<Onset>&
     }
 }
 
+// A struck tic the warp carried where the target has no onset: on a note
+// held long or struck again on the same pitch the chroma cannot tell where
+// the strike is, and the path may stray by most of a note.  Such a tic is
+// placed by its share of the time between the nearest tics that did find an
+// onset, as in the source (after the last of them: their tempo), and kept
+// there if an onset lies within 70 ms.
+void refindLostTics(const std::vector<double>& source, const std::vector<double>& warped,
+                    const std::vector<Onset>& onsets, std::vector<double>& target) {
+    const size_t n = source.size();
+    std::vector<bool> found(n);
+    for (size_t k = 0; k < n; ++k)
+        found[k] = target[k] != warped[k];
+    for (size_t k = 0; k < n; ++k) {
+        if (found[k]) continue;
+        size_t a = k, b = k;
+        while (a > 0 && !found[a])
+            --a;
+        while (b + 1 < n && !found[b])
+            ++b;
+        if (!found[a]) continue;
+        if (!found[b]) {
+            // None found after it: the tempo of the two found tics before.
+            size_t c = a;
+            while (c > 0 && (c == a || !found[c]))
+                --c;
+            if (c == a || !found[c]) continue;
+            b = a, a = c;
+        }
+        if (source[b] <= source[a]) continue;
+        const double share = (source[k] - source[a]) / (source[b] - source[a]);
+        const double guess = target[a] + share * (target[b] - target[a]);
+        const SnapResult s = snapToOnsets({guess}, onsets, 70, 150, false);
+        if (s.snapped == 1) target[k] = s.ms[0];
+    }
+}
+
 } // namespace
 
 std::vector<double> tightenPositions(const std::vector<double>& positions,
@@ -178,6 +214,7 @@ MapResult transferMap(const QString& fromSong, const QByteArray& fromMap, const 
     std::vector<double> after = snap.ms;
     r.matchedShare = double(snap.snapped) / double(std::max<size_t>(1, warped.size()));
     followHeldTics(before, sourceOnsets, after);
+    refindLostTics(before, warped, onsets, after);
     const std::vector<long> tics = ticsForPositions(after, timing);
     r.bytes = m.withTics(tics);
     summarise(r, before, musicPositions(std::vector<double>(tics.begin(), tics.end()), timing), m,
