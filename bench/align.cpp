@@ -270,10 +270,10 @@ int main(int argc, char** argv) {
                         std::printf("#  measure %zu off by %+.1f\n", k + 1, got[k] - b.truth[k]);
                 }
                 if (verbose)
-                    std::printf(
-                        "# %s -> %s: median %.1f p95 %.1f max %.1f cost %.3f matched %.2f\n",
-                        qPrintable(a.wav), qPrintable(b.wav), one.pct(0.5), one.pct(0.95),
-                        one.pct(1), m.pathCost, m.matchedShare);
+                    std::printf("# %s -> %s: median %.1f p95 %.1f max %.1f cost %.3f matched %.2f "
+                                "spread %.3f\n",
+                                qPrintable(a.wav), qPrintable(b.wav), one.pct(0.5), one.pct(0.95),
+                                one.pct(1), m.pathCost, m.matchedShare, m.tempoSpread);
             }
     if (!only.isEmpty()) {
         moved.print("transfer");
@@ -320,8 +320,9 @@ int main(int argc, char** argv) {
                     other.push_back(m.pathCost);
                     const double lastMatched = m.matchedShare;
                     if (verbose)
-                        std::printf("# %s -> %s: cost %.3f matched %.2f\n", qPrintable(r1[0].wav),
-                                    qPrintable(r->wav), other.back(), lastMatched);
+                        std::printf("# %s -> %s: cost %.3f matched %.2f spread %.3f\n",
+                                    qPrintable(r1[0].wav), qPrintable(r->wav), other.back(),
+                                    lastMatched, m.tempoSpread);
                 }
     std::sort(same.begin(), same.end());
     std::sort(other.begin(), other.end());

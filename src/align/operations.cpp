@@ -15,8 +15,10 @@ namespace mv::align {
 
 namespace {
 
-// A source tic counts as struck with an onset this close.
+// A source tic counts as struck with an onset this close, of at least this
+// share of the recording's loud onsets.
 constexpr double kStruckMs = 50;
+constexpr double kClearShare = 0.3;
 
 Audio decode(const QString& path, const Progress& p) {
     try {
@@ -55,11 +57,19 @@ void summarise(MapResult& r, const std::vector<double>& before, const std::vecto
 // the struck tics around it, as in the source (the local tempo).
 void followHeldTics(const std::vector<double>& source, const std::vector<Onset>& sourceOnsets,
                     std::vector<double>& target) {
+    // Only a clear onset counts: noise and breath make weak ones everywhere.
+    std::vector<double> s;
+    for (const Onset& o : sourceOnsets)
+        s.push_back(o.strength);
+    std::sort(s.begin(), s.end(), std::greater<>());
+    const double clear = s.empty() ? 0 : kClearShare * s[s.size() / 20];
     const auto struck = [&](size_t k) {
-        const auto it =
-            std::lower_bound(sourceOnsets.begin(), sourceOnsets.end(), source[k] - kStruckMs,
-                             [](const Onset& o, double t) { return o.ms < t; });
-        return it != sourceOnsets.end() && it->ms <= source[k] + kStruckMs;
+        for (auto it =
+                 std::lower_bound(sourceOnsets.begin(), sourceOnsets.end(), source[k] - kStruckMs,
+                                  [](const Onset&o, double t) { return o.ms < t; });
+             it != sourceOnsets.end() && it->ms <= source[k] + kStruckMs; ++it)
+            if (it->strength >= clear) return true;
+        return false;
     };
     std::vector<bool> held(source.size());
     for (size_t k = 0; k < source.size(); ++k)
@@ -120,6 +130,21 @@ void refindLostTics(const std::vector<double>& source, const std::vector<double>
         const SnapResult s = snapToOnsets({guess}, onsets, 70, 150, false);
         if (s.snapped == 1) target[k] = s.ms[0];
     }
+}
+
+double tempoSpread(const std::vector<double>& source, const std::vector<double>& target) {
+    std::vector<double> ratio;
+    for (size_t k = 1; k < source.size(); ++k)
+        if (source[k] - source[k - 1] > 1 && target[k] - target[k - 1] > 1)
+            ratio.push_back(std::log((target[k] - target[k - 1]) / (source[k] - source[k - 1])));
+    if (ratio.empty()) return 0;
+    std::vector<double> sorted = ratio;
+    std::nth_element(sorted.begin(), sorted.begin() + long(sorted.size() / 2), sorted.end());
+    const double mid = sorted[sorted.size() / 2];
+    for (double& v : ratio)
+        v = std::abs(v - mid);
+    std::nth_element(ratio.begin(), ratio.begin() + long(ratio.size() / 2), ratio.end());
+    return ratio[ratio.size() / 2];
 }
 
 } // namespace
@@ -200,11 +225,13 @@ MapResult transferMap(const QString& fromSong, const QByteArray& fromMap, const 
     const WarpPath path = alignChroma(
         ca, cb, 25, [&progress] { return progress.cancelled(); }, oa, ob);
     if (progress.cancelled()) return r.cancelled = true, r;
-    if (path.steps.empty() || path.relativeCost > maxCost)
-        throw AlignError(
+    const auto notTheSame = [](double cost) {
+        return AlignError(
             QStringLiteral("The recordings do not seem to be the same piece (alignment cost %1).")
-                .arg(path.relativeCost, 0, 'f', 2)
+                .arg(cost, 0, 'f', 2)
                 .toStdString());
+    };
+    if (path.steps.empty()) throw notTheSame(1);
     progress.at(90);
     const std::vector<double> before = musicPositions(m.tics, timing);
     std::vector<double> warped;
@@ -215,11 +242,13 @@ MapResult transferMap(const QString& fromSong, const QByteArray& fromMap, const 
     r.matchedShare = double(snap.snapped) / double(std::max<size_t>(1, warped.size()));
     followHeldTics(before, sourceOnsets, after);
     refindLostTics(before, warped, onsets, after);
+    r.tempoSpread = tempoSpread(before, after);
+    r.pathCost = path.relativeCost + r.tempoSpread;
+    if (r.pathCost > maxCost) throw notTheSame(r.pathCost);
     const std::vector<long> tics = ticsForPositions(after, timing);
     r.bytes = m.withTics(tics);
     summarise(r, before, musicPositions(std::vector<double>(tics.begin(), tics.end()), timing), m,
               tics);
-    r.pathCost = path.relativeCost;
     r.seconds = double(clock.elapsed()) / 1000.0;
     progress.at(100);
     return r;
