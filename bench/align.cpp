@@ -23,7 +23,6 @@
 #include <map>
 #include <random>
 #include <sndfile.h>
-#include <sys/resource.h>
 
 using namespace mv::align;
 
@@ -158,9 +157,15 @@ std::vector<double> positionsOf(const QByteArray& map, const PlayTiming& t) {
 int rssPair(const QString& a, const QString& b, const std::vector<double>& truth) {
     const PlayTiming t;
     transferMap(a, mapFor(truth, t), b, t, {}, 1e9);
-    rusage u{};
-    getrusage(RUSAGE_SELF, &u);
-    std::printf("align_peak_rss_mb: %.1f MB\n", double(u.ru_maxrss) / 1024);
+    // The peak of this process image (VmHWM): getrusage's maximum is kept
+    // across fork and exec, so it would report the bench's own peak.
+    QFile status(QStringLiteral("/proc/self/status"));
+    double kb = 0;
+    if (status.open(QIODevice::ReadOnly))
+        for (const QByteArray& line : status.readAll().split('\n'))
+            if (line.startsWith("VmHWM:"))
+                kb = line.mid(6).trimmed().split(' ').value(0).toDouble();
+    std::printf("align_peak_rss_mb: %.1f MB\n", kb / 1024);
     return 0;
 }
 
