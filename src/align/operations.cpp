@@ -100,8 +100,10 @@ void followHeldTics(const std::vector<double>& source, const std::vector<Onset>&
 // held long or struck again on the same pitch the chroma cannot tell where
 // the strike is, and the path may stray by most of a note.  Such a tic is
 // placed by its share of the time between the nearest tics that did find an
-// onset, as in the source (after the last of them: their tempo), and kept
-// there if an onset lies within 70 ms.
+// onset, as in the source (after the last of them: their tempo), on the
+// onset within 70 ms of that place if there is one.  (Where none sounds, a
+// note held over the bar, the place by the tempo beats the path, which is
+// free to wander along the held sound.)
 void refindLostTics(const std::vector<double>& source, const std::vector<double>& warped,
                     const std::vector<Onset>& onsets, std::vector<double>& target) {
     const size_t n = source.size();
@@ -128,7 +130,7 @@ void refindLostTics(const std::vector<double>& source, const std::vector<double>
         const double share = (source[k] - source[a]) / (source[b] - source[a]);
         const double guess = target[a] + share * (target[b] - target[a]);
         const SnapResult s = snapToOnsets({guess}, onsets, 70, 150, false);
-        if (s.snapped == 1) target[k] = s.ms[0];
+        target[k] = s.snapped == 1 ? s.ms[0] : guess;
     }
 }
 
