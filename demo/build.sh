@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Rebuilds the demo songs from the LilyPond sources in demo/scores: sheets
 # (PDF), recordings (LilyPond's MIDI played by FluidSynth with the General
-# MIDI sound font, then MP3 with lame), maps and layout.tsv.  The outputs are
+# MIDI sound font, then MP3 with lame), maps and layout.tsv; then
+# renditions.sh renders the other renditions the alignment is measured on.  The outputs are
 # committed, so the program and its tests need none of this.
 #
 # Every sheet is engraved twice: once with point-and-click links, whose
@@ -66,4 +67,6 @@ done
 # With "Ignore number at beginning of file" on, it shares Greensleeves' files.
 cp "demo/songs/Greensleeves.mp3" "demo/songs/03 Greensleeves.mp3"
 QT_QPA_PLATFORM=offscreen build/demo/make_maps "$work/links.tsv" demo/songs demo/layout.tsv
-du -sh demo/songs demo/songs-2
+# The other renditions of each song, with their true measure times.
+demo/renditions.sh
+du -sh demo/songs demo/songs-2 demo/renditions

@@ -1,20 +1,20 @@
 #!/usr/bin/env bash
-# Renders each demo song three more times, for the alignment bench: LilyPond
-# MIDI played by FluidSynth with another instrument, another tempo and
-# another lead-in.  Writes the WAV files to OUTDIR (default
-# build/bench-align) and the true measure times, from the MIDI tempo map,
-# to demo/renditions.tsv (song, rendition, measure, ms into the recording).
+# Renders each demo song three more times, for the alignment bench and the
+# tests: LilyPond MIDI played by FluidSynth with another instrument, another
+# tempo and another lead-in.  Writes them as MP3 to demo/renditions ("SONG
+# TAG.mp3", committed, so that a clean clone needs none of these tools) and
+# the true measure times, from the MIDI tempo map, to demo/renditions.tsv
+# (song, rendition, measure, ms into the recording).  demo/build.sh calls it.
 #
 #   slow    0.8 of the tempo, marimba, 2 s before the first note
 #   fast    1.15 of the tempo, harpsichord, 0.5 s (the bench adds noise at 20 dB SNR)
 #   rubato  the tempo changes every three measures (1.15, .85, 1, .9, 1.1), vibraphone, 3 s
 set -euo pipefail
 cd "$(dirname "$0")/.."
-out=${1:-build/bench-align}
-mkdir -p "$out"
 sf=/usr/share/sounds/sf2/FluidR3_GM.sf2
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
+mkdir -p demo/renditions
 tsv=demo/renditions.tsv
 printf 'song\trendition\tmeasure\tms\n' > "$tsv"
 # file|song|tempo|melody variable
@@ -51,13 +51,13 @@ for s in "${songs[@]}"; do
     grep -q "<< \\\\$mel" "$work/$src-$tag.ly" || { echo "cannot rewrite $src" >&2; exit 1; }
     lilypond -s -I "$PWD/demo/scores" -o "$work/$src-$tag" "$work/$src-$tag.ly"
     midi=$(ls "$work/$src-$tag"*.mid* | head -1)
-    fluidsynth -ni -q -g 2.5 -r 44100 -F "$out/$(echo "$name" | tr ' ' _).$tag.wav" "$sf" "$midi"
+    fluidsynth -ni -q -g 2.5 -r 44100 -F "$work/$src-$tag.wav" "$sf" "$midi"
+    # lame writes its LAME tag, with the encoder delay and padding, only
+    # when it can seek back, so to a file: with the tag the player and the
+    # analysis both start at the first sample of the WAV, and the true
+    # times above hold.  At 48 kbit/s libmpg123 misreads the tag; 64 kbit/s
+    # decodes the same everywhere.
+    lame --quiet -m m -b 64 "$work/$src-$tag.wav" "demo/renditions/$name $tag.mp3"
   done
 done
-# The rendition that ships for the tests, as a file (lame writes its LAME tag,
-# with the encoder delay and padding, only when it can seek back): with the
-# tag the player and the analysis both start at the first sample of the WAV,
-# so the true times above hold.  At 48 kbit/s libmpg123 misreads the tag;
-# 64 kbit/s decodes the same everywhere.
-lame --quiet -m m -b 64 "$out/Ode_to_Joy.slow.wav" "demo/renditions/Ode to Joy slow.mp3"
-echo "wrote $tsv and the renditions in $out"
+echo "wrote $tsv and demo/renditions"

@@ -10,52 +10,133 @@
 #include "recording/edit_history.h"
 #include "sheet/sheet_window.h"
 
+#include <QCoreApplication>
+#include <QFileDialog>
 #include <QFileInfo>
 #include <QLabel>
 #include <QMenu>
+#include <QPointer>
 #include <QProgressDialog>
 #include <atomic>
 #include <cmath>
+#include <memory>
 #include <thread>
+#include <utility>
 
 namespace mv::align {
 
-std::optional<MapResult> runWithProgress(Session& s, QWidget* parent, const QString& label,
-                                         const std::function<MapResult(const Progress&)>& work) {
-    QProgressDialog dialog(label, QStringLiteral("Cancel"), 0, 100, parent);
-    dialog.setObjectName(QStringLiteral("AlignProgress"));
-    dialog.setWindowModality(Qt::WindowModal);
-    dialog.setMinimumDuration(0);
-    dialog.show();
-    std::atomic<bool> cancel{false}, done{false};
-    std::atomic<int> percent{0};
+namespace {
+
+// The work in progress: the worker thread and what it hands back.  The GUI
+// thread owns it (`current`) until the worker's last post has run; the
+// worker only writes its result and posts.
+struct Job {
+    std::thread worker;
+    std::atomic<bool> cancel{false};
     std::optional<MapResult> result;
     QString error;
-    Progress progress;
-    progress.cancel = &cancel;
-    progress.report = [&percent](int p) { percent = p; };
-    // The worker only computes; it touches no window and no session state.
-    std::thread worker([&] {
+    QPointer<QProgressDialog> dialog;
+    std::function<void(const MapResult&)> done;
+    ~Job() {
+        cancel = true;
+        if (worker.joinable()) worker.join();
+    }
+};
+
+std::shared_ptr<Job>& current() {
+    static std::shared_ptr<Job> job;
+    return job;
+}
+
+// On the GUI thread, after the worker's last line: hands the result on.
+void finish(const std::shared_ptr<Job>& job, Messages& messages) {
+    if (current() != job) return; // ended at shut-down already
+    job->worker.join();
+    const std::shared_ptr<Job> keep = std::exchange(current(), nullptr);
+    if (job->dialog) {
+        job->dialog->hide();
+        if (!job->dialog->parent()) job->dialog->deleteLater();
+    }
+    if (!job->error.isEmpty()) {
+        messages.msgBox(job->error);
+        return;
+    }
+    if (job->cancel || !job->result || job->result->cancelled) return;
+    job->done(*job->result);
+}
+
+} // namespace
+
+bool alignmentRunning() { return current() != nullptr; }
+
+bool startWithProgress(Session& s, QWidget* parent, const QString& label,
+                       std::function<MapResult(const Progress&)> work,
+                       std::function<void(const MapResult&)> done) {
+    if (current()) {
+        s.messages.msgBox(QStringLiteral("A map is being worked on; wait for it to end."));
+        return false;
+    }
+    auto job = std::make_shared<Job>();
+    current() = job;
+    job->done = std::move(done);
+    // A window keeps its progress dialog ("AlignProgress"), hidden between
+    // works, so that a script can wait for it to go.
+    auto* dialog = parent ? parent->findChild<QProgressDialog*>(QStringLiteral("AlignProgress"),
+                                                                Qt::FindDirectChildrenOnly)
+                          : nullptr;
+    if (!dialog) {
+        dialog = new QProgressDialog(parent);
+        dialog->setObjectName(QStringLiteral("AlignProgress"));
+        dialog->setCancelButtonText(QStringLiteral("Cancel"));
+        dialog->setWindowModality(Qt::WindowModal);
+        dialog->setAutoClose(false);
+        dialog->setAutoReset(false);
+        dialog->setMinimumDuration(0);
+        QObject::connect(dialog, &QProgressDialog::canceled, dialog, [] {
+            if (current()) current()->cancel = true;
+        });
+    }
+    dialog->reset();
+    dialog->setLabelText(label);
+    dialog->setRange(0, 100);
+    dialog->setValue(0);
+    job->dialog = dialog;
+    Job* j = job.get();
+    dialog->show();
+    static const bool closing = [] {
+        // A work still running at shut-down is cancelled and waited for.
+        QObject::connect(qApp, &QCoreApplication::aboutToQuit, [] { current().reset(); });
+        return true;
+    }();
+    (void)closing;
+    // The worker touches no window and no session state: it posts its
+    // progress and its end to the GUI thread.
+    const std::weak_ptr<Job> weak = job;
+    Messages* messages = &s.messages;
+    job->worker = std::thread([j, weak, messages, work = std::move(work)] {
+        Progress progress;
+        progress.cancel = &j->cancel;
+        progress.report = [weak](int p) {
+            QMetaObject::invokeMethod(
+                qApp,
+                [weak, p] {
+                    if (const auto job = weak.lock(); job && job->dialog) job->dialog->setValue(p);
+                },
+                Qt::QueuedConnection);
+        };
         try {
-            result = work(progress);
+            j->result = work(progress);
         } catch (const std::exception& e) {
-            error = QString::fromUtf8(e.what());
+            j->error = QString::fromUtf8(e.what());
         }
-        done = true;
+        QMetaObject::invokeMethod(
+            qApp,
+            [weak, messages] {
+                if (const auto job = weak.lock()) finish(job, *messages);
+            },
+            Qt::QueuedConnection);
     });
-    while (!done) {
-        s.pump.waitRound(s.clock.tickMs() + 50);
-        dialog.setValue(percent);
-        if (dialog.wasCanceled()) cancel = true;
-    }
-    worker.join();
-    dialog.close();
-    if (!error.isEmpty()) {
-        s.messages.msgBox(error);
-        return std::nullopt;
-    }
-    if (cancel || !result || result->cancelled) return std::nullopt;
-    return result;
+    return true;
 }
 
 namespace {
@@ -72,7 +153,8 @@ QByteArray tableBytes(const TicTable& t) {
 
 } // namespace
 
-void TightenB_MouseDown(Session& s, QWidget* parent, int button, QString& summary) {
+void TightenB_MouseDown(Session& s, QWidget* parent, int button,
+                        const std::function<void(const QString&)>& summary) {
     if (!s.adobeF.Shape2.get()) return; // edit mode only
     const int rows = s.tic.length();
     if (rows == 0 || s.g.SongFile.isEmpty()) return;
@@ -80,21 +162,29 @@ void TightenB_MouseDown(Session& s, QWidget* parent, int button, QString& summar
     const QByteArray bytes = tableBytes(s.tic);
     const QString song = recordingOf(s.g.SongFile, s.g.SongBase);
     const PlayTiming timing = playTimingOf(s);
-    const std::optional<MapResult> r = runWithProgress(
+    startWithProgress(
         s, parent, QStringLiteral("Tightening the map to the music…"),
-        [=](const Progress& p) { return tightenMap(song, bytes, timing, from, p); });
-    if (!r || !s.adobeF.Shape2.get()) return; // cancelled, or edit mode left meanwhile
-    adobeF::EditScope edit(s, QStringLiteral("Tighten"));
-    const MapText out = MapText::parse(r->bytes);
-    for (int k = 0; k < rows && k < int(out.tics.size()); ++k) {
-        const QString text = numberText(out.tics[size_t(k)]);
-        if (val(s.tic.Tic[size_t(k)]) != out.tics[size_t(k)]) s.tic.Tic[size_t(k)] = text;
-    }
-    summary = QStringLiteral("Tightened: %1 of %2 tics moved, median %3 ms, largest %4 ms")
-                  .arg(r->moved)
-                  .arg(r->tics)
-                  .arg(std::lround(r->medianShiftMs))
-                  .arg(std::lround(r->maxShiftMs));
+        [=](const Progress& p) { return tightenMap(song, bytes, timing, from, p); },
+        [&s, bytes, rows, summary](const MapResult& r) {
+            // Edit mode left, or the table edited, meanwhile: the result
+            // belongs to a table that is gone.
+            if (!s.adobeF.Shape2.get() || tableBytes(s.tic) != bytes) {
+                s.messages.msgBox(
+                    QStringLiteral("The map changed while it was tightened; nothing moved."));
+                return;
+            }
+            adobeF::EditScope edit(s, QStringLiteral("Tighten"));
+            const MapText out = MapText::parse(r.bytes);
+            for (int k = 0; k < rows && k < int(out.tics.size()); ++k) {
+                const QString text = numberText(out.tics[size_t(k)]);
+                if (val(s.tic.Tic[size_t(k)]) != out.tics[size_t(k)]) s.tic.Tic[size_t(k)] = text;
+            }
+            summary(QStringLiteral("Tightened: %1 of %2 tics moved, median %3 ms, largest %4 ms")
+                        .arg(r.moved)
+                        .arg(r.tics)
+                        .arg(std::lround(r.medianShiftMs))
+                        .arg(std::lround(r.maxShiftMs)));
+        });
 }
 
 // The recording of a song path: itself when it is one, else the MP3 beside it.
@@ -107,6 +197,22 @@ QString recordingOf(const QString& songFile, const QString& songBase) {
                                     QStringLiteral(".mp3"));
 }
 
+namespace {
+
+// The recording to carry a map from, chosen in a file dialog; when the
+// program's questions go elsewhere (a script, a test) the input box asks
+// for its path instead.  Nothing when cancelled.
+std::optional<QString> chooseRecording(Session& s, QWidget* parent, const QString& dir) {
+    const QString title = QStringLiteral("The recording that has a map");
+    if (!dynamic_cast<QtMessages*>(&s.messages)) return s.messages.inputBox(title, title, dir);
+    const QString name = QFileDialog::getOpenFileName(
+        parent, title, dir, QStringLiteral("Recordings (*.mp3 *.MP3 *.wav *.WAV)"));
+    if (name.isEmpty()) return std::nullopt;
+    return name;
+}
+
+} // namespace
+
 void TransferMap_Click(Session& s, QWidget* parent) {
     const QString title = QStringLiteral("Map From Another Recording");
     if (s.adobeF.Shape2.get()) {
@@ -117,10 +223,7 @@ void TransferMap_Click(Session& s, QWidget* parent) {
         s.messages.msgBox(QStringLiteral("Select the song that needs the map first."), title);
         return;
     }
-    const std::optional<QString> from =
-        s.messages.inputBox(QStringLiteral("The MP3 of the recording that has a map:"), title,
-                            QFileInfo(s.g.SongFile).path() + QLatin1Char('/'));
-    if (!from || from->trimmed().isEmpty()) return;
+    const std::optional<QString> from = chooseRecording(s, parent, QFileInfo(s.g.SongFile).path());
     const QString fromSong = from->trimmed();
     const QString fromMap = existingPathIgnoringCase(mapFileName(fromSong));
     QFile mapFile(fromMap);
@@ -139,44 +242,48 @@ void TransferMap_Click(Session& s, QWidget* parent) {
                           title))
         return;
     const PlayTiming timing = playTimingOf(s);
-    const std::optional<MapResult> r = runWithProgress(
+    startWithProgress(
         s, parent, QStringLiteral("Aligning the two recordings…"),
-        [=](const Progress& p) { return transferMap(fromSong, bytes, toSong, timing, p); });
-    if (!r) return;
-    if (replacing) {
-        QFile::remove(toMap + QStringLiteral(".bak"));
-        if (!QFile::copy(toMap, toMap + QStringLiteral(".bak"))) {
+        [=](const Progress& p) { return transferMap(fromSong, bytes, toSong, timing, p); },
+        [&s, toMap, replacing, title](const MapResult& r) {
+            if (replacing) {
+                QFile::remove(toMap + QStringLiteral(".bak"));
+                if (!QFile::copy(toMap, toMap + QStringLiteral(".bak"))) {
+                    s.messages.msgBox(
+                        QStringLiteral("Cannot keep the old map as \"%1.bak\"; nothing written.")
+                            .arg(toMap),
+                        title);
+                    return;
+                }
+            }
+            if (!writeFileAtomically(toMap, r.bytes)) {
+                s.messages.msgBox(QStringLiteral("Cannot write \"%1\".").arg(toMap), title);
+                return;
+            }
+            if (toMap == existingPathIgnoringCase(mapFileName(s.g.SongBase)))
+                s.adobeF.Shape3.set(true); // the song shown has a map now
             s.messages.msgBox(
-                QStringLiteral("Cannot keep the old map as \"%1.bak\"; nothing written.")
-                    .arg(toMap),
+                QStringLiteral("Map written: %1 tics, median shift %2 ms, largest %3 ms.")
+                    .arg(r.tics)
+                    .arg(std::lround(r.medianShiftMs))
+                    .arg(std::lround(r.maxShiftMs)),
                 title);
-            return;
-        }
-    }
-    if (!writeFileAtomically(toMap, r->bytes)) {
-        s.messages.msgBox(QStringLiteral("Cannot write \"%1\".").arg(toMap), title);
-        return;
-    }
-    s.adobeF.Shape3.set(true); // the song has a map now
-    s.messages.msgBox(QStringLiteral("Map written: %1 tics, median shift %2 ms, largest %3 ms.")
-                          .arg(r->tics)
-                          .arg(std::lround(r->medianShiftMs))
-                          .arg(std::lround(r->maxShiftMs)),
-                      title);
+        });
 }
 
 void installAlignControls(Session& s, SheetWindow& w) {
-    auto* line = new QLabel(&w);
-    line->setObjectName(QStringLiteral("TightenL")); // the summary under the table
-    line->setGeometry(8, 5400 / 15, 400, 18);
-    line->show();
+    QPointer<QLabel> line = w.findChild<QLabel*>(QStringLiteral("TightenL"));
     w.pressHandlers[QStringLiteral("TightenB")] = [&s, &w, line](int b) {
-        QString summary;
-        TightenB_MouseDown(s, &w, b, summary);
-        if (!summary.isEmpty()) line->setText(summary);
+        TightenB_MouseDown(s, &w, b, [line](const QString& summary) {
+            if (line) line->setText(summary);
+        });
     };
     w.handlers[QStringLiteral("AuditionB")] = [&s] { AuditionB_Click(s); }; // "Hear", key H
     installWaveStrip(s, w);
+    // The summary speaks of the edit session only.
+    s.adobeF.Shape2.always([&s, line] {
+        if (line && !s.adobeF.Shape2.get()) line->clear();
+    });
 }
 
 void installAlign(Session& s, QWidget& mainWindow) {

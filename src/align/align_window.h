@@ -6,7 +6,6 @@
 
 #include <QString>
 #include <functional>
-#include <optional>
 
 class QWidget;
 
@@ -17,23 +16,31 @@ class SheetWindow;
 
 namespace align {
 
-// Runs `work` on a worker thread while a progress dialog with Cancel shows
-// `label`; the GUI thread waits through the event pump, so windows stay
-// live.  Returns the result, or nothing when cancelled or when the work
-// failed (its message is then shown).
-std::optional<MapResult> runWithProgress(Session& s, QWidget* parent, const QString& label,
-                                         const std::function<MapResult(const Progress&)>& work);
+// Starts `work` on a worker thread behind a progress dialog with Cancel
+// showing `label`, and returns at once: no wait of the GUI thread sits under
+// the work, so a play in progress keeps its times.  When the work ends,
+// `done` runs on the GUI thread with its result; after Cancel nothing runs,
+// and a failure of the work is shown as a message instead.  One work at a
+// time: while one runs, another is refused with a message (false).
+bool startWithProgress(Session& s, QWidget* parent, const QString& label,
+                       std::function<MapResult(const Progress&)> work,
+                       std::function<void(const MapResult&)> done);
+
+// True while a work started above has not ended.
+bool alignmentRunning();
 
 // "Tighten" (TightenB) pressed with `button`: in edit mode with a map in the
-// table, moves the tics (all with the left button, from the current row on
-// with the right) onto the recording's onsets.  Only the Tic cells change.
-// Sets `summary` to the line shown under the table.
-void TightenB_MouseDown(Session& s, QWidget* parent, int button, QString& summary);
+// table, starts moving the tics (all with the left button, from the current
+// row on with the right) onto the recording's onsets.  Only the Tic cells
+// change, and only if edit mode is still on with the same table when the
+// work ends.  `summary` then gets the line shown under the table.
+void TightenB_MouseDown(Session& s, QWidget* parent, int button,
+                        const std::function<void(const QString&)>& summary);
 
 // File > "Map From Another Recording…" (TransferMap): asks for the MP3 of a
-// recording that has a map (found beside it by the usual rule) and writes
-// the selected song's map from it.  An existing map is replaced only when
-// the user agrees, and kept as "NAME.map.bak".  Refused in edit mode.
+// recording that has a map (found beside it by the usual rule) and starts
+// writing the selected song's map from it.  An existing map is replaced only
+// when the user agrees, and kept as "NAME.map.bak".  Refused in edit mode.
 void TransferMap_Click(Session& s, QWidget* parent);
 
 // The recording of a song path: itself when it is an MP3 or WAV, else the

@@ -18,9 +18,10 @@ struct Onset {
 // of a log-compressed spectral flux on 23 ms frames that compares each bin
 // with its neighbours in the frame before (vibrato is no onset); each is
 // then timed on the peak of the same flux on 11.6 ms frames (1.45 ms hop)
-// just before it, refined by a parabola.  The times are corrected for the
-// detector's measured delay so that they fall on the notes' attacks.
-// Silence gives none.
+// just before it, refined by a parabola.  In a recording played legato
+// (many short dips in the loudness, as a slurring flute makes) the dips
+// mark the note changes instead, and the flux peaks near them are dropped.
+// Sorted by time; silence gives none.
 std::vector<Onset> detectOnsets(const Audio& a);
 
 // The detector's delay: a flux peak falls this much after the attack

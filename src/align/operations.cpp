@@ -15,8 +15,10 @@ namespace mv::align {
 
 namespace {
 
-// A source tic counts as struck with an onset this close.
+// A source tic counts as struck with an onset this close, of at least this
+// share of the recording's loud onsets.
 constexpr double kStruckMs = 50;
+constexpr double kClearShare = 0.3;
 
 Audio decode(const QString& path, const Progress& p) {
     try {
@@ -32,11 +34,12 @@ MapText parseMap(const QByteArray& map) {
     return m;
 }
 
-// Fills the counts and shifts from the positions before and after.
+// Fills the counts and shifts from the positions before and after; the
+// shifts of the tics from `first` on (those the operation worked on).
 void summarise(MapResult& r, const std::vector<double>& before, const std::vector<double>& after,
-               const MapText& m, const std::vector<long>& tics) {
+               const MapText& m, const std::vector<long>& tics, size_t first = 0) {
     std::vector<double> shift;
-    for (size_t k = 0; k < before.size(); ++k)
+    for (size_t k = first; k < before.size(); ++k)
         shift.push_back(std::abs(after[k] - before[k]));
     r.tics = int(m.tics.size());
     for (size_t k = 0; k < tics.size(); ++k)
@@ -54,11 +57,19 @@ void summarise(MapResult& r, const std::vector<double>& before, const std::vecto
 // the struck tics around it, as in the source (the local tempo).
 void followHeldTics(const std::vector<double>& source, const std::vector<Onset>& sourceOnsets,
                     std::vector<double>& target) {
+    // Only a clear onset counts: noise and breath make weak ones everywhere.
+    std::vector<double> s;
+    for (const Onset& o : sourceOnsets)
+        s.push_back(o.strength);
+    std::sort(s.begin(), s.end(), std::greater<>());
+    const double clear = s.empty() ? 0 : kClearShare * s[s.size() / 20];
     const auto struck = [&](size_t k) {
-        const auto it =
-            std::lower_bound(sourceOnsets.begin(), sourceOnsets.end(), source[k] - kStruckMs,
-                             [](const Onset& o, double t) { return o.ms < t; });
-        return it != sourceOnsets.end() && it->ms <= source[k] + kStruckMs;
+        for (auto it =
+                 std::lower_bound(sourceOnsets.begin(), sourceOnsets.end(), source[k] - kStruckMs,
+                                  [](const Onset&o, double t) { return o.ms < t; });
+             it != sourceOnsets.end() && it->ms <= source[k] + kStruckMs; ++it)
+            if (it->strength >= clear) return true;
+        return false;
     };
     std::vector<bool> held(source.size());
     for (size_t k = 0; k < source.size(); ++k)
@@ -83,6 +94,59 @@ void followHeldTics(const std::vector<double>& source, const std::vector<Onset>&
         const double share = (source[k] - source[a]) / (source[b] - source[a]);
         target[k] = target[a] + share * (target[b] - target[a]);
     }
+}
+
+// A struck tic the warp carried where the target has no onset: on a note
+// held long or struck again on the same pitch the chroma cannot tell where
+// the strike is, and the path may stray by most of a note.  Such a tic is
+// placed by its share of the time between the nearest tics that did find an
+// onset, as in the source (after the last of them: their tempo), on the
+// onset within 70 ms of that place if there is one.  (Where none sounds, a
+// note held over the bar, the place by the tempo beats the path, which is
+// free to wander along the held sound.)
+void refindLostTics(const std::vector<double>& source, const std::vector<double>& warped,
+                    const std::vector<Onset>& onsets, std::vector<double>& target) {
+    const size_t n = source.size();
+    std::vector<bool> found(n);
+    for (size_t k = 0; k < n; ++k)
+        found[k] = target[k] != warped[k];
+    for (size_t k = 0; k < n; ++k) {
+        if (found[k]) continue;
+        size_t a = k, b = k;
+        while (a > 0 && !found[a])
+            --a;
+        while (b + 1 < n && !found[b])
+            ++b;
+        if (!found[a]) continue;
+        if (!found[b]) {
+            // None found after it: the tempo of the two found tics before.
+            size_t c = a;
+            while (c > 0 && (c == a || !found[c]))
+                --c;
+            if (c == a || !found[c]) continue;
+            b = a, a = c;
+        }
+        if (source[b] <= source[a]) continue;
+        const double share = (source[k] - source[a]) / (source[b] - source[a]);
+        const double guess = target[a] + share * (target[b] - target[a]);
+        const SnapResult s = snapToOnsets({guess}, onsets, 70, 150, false);
+        target[k] = s.snapped == 1 ? s.ms[0] : guess;
+    }
+}
+
+double tempoSpread(const std::vector<double>& source, const std::vector<double>& target) {
+    std::vector<double> ratio;
+    for (size_t k = 1; k < source.size(); ++k)
+        if (source[k] - source[k - 1] > 1 && target[k] - target[k - 1] > 1)
+            ratio.push_back(std::log((target[k] - target[k - 1]) / (source[k] - source[k - 1])));
+    if (ratio.empty()) return 0;
+    std::vector<double> sorted = ratio;
+    std::nth_element(sorted.begin(), sorted.begin() + long(sorted.size() / 2), sorted.end());
+    const double mid = sorted[sorted.size() / 2];
+    for (double& v : ratio)
+        v = std::abs(v - mid);
+    std::nth_element(ratio.begin(), ratio.begin() + long(ratio.size() / 2), ratio.end());
+    return ratio[ratio.size() / 2];
 }
 
 } // namespace
@@ -127,7 +191,7 @@ MapResult tightenMap(const QString& song, const QByteArray& map, const PlayTimin
     }
     r.bytes = m.withTics(tics);
     summarise(r, before, musicPositions(std::vector<double>(tics.begin(), tics.end()), timing), m,
-              tics);
+              tics, first);
     r.seconds = double(clock.elapsed()) / 1000.0;
     progress.at(100);
     return r;
@@ -163,23 +227,30 @@ MapResult transferMap(const QString& fromSong, const QByteArray& fromMap, const 
     const WarpPath path = alignChroma(
         ca, cb, 25, [&progress] { return progress.cancelled(); }, oa, ob);
     if (progress.cancelled()) return r.cancelled = true, r;
-    if (path.steps.empty() || path.relativeCost > maxCost)
-        throw AlignError(
+    const auto notTheSame = [](double cost) {
+        return AlignError(
             QStringLiteral("The recordings do not seem to be the same piece (alignment cost %1).")
-                .arg(path.relativeCost, 0, 'f', 2)
+                .arg(cost, 0, 'f', 2)
                 .toStdString());
+    };
+    if (path.steps.empty()) throw notTheSame(1);
     progress.at(90);
     const std::vector<double> before = musicPositions(m.tics, timing);
     std::vector<double> warped;
     for (double p : before)
         warped.push_back(warpTime(path, p));
-    std::vector<double> after = snapToOnsets(warped, onsets, 70, 150, false).ms;
+    const SnapResult snap = snapToOnsets(warped, onsets, 70, 150, false);
+    std::vector<double> after = snap.ms;
+    r.matchedShare = double(snap.snapped) / double(std::max<size_t>(1, warped.size()));
     followHeldTics(before, sourceOnsets, after);
+    refindLostTics(before, warped, onsets, after);
+    r.tempoSpread = tempoSpread(before, after);
+    r.pathCost = path.relativeCost + r.tempoSpread;
+    if (r.pathCost > maxCost) throw notTheSame(r.pathCost);
     const std::vector<long> tics = ticsForPositions(after, timing);
     r.bytes = m.withTics(tics);
     summarise(r, before, musicPositions(std::vector<double>(tics.begin(), tics.end()), timing), m,
               tics);
-    r.pathCost = path.relativeCost;
     r.seconds = double(clock.elapsed()) / 1000.0;
     progress.at(100);
     return r;

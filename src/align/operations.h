@@ -38,18 +38,25 @@ struct MapResult {
     int moved = 0;            // tics whose time changed
     double medianShiftMs = 0; // median and largest change of a tic's music position
     double maxShiftMs = 0;
-    double seconds = 0;  // time the work took
-    double pathCost = 0; // mean alignment cost (transfer only)
+    double seconds = 0;      // time the work took
+    double pathCost = 0;     // the not-the-same-piece measure (transfer only)
+    double matchedShare = 0; // share of the carried tics that found a target onset (transfer)
+    // How unevenly the transfer stretched the map (transfer): the median of
+    // |log(target length / source length)| of the spans between tics, each
+    // against the median of those ratios.
+    double tempoSpread = 0;
     bool cancelled = false;
 };
 
-// The relative path cost (WarpPath::relativeCost) above which two
-// recordings are taken for different pieces.  On the demo songs
-// (bench/align) the 48 transfers between renditions of one song reach 0.417;
-// the shipped recording of a song to another song's renditions costs 0.427
-// and up, but for one pair of 24 at 0.338: most different songs are told,
-// not all, and the gap is narrow.
-constexpr double kNotSamePieceCost = 0.42;
+// The measure (MapResult::pathCost) above which two recordings are taken
+// for different pieces: the path's relative cost (WarpPath::relativeCost)
+// plus the tempo spread of the carried map.  A path through another piece
+// costs about as much moved along the target as not, and stretches the
+// measures unevenly.  On the demo songs (bench/align) the 48 transfers
+// between renditions of one song reach 0.52 (relative cost alone 0.42);
+// the shipped recordings to another song's shipped and slow renditions
+// start at 0.66 (relative cost alone 0.435: a narrow gap, the spread widens it).
+constexpr double kNotSamePieceCost = 0.59;
 
 // Tightens the tics of `map` from tic `fromTic` on (0: all) to the onsets of
 // `song`.  Throws AlignError for an undecodable song or a map with no tics.

@@ -11,7 +11,8 @@ Options addOptions(QCommandLineParser& cl) {
     cl.addHelpOption();
     cl.addVersionOption();
     Options o;
-    cl.addOptions({o.script, o.audio, o.demo, o.songs, o.configDir, o.startupTime});
+    cl.addOptions({o.script, o.audio, o.demo, o.songs, o.configDir, o.startupTime, o.tightenMap,
+                   o.transferMap});
     return o;
 }
 

@@ -26,6 +26,15 @@ struct Options {
         QStringLiteral("startup-time"),
         QStringLiteral("Print the milliseconds from main to the main window painted with its "
                        "song list, and the wall clock then.")};
+    // Handled before the parser runs (align::runAlignCommand); listed for --help.
+    QCommandLineOption tightenMap{
+        QStringLiteral("tighten-map"),
+        QStringLiteral("Move the tics of IN.map onto the notes of SONG.mp3; write OUT.map."),
+        QStringLiteral("SONG.mp3 IN.map OUT.map")};
+    QCommandLineOption transferMap{
+        QStringLiteral("transfer-map"),
+        QStringLiteral("Carry FROM.map of FROM.mp3 to the recording TO.mp3; write OUT.map."),
+        QStringLiteral("FROM.mp3 FROM.map TO.mp3 OUT.map")};
 };
 
 // Adds the description, --help, --help-all, --version and the options.

@@ -85,6 +85,14 @@ SheetWindow::SheetWindow(Session& s, QWidget* viewer, QWidget* parent) : QWidget
         l->setFont(stripFont());
         controls_[l->objectName()] = l;
     }
+    // TightenL: what the last Tighten moved, under the readouts (set and
+    // cleared by the alignment's handlers).
+    auto* tightened = new QLabel(this);
+    tightened->setObjectName(QStringLiteral("TightenL"));
+    tightened->setWordWrap(true);
+    tightened->setAlignment(Qt::AlignLeft | Qt::AlignTop);
+    tightened->setFont(stripFont());
+    controls_[tightened->objectName()] = tightened;
     const std::pair<const char*, Field*> fields[] = {
         {"Text1", &f.Text1}, {"Text2", &f.Text2}, {"Text3", &f.Text3},   {"Text4", &f.Text4},
         {"Text7", &f.Text7}, {"Text9", &f.Text9}, {"Text10", &f.Text10}, {"ZoomThis", &f.ZoomThis}};
@@ -589,6 +597,7 @@ void SheetWindow::AdjustAll() {
     place(c("Command11"), left("Command7") - 200, 9000 + down, 735, 255);
     place(c("Command1"), left("Text1") + 380, 9000 + down, 735, 255);
     place(c("Command16"), left("Command1"), 8640 + down, 735, 255);
+    place(c("TightenL"), L + 280, 9360 + down, kStripWidth - 300, 660);
     place(c("Shape1"), left("Shape2"), 7920 + down, 255, 255);
     place(c("Shape3"), left("Shape2"), 8280 + down, 255, 255);
     if (width() != px(L + kStripWidth)) resize(px(L + kStripWidth), height());

@@ -132,6 +132,9 @@ TEST(AlignCli, BadInputsExit2AndWriteNothing) {
          "no such folder"},
         {{QStringLiteral("--tighten-map"), odeMp3(), odeMap()}, "Usage"},
         {{QStringLiteral("--transfer-map"), odeMp3(), odeMap(), text, out}, "Cannot decode"},
+        {{QStringLiteral("--transfer-map"), src() + QStringLiteral("/demo/songs/Greensleeves.mp3"),
+          src() + QStringLiteral("/demo/songs/Greensleeves.map"), slowMp3(), out},
+         "do not seem to be the same piece"},
     };
     for (const auto& c : cases) {
         const Outcome r = mellivane(config, c.args);

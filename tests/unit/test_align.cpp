@@ -3,6 +3,7 @@
 
 #include "align/features.h"
 #include "align/map_times.h"
+#include "align/operations.h"
 #include "align/snap.h"
 #include "align/warp.h"
 #include "align/waveform.h"
@@ -13,6 +14,8 @@
 #include <QtEndian>
 #include <gtest/gtest.h>
 
+#include <QFile>
+#include <QTemporaryDir>
 #include <cmath>
 #include <random>
 
@@ -38,14 +41,97 @@ Audio clicks(const std::vector<double>& ms, double seconds) {
     return a;
 }
 
+// A slurred melody, as a flute plays it: each note held over breath noise
+// from its time to the next; the old note dies away in about 10 ms while
+// the new one swells over 60 ms, with no attack of its own.
+Audio slurred(const std::vector<double>& ms, double seconds) {
+    Audio a;
+    a.rate = 22050;
+    a.samples.assign(size_t(seconds * a.rate), 0.f);
+    for (size_t n = 0; n < ms.size(); ++n) {
+        const double on = ms[n] / 1000, off = n + 1 < ms.size() ? ms[n + 1] / 1000 : seconds;
+        const double hz = 440 * std::pow(2, double(n % 4) / 6);
+        for (size_t i = size_t(on * a.rate); i < a.samples.size(); ++i) {
+            const double t = double(i) / a.rate;
+            const double g =
+                std::min(1.0, (t - on) / 0.06) * (t > off ? std::exp(-(t - off) / 0.008) : 1.0);
+            if (t > off && g < 1e-4) break;
+            const double ph = 2 * M_PI * hz * (t - on);
+            a.samples[i] += float(0.3 * g * (std::sin(ph) + 0.3 * std::sin(2 * ph)));
+        }
+    }
+    std::mt19937 rng(1);
+    std::normal_distribution<float> noise(0, 0.01f);
+    for (float& v : a.samples)
+        v += noise(rng);
+    return a;
+}
+
+// `a` as a 16-bit WAV file.
+void writeWav(const QString& path, const Audio& a) {
+    QByteArray b;
+    const auto u32 = [&b](quint32 v) { b.append(reinterpret_cast<const char*>(&v), 4); };
+    const auto u16 = [&b](quint16 v) { b.append(reinterpret_cast<const char*>(&v), 2); };
+    const quint32 data = quint32(a.samples.size() * 2);
+    b += "RIFF";
+    u32(36 + data);
+    b += "WAVEfmt ";
+    u32(16), u16(1), u16(1), u32(quint32(a.rate)), u32(quint32(a.rate * 2)), u16(2), u16(16);
+    b += "data";
+    u32(data);
+    for (float v : a.samples)
+        u16(quint16(qint16(std::lround(std::clamp(v, -1.f, 1.f) * 32767))));
+    QFile f(path);
+    ASSERT_TRUE(f.open(QIODevice::WriteOnly));
+    f.write(b);
+}
+
 } // namespace
 
-TEST(Align, OnsetsFallOnTheClicks) {
+// Struck notes are found on their attacks; slurred ones where the old note
+// gives way (the first comes out of silence: an attack).
+TEST(Align, OnsetsFallOnTheNotes) {
     const std::vector<double> truth = {500, 1000, 1480, 2030, 2600, 3100};
     const std::vector<Onset> on = detectOnsets(clicks(truth, 4));
     ASSERT_EQ(on.size(), truth.size());
     for (size_t k = 0; k < truth.size(); ++k)
         EXPECT_NEAR(on[k].ms, truth[k], 5) << k;
+    const std::vector<Onset> legato = detectOnsets(slurred(truth, 4));
+    for (size_t k = 1; k < truth.size(); ++k) {
+        double nearest = 1e9;
+        for (const Onset& o : legato)
+            if (std::abs(o.ms - truth[k]) < std::abs(nearest - truth[k])) nearest = o.ms;
+        EXPECT_NEAR(nearest, truth[k], 5) << k;
+    }
+}
+
+// With the right button: the tics before the current row keep their text,
+// the others move onto the clicks, the first of them counted from the
+// unmoved one before it.
+TEST(Align, TightenFromARowLeavesTheRowsBefore) {
+    std::vector<double> truth;
+    for (int k = 0; k < 12; ++k)
+        truth.push_back(600 + 500.0 * k);
+    QTemporaryDir dir;
+    const QString wav = dir.filePath(QStringLiteral("clicks.wav"));
+    writeWav(wav, clicks(truth, 7));
+    std::vector<double> taps;
+    for (size_t k = 0; k < truth.size(); ++k)
+        taps.push_back(truth[k] + 60 + (k % 2 ? 20 : -20));
+    const PlayTiming t;
+    QByteArray map = "100@\r\n0%\r\n#1\r\n#2\r\n#3\r\n#4\r\n#5\r\n#6\r\n 80^\r\n";
+    for (long tic : ticsForPositions(taps, t))
+        map += QByteArray::number(qlonglong(tic)) + "\r\n 10 \r\n 20 \r\n0\r\nFalse\r\nFalse\r\n";
+    const MapText in = MapText::parse(map);
+    const MapResult r = tightenMap(wav, map, t, 5);
+    EXPECT_NEAR(r.medianShiftMs, 80, 10); // over the tics in range only (40 or 80 ms each)
+    const MapText out = MapText::parse(r.bytes);
+    ASSERT_EQ(out.tics.size(), truth.size());
+    for (size_t k = 0; k < 5; ++k)
+        EXPECT_EQ(out.tics[k], in.tics[k]) << k;
+    const std::vector<double> got = musicPositions(out.tics, t);
+    for (size_t k = 5; k < truth.size(); ++k)
+        EXPECT_NEAR(got[k], truth[k], 5) << k;
 }
 
 TEST(Align, SnapRemovesTheLagAndTheJitter) {
