@@ -13,9 +13,9 @@
 // target at once and each block of lines reaches the file in one write, so a
 // crash loses at most the record being written, never a part of one.
 // Closing a number that is not open does nothing.  Operations close only
-// the numbers they opened, with one deliberate exception: closeReads(),
-// which ends the reader of a running play at its next read (failure 52);
-// that is how a rename or a set load ends a play.
+// the numbers they opened, with two deliberate exceptions: closeReads(),
+// which ends the reader of a running play at its next read (failure 52),
+// as a rename does, and closeAll(), which a set load calls.
 //
 // Settings, list and set files are read and written whole under no number
 // (readText, writeText): nothing can close them from outside, and they close

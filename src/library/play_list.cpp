@@ -206,9 +206,10 @@ void Dirx_Go(Session& s, Library& lib) {
     const QString path = s.velmor.Text1.text() + u'/' + d.File1.get()[i];
     ClearAll_Click(s);
     applyListFile(s, readListFile(s, path, true));
-    // The map a running play reads is closed, which ends the play; a
-    // recording goes on.
-    s.files.closeReads();
+    // Every open file is closed: the map a running play reads (the play
+    // ends at its next read) and the record stream too (the recording ends
+    // at its next click, saying why; its clicks so far are in the map).
+    s.files.closeAll();
     Dirx_Unload(s, lib);
 }
 

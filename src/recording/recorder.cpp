@@ -238,16 +238,17 @@ void Timer1_Timer(Session& s) {
         // The map can no longer be written (a full disk, a removed stick):
         // what reached it stays, the recording ends and says why.
         if (!g.RecordMode) return s.messages.msgBox(e.description());
-        const bool renamed = !s.files.isOpen(2); // only a rename of its song closes the stream
+        // Only a rename of its song or a set loaded closes the stream.
+        const bool closed = !s.files.isOpen(2);
         endRecording(s);
-        s.messages.msgBox(renamed ? QStringLiteral("The recording stopped: its song was renamed. "
-                                                   "The clicks before this one are in the "
-                                                   "renamed map.")
-                                  : QStringLiteral("The recording stopped: the map could not be "
-                                                   "written (") +
-                                        e.description() +
-                                        QStringLiteral("). The clicks before this one are "
-                                                       "in the map."));
+        s.messages.msgBox(closed ? QStringLiteral("The recording stopped: its song was renamed or "
+                                                  "a set was loaded. The clicks before this one "
+                                                  "are in the map.")
+                                 : QStringLiteral("The recording stopped: the map could not be "
+                                                  "written (") +
+                                       e.description() +
+                                       QStringLiteral("). The clicks before this one are "
+                                                      "in the map."));
     }
 }
 

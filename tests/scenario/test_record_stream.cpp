@@ -134,12 +134,6 @@ TEST_F(RecordStreamTest, EveryClickReachesTheMapWhateverRunsBetweenTwoClicks) {
              messages.inputAnswers << "Gig2";
              SV_Click(s, lib);
          }},
-        {"a set loaded",
-         [&] {
-             Dirx_Load(s, lib);
-             lib.dirx.File1Index.set(int(lib.dirx.File1.get().indexOf("Gig.SSS")));
-             Dirx_Go(s, lib);
-         }},
         {"another song renamed",
          [&] {
              s.velmor.File1ListIndex.set(int(s.velmor.File1List.get().indexOf("Other.mp3")));
@@ -163,14 +157,32 @@ TEST_F(RecordStreamTest, EveryClickReachesTheMapWhateverRunsBetweenTwoClicks) {
     }
 }
 
-TEST_F(RecordStreamTest, RenamingTheSongBeingRecordedEndsItsStream) {
-    record([&] { setZ(s); });
-    // The first click went with the file; the second finds no stream.
-    EXPECT_EQ(
-        readouts(bytes(dir.filePath("Z Song.map")), s.adobeF.Shape1.get(), messages.shown.value(1)),
-        (QStringList{crlf(kTwoClicks.mid(0, 15)), "false",
-                     "The recording stopped: its song was renamed. The clicks before this "
-                     "one are in the renamed map."}));
+// A rename of the song being recorded, and a set loaded (which closes every
+// open file), end the stream: the first click is in the map, the second
+// ends the recording with a message.
+TEST_F(RecordStreamTest, RenamingTheSongOrLoadingASetEndsTheStream) {
+    writeListFile(s, dir.filePath("Gig.SSS"), {0, 0, 0, {"Other.mp3"}});
+    const std::tuple<const char*, std::function<void()>, QString> cases[] = {
+        {"a set loaded",
+         [&] {
+             Dirx_Load(s, lib);
+             lib.dirx.File1Index.set(int(lib.dirx.File1.get().indexOf("Gig.SSS")));
+             Dirx_Go(s, lib);
+         },
+         "Song.map"},
+        {"renamed", [&] { setZ(s); }, "Z Song.map"},
+    };
+    for (const auto& [what, between, file] : cases) {
+        SCOPED_TRACE(what);
+        messages.shown.clear();
+        s.adobeF.Shape3.set(false);
+        record(between);
+        EXPECT_EQ(readouts(bytes(dir.filePath(file)), s.adobeF.Shape1.get(),
+                           messages.shown.filter("recording stopped").join('|')),
+                  (QStringList{crlf(kTwoClicks.mid(0, 15)), "false",
+                               "The recording stopped: its song was renamed or a set was "
+                               "loaded. The clicks before this one are in the map."}));
+    }
 }
 
 TEST_F(RecordStreamTest, RecorderFailuresEndTheRecordingWithWholeRecords) {
