@@ -10,6 +10,7 @@
 
 #include <QFile>
 #include <QFileInfo>
+#include <QRandomGenerator>
 #include <QTimer>
 #include <algorithm>
 #include <cmath>
@@ -35,6 +36,9 @@ QStringList mapLines(const QString& path) {
 
 FollowerHub::FollowerHub(Session& s, PageSizes pageSizes)
     : s_(s), pageSizes_(std::move(pageSizes)) {
+    // The images' addresses carry the song's number, and browsers keep them
+    // for an hour: numbers start anywhere, so another run's are not taken.
+    song_.serial = int(QRandomGenerator::global()->bounded(1, 500000));
     subs_.push_back(s_.g.MapPlaying.subscribe([this] { onPlaying(); }));
     subs_.push_back(s_.g.MapTicMoved.subscribe([this] { onTic(); }));
     subs_.push_back(s_.velmor.Command10.subscribe([this] { onContinue(); }));
@@ -175,22 +179,34 @@ void FollowerHub::refreshSong() {
         siblingPath(s_.velmor.Text7.text().trimmed() + u'/' + name, QStringLiteral("pdf")));
     if (!QFileInfo(sheet1_).isFile()) sheet1_.clear();
     if (!QFileInfo(sheet2_).isFile()) sheet2_.clear();
-    ++song_.serial;
+    song_.serial = song_.serial % 999999 + 1;
     song_.name = beforeFirstDotOfName(name);
     song_.pages = sheet1_.isEmpty() ? std::vector<QSizeF>{} : pageSizes_(sheet1_);
     song_.pages2 = sheet2_.isEmpty() ? std::vector<QSizeF>{} : pageSizes_(sheet2_);
-    const std::vector<MapTic> tics =
-        base.isEmpty() ? std::vector<MapTic>{}
-                       : readMapTics(mapLines(existingPathIgnoringCase(mapFileName(base))));
-    song_.tics = placeTics(tics, placementOne());
-    song_.tics2 =
-        song_.pages2.empty() ? std::vector<FollowerTic>{} : placeTics(tics, placementTwo());
-    const double scale = page::scale(placementOne().viewerZoom);
-    song_.cursor = {CursorPicture::kWidth / scale, CursorPicture::kNormalHeight / scale};
+    mapTics_ = base.isEmpty() ? std::vector<MapTic>{}
+                              : readMapTics(mapLines(existingPathIgnoringCase(mapFileName(base))));
+    placeSongTics();
     watchViewer();
     song_.page = toldPage_ = shownPage();
     song_.top = toldTop_ = shownTop();
     broadcast(songMessage(song_));
+}
+
+bool FollowerHub::placeSongTics() {
+    const auto sameAs = [](const std::vector<FollowerTic>& a, const std::vector<FollowerTic>& b) {
+        return std::equal(a.begin(), a.end(), b.begin(), b.end(), [](auto& x, auto& y) {
+            return x.ms == y.ms && x.page == y.page && x.x == y.x && x.y == y.y && x.top == y.top;
+        });
+    };
+    std::vector<FollowerTic> one = placeTics(mapTics_, placementOne());
+    std::vector<FollowerTic> two =
+        song_.pages2.empty() ? std::vector<FollowerTic>{} : placeTics(mapTics_, placementTwo());
+    const double scale = page::scale(placementOne().viewerZoom);
+    song_.cursor = {CursorPicture::kWidth / scale, CursorPicture::kNormalHeight / scale};
+    if (sameAs(one, song_.tics) && sameAs(two, song_.tics2)) return false;
+    song_.tics = std::move(one);
+    song_.tics2 = std::move(two);
+    return true;
 }
 
 // The play clock --------------------------------------------------------------
@@ -210,6 +226,13 @@ void FollowerHub::sendClock() { broadcast(clockMessage(at_, map_, rate_, tic_));
 
 void FollowerHub::onPlaying() {
     if (s_.g.MapPlaying.get()) {
+        // The setup may have changed since the selection (offsets, zoom,
+        // Tic Offset): the followers get the tics as this play places them.
+        if (placeSongTics()) {
+            song_.page = shownPage();
+            song_.top = shownTop();
+            broadcast(songMessage(song_));
+        }
         // The map's zero is the start's moment, before any count-off.
         playing_ = true;
         at_ = double(s_.g.PlayStartTick);

@@ -107,6 +107,9 @@ class FollowerHub {
     void watchViewer();
     int shownPage() const;
     double shownTop() const;
+    // Places the map's tics by the setup as it stands; false when they are
+    // the same as before.
+    bool placeSongTics();
     SheetPlacement placementOne() const;
     SheetPlacement placementTwo() const;
 
@@ -114,6 +117,7 @@ class FollowerHub {
     PageSizes pageSizes_;
     std::vector<Follower> followers_;
     SongInfo song_;
+    std::vector<MapTic> mapTics_;
     QString sheet1_, sheet2_;
     // The play clock: at tick at_ the map stood at map_ ms, running at rate_
     // (0 held); tic_ the last tic moved, -1 before the first.
