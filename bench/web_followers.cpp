@@ -1,10 +1,10 @@
 // The web server with 64 followers on loopback, one of them stalled: it
 // completes the WebSocket handshake with a tiny receive buffer and then never
 // reads.  The 63 others read on a thread of their own.  For 15 s the server
-// sends a song message of a 1000-tic map every 40 ms (about 10 MB a follower) and a play clock every
-// 50 ms to all, while a 10 ms timer on the GUI thread measures how late it
-// runs.  Prints the lateness, whether the stalled follower was dropped, and
-// what the others received.
+// sends a song message of a 1000-tic map every 40 ms (about 10 MB a follower)
+// and a play clock every 50 ms to all, while a 10 ms timer on the GUI thread
+// measures how late it runs.  Prints the lateness, whether the stalled
+// follower was dropped, and what the others received.
 
 #include "bench_util.h"
 #include "core/session_state.h"

@@ -47,6 +47,8 @@ struct Globals {
     // -1 while no loop moves the cursor (before its first tic and once it
     // has left, the wait after a play included).
     Prop<int> MapTicMoved{-1};
+    // Counts the presses of "Fade": others may follow the fade as it begins.
+    Prop<int> FadesBegun{0};
     Flag RecordMode = 0, AppendMode = 0, RecordFirstTic = 0, RecordTicSeen = 0;
     Flag NextPageMark = 0, PrevPageMark = 0;
     double LastMouseX = 0, LastMouseY = 0;

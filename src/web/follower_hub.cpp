@@ -43,14 +43,16 @@ FollowerHub::FollowerHub(Session& s, PageSizes pageSizes)
     subs_.push_back(s_.g.MapTicMoved.subscribe([this] { onTic(); }));
     subs_.push_back(s_.velmor.Command10.subscribe([this] { onContinue(); }));
     subs_.push_back(s_.velmor.Speed.subscribe([this] { onSpeed(); }));
+    // The fade steps the volume down from where it stands, FadeT x 0.02 s a step.
+    subs_.push_back(s_.g.FadesBegun.subscribe([this] {
+        broadcast(fadeMessage(s_.velmor.FadeT.value() * 0.02 * s_.velmor.HScroll1.get()));
+    }));
     subs_.push_back(s_.adobeF.VScroll1.subscribe([this] { viewChanged(); }));
 }
 
-FollowerHub::~FollowerHub() {
-    *alive_ = false;
-    for (const Follower& f : std::vector<Follower>(followers_))
-        f.link->closeLink();
-}
+// The links belong to whoever made them (the web server); they may go before
+// or after the hub.
+FollowerHub::~FollowerHub() { *alive_ = false; }
 
 FollowerHub::Follower* FollowerHub::find(FollowerLink* link) {
     for (Follower& f : followers_)

@@ -169,6 +169,10 @@ QByteArray viewMessage(int page, double top, int tic) {
 
 QByteArray speedMessage(double speed) { return json({{"type", "speed"}, {"speed", speed}}); }
 
+QByteArray fadeMessage(double seconds) {
+    return json({{"type", "fade"}, {"seconds", r2(seconds)}});
+}
+
 QByteArray pongMessage(double clientStamp, double serverMs) {
     return json({{"type", "pong"}, {"c", clientStamp}, {"s", serverMs}});
 }

@@ -82,6 +82,8 @@ QByteArray stopMessage();
 // play `tic` is the last tic moved (-1 before the first), else -1.
 QByteArray viewMessage(int page, double top, int tic);
 QByteArray speedMessage(double speed);
+// The music fades out over `seconds`; the play stops with it.
+QByteArray fadeMessage(double seconds);
 QByteArray pongMessage(double clientStamp, double serverMs);
 QByteArray welcomeMessage(int followers);
 QByteArray pinMessage(bool wrong);

@@ -79,8 +79,8 @@ namespace {
 // the messages sent and the bytes the socket reports written.
 class SocketLink final : public QObject, public FollowerLink {
   public:
-    SocketLink(FollowerHub& hub, std::unique_ptr<QWebSocket> socket)
-        : hub_(hub), socket_(std::move(socket)) {
+    SocketLink(FollowerHub& hub, std::unique_ptr<QWebSocket> socket, QObject* server)
+        : QObject(server), hub_(hub), socket_(std::move(socket)) {
         socket_->setMaxAllowedIncomingMessageSize(kMaxClientMessage);
         socket_->setMaxAllowedIncomingFrameSize(kMaxClientMessage);
         socket_->setReadBufferSize(16 * 1024);
@@ -93,6 +93,13 @@ class SocketLink final : public QObject, public FollowerLink {
     void sendText(const QByteArray& text) override {
         queued_ += text.size();
         socket_->sendTextMessage(QString::fromUtf8(text));
+    }
+    ~SocketLink() override {
+        // Going with the server: the hub forgets it, and no signal of the
+        // socket reaches it any more.
+        closing_ = true;
+        socket_->disconnect(this);
+        hub_.leave(this);
     }
     qint64 queuedBytes() const override { return queued_; }
     void closeLink() override {
@@ -164,7 +171,7 @@ void WebServer::takeWebSockets() {
             ws.release()->deleteLater();
             continue;
         }
-        auto* link = new SocketLink(hub_, std::move(ws));
+        auto* link = new SocketLink(hub_, std::move(ws), this);
         hub_.join(link);
     }
 }

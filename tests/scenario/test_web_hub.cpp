@@ -2,6 +2,7 @@
 // limit of 64, the PIN, the bounded send queues, and the play clock the
 // followers animate the cursor by.
 #include "stage.h"
+#include "transport/stop_pause.h"
 #include "web/follower_hub.h"
 
 #include <QCoreApplication>
@@ -37,7 +38,7 @@ struct Link : FollowerLink {
 
 struct HubStage : test::Stage {
     QTemporaryDir dir;
-    std::vector<std::unique_ptr<Link>> links; // outlive the hub, which closes them
+    std::vector<std::unique_ptr<Link>> links; // the followers' connections
     FollowerHub hub{s, [](const QString&) { return std::vector<QSizeF>{}; }};
     // A song of three tics, 1000, 500 and 500 ms stored, without a sheet.
     void song() {
@@ -153,6 +154,11 @@ TEST(WebHub, ThePlayClockFollowsTheLoopPauseSpeedAndStop) {
     t.clock.advanceBy(100);
     t.s.velmor.Speed.setText(QStringLiteral("2"));
     clockIs(zero + 6112, 2100, 2, 2);
+    // Fade: the followers hear how long the music takes to fade out.
+    t.s.velmor.FadeT.setText(QStringLiteral("2"));
+    Command7_Click(t.s);
+    EXPECT_EQ(f.types().last(), QStringLiteral("fade"));
+    EXPECT_DOUBLE_EQ(f.last().value(QLatin1String("seconds")).toDouble(), 2 * .02 * 50);
     // The loop leaves: the cursor stands; the play ends: the followers stop.
     t.s.g.MapTicMoved.set(-1);
     EXPECT_DOUBLE_EQ(f.last().value(QLatin1String("rate")).toDouble(), 0);

@@ -104,6 +104,7 @@
         $('message').hidden = false;
         return;
       case 'song':
+        fade(0);
         st.song = m;
         st.page = m.page; st.top = m.top;
         $('song').textContent = m.name || 'No song selected';
@@ -112,7 +113,11 @@
       case 'clock':
         st.playing = true;
         st.clock = m;
+        fade(0);
         break;
+      case 'fade':
+        fade(m.seconds);
+        return;
       case 'stop':
         st.playing = false;
         st.clock = null;
@@ -151,6 +156,13 @@
   });
 
   function status(text) { $('status').textContent = text; }
+
+  // The sheet dims while the music fades out; 0 brings it back at once.
+  function fade(seconds) {
+    const sheet = $('sheet');
+    sheet.style.transition = seconds > 0 ? `opacity ${seconds}s linear` : 'none';
+    sheet.style.opacity = seconds > 0 ? '0.35' : '1';
+  }
 
   // --- what to show ---------------------------------------------------------
   // The last tic whose time has come, by the play clock; -1 before the first.
