@@ -41,6 +41,7 @@
 #include "transport/song_loading.h"
 #include "transport/tone_beeper.h"
 #include "transport/volume_speed.h"
+#include "web/web_install.h"
 
 #include <QApplication>
 #include <QCommandLineParser>
@@ -227,6 +228,7 @@ int main(int argc, char** argv) {
     StartupHooks hooks;
     QtSocketLayer sockets;
     const std::unique_ptr<Network> network = installSync(s, sockets, &hooks);
+    const std::unique_ptr<WebFollowers> web = installWeb(s, hooks);
     XdotoolDriver notationDriver(s.pump);
     installNotation(s, notationDriver, &hooks);
     hooks.showSheet1 = [&] {

@@ -15,6 +15,7 @@
 #include "transport/player_control_area.h"
 #include "transport/stop_pause.h"
 #include "transport/volume_speed.h"
+#include "web/web_install.h"
 
 #include <QCheckBox>
 #include <QFormLayout>
@@ -211,6 +212,19 @@ QWidget* MainWindow::buildHead(MediaPlayer& player) {
     nameControl(dot, QStringLiteral("Connected clients"));
     subs_.push_back(bindVisible(v.Shape1, dot));
     subs_.push_back(bindVisible(v.Shape1, connected));
+    // The web followers beside the dot, while the page is served.
+    auto* web = new QLabel(head);
+    web->setObjectName(QStringLiteral("WebFollowers"));
+    nameControl(web, QStringLiteral("Web followers"));
+    strip->addWidget(web);
+    const auto showWeb = [web, &v] {
+        web->setText(QStringLiteral("Web %1").arg(v.WebFollowers.get()));
+        web->setToolTip(v.WebAddress.text());
+        web->setVisible(!v.WebAddress.text().isEmpty());
+    };
+    showWeb();
+    subs_.push_back(v.WebFollowers.subscribe(showWeb));
+    subs_.push_back(v.WebAddress.subscribe(showWeb));
     rows->addLayout(strip);
     auto* vol = new QSlider(Qt::Horizontal, head);
     vol->setObjectName(QStringLiteral("HScroll1"));
@@ -365,6 +379,28 @@ QWidget* MainWindow::buildSetup() {
     // Clock Start: on a server and on each client that should follow its clock.
     addCheck(form, "ClockStart", QStringLiteral("Clock Start"), v.ClockStart);
     addField(form, "StartLead", QStringLiteral("Start Lead"), v.StartLead, QStringLiteral("ms"));
+    addField(form, "WebPort", QStringLiteral("Web Port"), v.WebPort);
+    addField(form, "WebPin", QStringLiteral("Web PIN"), v.WebPin);
+    // What the band opens: the address and its QR code, once served.
+    auto* address = new QLabel(panel);
+    address->setObjectName(QStringLiteral("WebAddress"));
+    address->setTextInteractionFlags(Qt::TextSelectableByMouse);
+    auto* qr = new QLabel(panel);
+    qr->setObjectName(QStringLiteral("WebQR"));
+    nameControl(qr, QStringLiteral("QR code of the web page"));
+    form->addRow(address, qr);
+    const auto showAddress = [address, qr, &v] {
+        const QString text = v.WebAddress.text();
+        address->setText(text);
+        const QImage code = qrCode(text);
+        qr->setPixmap(code.isNull() || text.isEmpty()
+                          ? QPixmap()
+                          : QPixmap::fromImage(code.scaled(code.size() * 3)));
+        address->setVisible(!text.isEmpty());
+        qr->setVisible(!text.isEmpty());
+    };
+    showAddress();
+    subs_.push_back(v.WebAddress.subscribe(showAddress));
     form->addRow(QString(),
                  button("Command11", QStringLiteral("Restore Settings"), &Command11_Click));
     // Back to sheet mode, with sheet window 1 or 2; outside the notation

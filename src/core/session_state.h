@@ -47,6 +47,12 @@ struct Globals {
     Flag PauseHeld = 0;                     // the loop holds on a tic
     Flag CursorPlaySwitch = 0;              // the panel's "Stop Play" asks the play to end
     Prop<bool> MapPlaying{false};           // a play loop follows the map (count-off excluded)
+    // The tic whose move the play loop has just made (PlayLoopCount, from 0);
+    // -1 while no loop moves the cursor (before its first tic and once it
+    // has left, the wait after a play included).
+    Prop<int> MapTicMoved{-1};
+    // Counts the presses of "Fade": others may follow the fade as it begins.
+    Prop<int> FadesBegun{0};
     Flag RecordMode = 0, AppendMode = 0, RecordFirstTic = 0, RecordTicSeen = 0;
     Flag NextPageMark = 0, PrevPageMark = 0;
     double LastMouseX = 0, LastMouseY = 0;
@@ -134,8 +140,14 @@ struct VelmorState {
     CheckBox SendAS{1};                            // "Send AutoScroll"
     CheckBox ClockStart{0};                        // "Clock Start"
     Field StartLead{QStringLiteral("300")};        // "Start Lead", milliseconds
-    Field Command10{QStringLiteral("Pause")};      // "Pause" / "Continue"
-    Prop<bool> Command10Visible{true};             // "Pause" is hidden in notation mode
+    Field WebPort;                                 // "Web Port": empty, the Port + 1; 0 none
+    Field WebPin;                                  // "Web PIN": empty, no PIN asked
+    // The web followers: the address they open ("" while no web server
+    // runs) and how many are connected.
+    Field WebAddress;
+    Prop<int> WebFollowers{0};
+    Field Command10{QStringLiteral("Pause")}; // "Pause" / "Continue"
+    Prop<bool> Command10Visible{true};        // "Pause" is hidden in notation mode
     Field ZM{QStringLiteral("Zoom")}; // caption of the "Zoom" menu: "-Zoom" with the large list
     // The song list File1: its entries as shown, and the selected one (-1: none).
     Prop<QStringList> File1List;

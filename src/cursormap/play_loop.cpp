@@ -30,9 +30,16 @@ class Loop {
 
     void run() {
         try {
-            for (;;) {
-                const Pass p = pass();
-                if (p == Pass::Leave) break;
+            {
+                // However the loop is left, the cursor no longer moves by the map.
+                struct Moving {
+                    Prop<int>& tic;
+                    ~Moving() { tic.set(-1); }
+                } moving{s_.g.MapTicMoved};
+                for (;;) {
+                    const Pass p = pass();
+                    if (p == Pass::Leave) break;
+                }
             }
             afterLoop();
         } catch (const std::exception&) {
@@ -187,6 +194,7 @@ class Loop {
             }
         }
 
+        s_.g.MapTicMoved.set(s_.g.PlayLoopCount);             // the tic's move is made
         if (s_.g.PlayLoopCount < 30000) ++s_.g.PlayLoopCount; // 21
         if (s_.g.StopRequested) return Pass::Leave;           // 22
 

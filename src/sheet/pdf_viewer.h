@@ -5,6 +5,8 @@
 // of its area so that one scroll value means the same place on every page.
 // Implementations: QtPdfViewer and, for tests, FakeViewer.
 
+#include "core/observable.h"
+
 #include <QString>
 
 namespace mv {
@@ -27,6 +29,10 @@ class PdfViewer {
     virtual void setPageMode(const QString& mode) = 0;
     // Pages drawn at `percent` (100: one PDF point is 20 twips).
     virtual void setZoom(float percent) = 0;
+
+    // The page on show, 1-based; 0 with no document.  Each implementation
+    // keeps it as it turns, so that others can follow the page.
+    Prop<int> shownPage{0};
 };
 
 } // namespace mv

@@ -41,6 +41,7 @@ void QtPdfViewer::unloadFile() {
     path_.clear();
     page_ = 0;
     doc_.close();
+    shownPage.set(0);
     update();
 }
 
@@ -56,6 +57,7 @@ void QtPdfViewer::LoadFile(const QString& path) {
         throw Failure(75, why + path);
     }
     path_ = path;
+    shownPage.set(1);
     requestAround();
 }
 
@@ -64,6 +66,7 @@ void QtPdfViewer::showPage(int page) {
     page = std::clamp(page, 0, doc_.pageCount() - 1);
     if (page == page_) return;
     page_ = page;
+    shownPage.set(page_ + 1);
     requestAround();
     update();
 }

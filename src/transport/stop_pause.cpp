@@ -31,6 +31,7 @@ void Command7_Click(Session& s) {
     s.velmor.Command10.setText(QStringLiteral("Pause"));
     s.g.Paused = 0;
     s.g.PauseHeld = 0;
+    s.g.FadesBegun.set(s.g.FadesBegun.get() + 1);
     phaseout(s);
 }
 

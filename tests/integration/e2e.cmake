@@ -23,6 +23,7 @@ mv_e2e(record_close 60)
 mv_e2e(edit_undo_wave 120)
 mv_e2e(quit_signals 90)
 mv_e2e(output_delay 90)
+mv_e2e(web_follower 240)
 # The windows on a laptop's screen; the screenshots stay in build/screens.
 add_test(NAME e2e_window_fit COMMAND ${CMAKE_CURRENT_LIST_DIR}/e2e/window_fit.sh
                                      $<TARGET_FILE:mellivane> ${CMAKE_BINARY_DIR}/screens)

@@ -114,6 +114,7 @@ void FakeViewer::LoadFile(const QString& path) {
     log(QStringLiteral("LoadFile(%1)").arg(path));
     if (!QFileInfo(path).isFile()) throw Failure(53, QStringLiteral("File not found: ") + path);
     page = 1;
+    shownPage.set(page);
 }
 
 void FakeViewer::unloadFile() { log(QStringLiteral("unloadFile")); }
@@ -121,16 +122,19 @@ void FakeViewer::unloadFile() { log(QStringLiteral("unloadFile")); }
 void FakeViewer::gotoFirstPage() {
     log(QStringLiteral("gotoFirstPage"));
     page = 1;
+    shownPage.set(page);
 }
 
 void FakeViewer::gotoNextPage() {
     log(QStringLiteral("gotoNextPage"));
     if (page < pageCount) ++page;
+    shownPage.set(page);
 }
 
 void FakeViewer::gotoPreviousPage() {
     log(QStringLiteral("gotoPreviousPage"));
     if (page > 1) --page;
+    shownPage.set(page);
 }
 
 void FakeViewer::setPageMode(const QString& mode) {

@@ -1,0 +1,181 @@
+// The web followers' hub on a virtual clock with stand-in connections: the
+// limit of 64, the PIN, the bounded send queues, and the play clock the
+// followers animate the cursor by.
+#include "stage.h"
+#include "transport/stop_pause.h"
+#include "web/follower_hub.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QFile>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QTemporaryDir>
+#include <gtest/gtest.h>
+
+using namespace mv;
+using namespace mv::web;
+
+namespace {
+
+struct Link : FollowerLink {
+    std::vector<QJsonObject> got;
+    qint64 queued = 0;
+    bool closed = false;
+    void sendText(const QByteArray& text) override {
+        got.push_back(QJsonDocument::fromJson(text).object());
+    }
+    qint64 queuedBytes() const override { return queued; }
+    void closeLink() override { closed = true; }
+    QStringList types() const {
+        QStringList t;
+        for (const QJsonObject& o : got)
+            t << o.value(QLatin1String("type")).toString();
+        return t;
+    }
+    QJsonObject last() const { return got.empty() ? QJsonObject() : got.back(); }
+};
+
+struct HubStage : test::Stage {
+    QTemporaryDir dir;
+    std::vector<std::unique_ptr<Link>> links; // the followers' connections
+    FollowerHub hub{s, [](const QString&) { return std::vector<QSizeF>{}; }};
+    // A song of three tics, 1000, 500 and 500 ms stored, without a sheet.
+    void song() {
+        QFile map(dir.filePath(QStringLiteral("Song.map")));
+        map.open(QIODevice::WriteOnly);
+        map.write("1000\r\n100\r\n200\r\n0\r\nFalse\r\nFalse\r\n"
+                  "500\r\n300\r\n200\r\n0\r\nFalse\r\nFalse\r\n"
+                  "500\r\n500\r\n200\r\n0\r\nFalse\r\nFalse\r\n");
+        map.close();
+        s.g.SongBase = dir.filePath(QStringLiteral("Song"));
+        s.velmor.Text5.setText(QStringLiteral("1"));
+        hub.refreshSong();
+    }
+    Link& follower() {
+        links.push_back(std::make_unique<Link>());
+        hub.join(links.back().get());
+        hub.receive(links.back().get(), R"({"type":"hello","pin":""})");
+        return *links.back();
+    }
+};
+
+} // namespace
+
+TEST(WebHub, TheSixtyFifthIsToldWhyAndAPinIsAskedFirst) {
+    HubStage t;
+    t.s.velmor.WebPin.setText(QStringLiteral("4711"));
+    auto& links = t.links;
+    for (int i = 0; i < 64; ++i) {
+        links.push_back(std::make_unique<Link>());
+        ASSERT_TRUE(t.hub.join(links.back().get()));
+    }
+    Link extra;
+    EXPECT_FALSE(t.hub.join(&extra));
+    EXPECT_TRUE(extra.closed);
+    EXPECT_EQ(extra.types(), QStringList{QStringLiteral("full")});
+    EXPECT_EQ(extra.last().value(QLatin1String("text")).toString(), fullText());
+    EXPECT_EQ(t.s.velmor.WebFollowers.get(), 64);
+
+    Link& a = *links[0];
+    t.hub.receive(&a, R"({"type":"hello","pin":""})");
+    t.hub.receive(&a, R"({"type":"ping","c":5})");
+    // Asked for the PIN; the clock answers, the music says nothing yet.
+    EXPECT_EQ(a.types(), (QStringList{QStringLiteral("pin"), QStringLiteral("pong")}));
+    EXPECT_DOUBLE_EQ(a.last().value(QLatin1String("s")).toDouble(), double(t.clock.tickMs()));
+    for (int i = 0; i < 3; ++i)
+        t.hub.receive(&a, R"({"type":"hello","pin":"1234"})");
+    EXPECT_TRUE(a.closed);
+    EXPECT_EQ(t.hub.followers(), 63);
+    t.hub.receive(links[1].get(), R"({"type":"hello","pin":" 4711 "})");
+    EXPECT_EQ(links[1]->types(), (QStringList{QStringLiteral("welcome"), QStringLiteral("song")}));
+    EXPECT_TRUE(t.hub.pinAccepted(QStringLiteral("4711")));
+    EXPECT_FALSE(t.hub.pinAccepted(QString()));
+}
+
+TEST(WebHub, AFollowerThatStopsReadingIsDroppedAndTheOthersGoOn) {
+    HubStage t;
+    Link& stalled = t.follower();
+    Link& fine = t.follower();
+    stalled.queued = FollowerHub::kMaxQueuedBytes - 10;
+    const size_t before = fine.got.size();
+    t.song();
+    EXPECT_TRUE(stalled.closed);
+    EXPECT_EQ(t.hub.followers(), 1);
+    EXPECT_EQ(fine.got.size(), before + 1);
+    EXPECT_EQ(fine.types().last(), QStringLiteral("song"));
+}
+
+TEST(WebHub, ThePlayClockFollowsTheLoopPauseSpeedAndStop) {
+    HubStage t;
+    t.song();
+    Link& f = t.follower();
+    ASSERT_EQ(t.hub.song().tics.size(), 3u);
+    auto clockIs = [&f](double at, double map, double rate, int tic) {
+        const QJsonObject c = f.last();
+        EXPECT_EQ(c.value(QLatin1String("type")).toString(), QStringLiteral("clock"));
+        EXPECT_DOUBLE_EQ(c.value(QLatin1String("at")).toDouble(), at);
+        EXPECT_DOUBLE_EQ(c.value(QLatin1String("map")).toDouble(), map);
+        EXPECT_DOUBLE_EQ(c.value(QLatin1String("rate")).toDouble(), rate);
+        EXPECT_EQ(c.value(QLatin1String("tic")).toInt(), tic);
+    };
+    const int64_t zero = t.clock.tickMs();
+    t.s.g.PlayStartTick = zero;
+    t.clock.advanceBy(300); // the map's zero lies before the count-off
+    // An offset set after the selection counts from the play's start.
+    const double x0 = t.hub.song().tics[0].x;
+    t.s.velmor.XOffset.setText(QStringLiteral("100"));
+    t.s.g.MapPlaying.set(true);
+    clockIs(zero, 0, 1, -1);
+    EXPECT_EQ(
+        f.types().mid(f.types().size() - 3),
+        (QStringList{QStringLiteral("song"), QStringLiteral("view"), QStringLiteral("clock")}));
+    EXPECT_DOUBLE_EQ(t.hub.song().tics[0].x, x0 + 5);
+    // The first tic comes 10 ms late: the clock is set anew on it.
+    t.clock.advanceTo(zero + 1010);
+    t.s.g.MapTicMoved.set(0);
+    clockIs(zero + 1010, 1000, 1, 0);
+    // The second on time by that clock: nothing is sent.
+    const size_t sent = f.got.size();
+    t.clock.advanceBy(500);
+    t.s.g.MapTicMoved.set(1);
+    EXPECT_EQ(f.got.size(), sent);
+    // Pause holds on the next tic; Continue gives the tic after it its whole time.
+    t.s.velmor.Command10.setText(QStringLiteral("Continue"));
+    t.s.g.PauseHeld = -1;
+    t.clock.advanceBy(502);
+    t.s.g.MapTicMoved.set(2);
+    clockIs(zero + 2012, 2000, 0, 2);
+    t.clock.advanceBy(4000);
+    t.s.g.PauseHeld = 0;
+    t.s.velmor.Command10.setText(QStringLiteral("Pause"));
+    clockIs(zero + 6012, 2000, 1, 2);
+    // Speed 2 from here: the map stands where speed 1 brought it.
+    t.clock.advanceBy(100);
+    t.s.velmor.Speed.setText(QStringLiteral("2"));
+    clockIs(zero + 6112, 2100, 2, 2);
+    // Fade: the followers hear how long the music takes to fade out.
+    t.s.velmor.FadeT.setText(QStringLiteral("2"));
+    Command7_Click(t.s);
+    EXPECT_EQ(f.types().last(), QStringLiteral("fade"));
+    EXPECT_DOUBLE_EQ(f.last().value(QLatin1String("seconds")).toDouble(), 2 * .02 * 50);
+    // The loop leaves: the cursor stands; the play ends: the followers stop.
+    t.s.g.MapTicMoved.set(-1);
+    EXPECT_DOUBLE_EQ(f.last().value(QLatin1String("rate")).toDouble(), 0);
+    t.s.g.MapPlaying.set(false);
+    EXPECT_EQ(f.types().last(), QStringLiteral("stop"));
+}
+
+TEST(WebHub, APageTurnedByHandIsTold) {
+    HubStage t;
+    t.viewer.pageCount = 3;
+    t.s.adobeF.AcroPDF1 = &t.viewer;
+    t.song();
+    Link& f = t.follower();
+    t.viewer.gotoNextPage();
+    t.s.adobeF.VScroll1.set(8500);
+    QCoreApplication::processEvents(); // the turn and the scroll are told once, together
+    ASSERT_EQ(f.types().count(QStringLiteral("view")), 1);
+    EXPECT_EQ(f.last().value(QLatin1String("page")).toInt(), 2);
+    EXPECT_DOUBLE_EQ(f.last().value(QLatin1String("top")).toDouble(), (8500 - 300) / 20.0);
+}

@@ -1,0 +1,173 @@
+// The follower page in Debian's headless chromium against a real server
+// (the program, run by tests/integration/e2e/web_follower.sh with its
+// action script).  Usage: node follower.test.js <web port>
+//
+// The server selects "Twinkle Twinkle" (Tic Offset .4975: a measure every
+// 1.2 s), plays it, pauses about 8 s in for 2.5 s, lets it end, and after
+// the play turns the page by hand.  The page must show page 1 of the song,
+// put the cursor on measure 1 over its staff, move it onto measure 3 and
+// turn to page 2 at the map's times (within 30 ms of the server's clock,
+// measured by a reference of its own), hold it through the pause, and
+// follow the page turned by hand.
+'use strict';
+const puppeteer = require('puppeteer-core');
+
+const port = Number(process.argv[2]);
+const url = `http://127.0.0.1:${port}/`;
+const TOLERANCE_MS = 30;
+let failures = 0;
+function check(ok, what) {
+  console.log(`${ok ? 'ok' : 'FAIL'}: ${what}`);
+  if (!ok) failures++;
+}
+const sleep = (ms) => new Promise((r) => setTimeout(r, ms));
+
+async function waitFor(page, fn, timeoutMs, what, ...args) {
+  try {
+    await page.waitForFunction(fn, { timeout: timeoutMs, polling: 50 }, ...args);
+    return true;
+  } catch (_) {
+    check(false, `${what} (waited ${timeoutMs} ms)`);
+    return false;
+  }
+}
+
+async function serverUp() {
+  for (let i = 0; i < 600; i++) {
+    try {
+      const r = await fetch(url);
+      if (r.ok) return true;
+    } catch (_) { /* not yet */ }
+    await sleep(100);
+  }
+  return false;
+}
+
+(async () => {
+  if (!(await serverUp())) {
+    console.log(`FAIL: no page at ${url}`);
+    process.exit(1);
+  }
+  // Nothing outside the named resources is served.
+  for (const path of ['/../../etc/passwd', '/%2e%2e/%2e%2e/etc/passwd', '/Mellivane.conf',
+                      '/sheet/1/1/1/../../../../etc/passwd']) {
+    const r = await fetch(url.slice(0, -1) + path);
+    check(r.status === 404, `${path} answers 404 (got ${r.status})`);
+  }
+
+  const browser = await puppeteer.launch({
+    executablePath: process.env.CHROMIUM || '/usr/bin/chromium',
+    headless: true,
+    args: ['--no-sandbox', '--disable-gpu', '--no-first-run', '--disable-dev-shm-usage'],
+  });
+  try {
+    const page = await browser.newPage();
+    await page.setViewport({ width: 800, height: 1000 });
+    await page.goto(url, { waitUntil: 'load' });
+    // Every change of the tic and the page on show, with its moment.
+    await page.evaluate(() => {
+      window.seen = [];
+      const body = document.body;
+      new MutationObserver(() => {
+        const st = window.mellivane;
+        window.seen.push({
+          t: performance.now(), tic: Number(body.dataset.tic), page: Number(body.dataset.page),
+          cursor: body.dataset.cursor === '1', clock: st.clock && { ...st.clock },
+        });
+      }).observe(body, { attributes: true, attributeFilter: ['data-tic', 'data-page'] });
+    });
+
+    await waitFor(page, () => document.getElementById('song').textContent === 'Twinkle Twinkle',
+                  60000, 'the heading names the server\'s song');
+    await waitFor(page, () => {
+      const img = document.getElementById('page');
+      return document.body.dataset.page === '1' && img.complete && img.naturalWidth === 800 &&
+        /\/sheet\/\d+\/1\/1\/800\.png$/.test(img.getAttribute('src'));
+    }, 20000, 'page 1 shows, rendered 800 pixels wide for an 800-pixel device');
+    check(true, 'the page loads and shows page 1 of the song');
+
+    // A reference for the server's clock, of the test's own: 30 round trips
+    // on loopback, the shortest counts.
+    const reference = await page.evaluate(() => new Promise((resolve) => {
+      const ws = new WebSocket(`ws://${location.host}/stream`);
+      const samples = [];
+      const ping = () => ws.send(JSON.stringify({ type: 'ping', c: performance.now() }));
+      ws.onopen = ping;
+      ws.onmessage = (e) => {
+        const m = JSON.parse(e.data);
+        if (m.type !== 'pong') return;
+        const now = performance.now();
+        samples.push({ rtt: now - m.c, offset: m.s - (m.c + now) / 2 });
+        if (samples.length < 30) return setTimeout(ping, 20);
+        ws.close();
+        resolve(samples.reduce((a, b) => (b.rtt < a.rtt ? b : a)));
+      };
+    }));
+    console.log(`reference round trip ${reference.rtt.toFixed(2)} ms`);
+
+    // The play: measure 1, measure 3, the pause, the page turn, the end.
+    await waitFor(page, () => window.seen.some((s) => s.tic >= 20), 90000, 'the play reaches measure 21');
+    await waitFor(page, () => window.mellivane.playing === false, 30000, 'the play ends');
+    const seen = await page.evaluate(() => window.seen);
+    const song = await page.evaluate(() => window.mellivane.song);
+    // When tic k should show by the server's clock, in this page's time.
+    const dueAt = (s, k) => s.clock.at + (song.tics[k][0] - s.clock.map) / s.clock.rate - reference.offset;
+    const firstOf = (k) => seen.find((s) => s.tic === k);
+    for (const [k, what] of [[0, 'measure 1'], [2, 'measure 3']]) {
+      const s = firstOf(k);
+      if (!s) { check(false, `the cursor comes onto ${what}`); continue; }
+      const late = s.t - dueAt(s, k);
+      check(s.cursor && s.page === 1 && Math.abs(late) <= TOLERANCE_MS,
+            `the cursor stands on ${what} on page 1, ${late.toFixed(1)} ms from its time`);
+    }
+    const turn = seen.find((s) => s.page === 2);
+    check(turn && turn.tic === 20 && Math.abs(turn.t - dueAt(turn, 20)) <= TOLERANCE_MS,
+          `page 2 shows with measure 21, as the map says (${turn ? (turn.t - dueAt(turn, 20)).toFixed(1) : '-'} ms)`);
+    // The pause: one tic held for the 2.5 s the server holds it, where a
+    // measure otherwise lasts 1.2 s.
+    const moves = seen.filter((s, i) => i === 0 || s.tic !== seen[i - 1].tic);
+    const held = moves.slice(1).map((s, i) => ({ tic: moves[i].tic, ms: s.t - moves[i].t }))
+      .filter((g) => g.tic >= 0 && g.tic < song.tics.length - 1 && g.ms > 2000);
+    check(held.length === 1 && held[0].ms > 2300 && held[0].ms < 4500,
+          `pause holds the cursor on one measure (${held.map((g) => `${g.ms.toFixed(0)} ms on tic ${g.tic}`)})`);
+
+    // The cursor over the first measure's staff: the demo's maps put its
+    // bottom 90 twips (4.5 points) above the top staff line.
+    const onStaff = await page.evaluate(() => {
+      const st = window.mellivane;
+      const t = st.song.tics[0];
+      const img = document.getElementById('page');
+      const c = document.createElement('canvas');
+      c.width = img.naturalWidth; c.height = img.naturalHeight;
+      const g = c.getContext('2d');
+      g.drawImage(img, 0, 0);
+      const px = img.naturalWidth / st.song.pages[0][0];
+      const x = Math.round((t[2] + st.song.cursor[0] / 2) * px);
+      const bottom = (t[3] + st.song.cursor[1]) * px;
+      const dark = [];
+      for (let y = Math.round(bottom); y < bottom + 12 * px; y++) {
+        const d = g.getImageData(x - 20, y, 40, 1).data;
+        let ink = 0;
+        for (let i = 0; i < d.length; i += 4) if (d[i] < 128) ink++;
+        if (ink > 30) dark.push(((y - bottom) / px).toFixed(1));
+      }
+      return dark;
+    });
+    check(onStaff.length > 0 && Number(onStaff[0]) >= 2 && Number(onStaff[0]) <= 7,
+          `a staff line runs under the cursor on measure 1, ${onStaff[0]} points below it`);
+
+    // After the play the program goes back a page; then Next PG by hand.
+    if (await waitFor(page, () => document.body.dataset.page === '1', 15000, 'the page goes back after the play')) {
+      await waitFor(page, () => document.body.dataset.page === '2', 20000,
+                    'a manual Next PG on the server turns the page');
+      check(true, 'the page follows the server\'s page turns by hand');
+    }
+  } finally {
+    await browser.close();
+  }
+  console.log(failures ? `${failures} check(s) failed` : 'all checks passed');
+  process.exit(failures ? 1 : 0);
+})().catch((e) => {
+  console.log(`FAIL: ${e.stack || e}`);
+  process.exit(1);
+});
