@@ -38,6 +38,9 @@ namespace {
 
 constexpr int kPort = 7010;
 
+const QStringList kTwoClicks =
+    kMapHeader + rec("2340", " 1700 ", " 1900 ", "0") + rec("1875", " 3650 ", " 1900 ", "0");
+
 class RecordStreamTest : public ::testing::Test, protected Stage {
   protected:
     RecordStreamTest() : Stage(100'000, 43200), window(s, nullptr) {
@@ -90,15 +93,20 @@ class RecordStreamTest : public ::testing::Test, protected Stage {
         if (s.adobeF.Shape1.get()) adobeF::Command2_Click(s);
     }
 
+    void expectEndedAfterOneClick(const QString& file) {
+        EXPECT_EQ(readouts(bytes(dir.filePath(file)), s.adobeF.Shape1.get(),
+                           messages.shown.filter("recording stopped").join('|')),
+                  (QStringList{crlf(kTwoClicks.mid(0, 15)), "false",
+                               "The recording stopped: its song was renamed or a set was "
+                               "loaded. The clicks before this one are in the map."}));
+    }
+
     QTemporaryDir dir;
     SheetWindow window;
     Library lib;
     FakeNet net{clock};
     std::unique_ptr<Network> sync;
 };
-
-const QStringList kTwoClicks =
-    kMapHeader + rec("2340", " 1700 ", " 1900 ", "0") + rec("1875", " 3650 ", " 1900 ", "0");
 
 TEST_F(RecordStreamTest, EveryClickReachesTheMapWhateverRunsBetweenTwoClicks) {
     // A server for the network case: the recording computer is its client.
@@ -160,29 +168,19 @@ TEST_F(RecordStreamTest, EveryClickReachesTheMapWhateverRunsBetweenTwoClicks) {
 // A rename of the song being recorded, and a set loaded (which closes every
 // open file), end the stream: the first click is in the map, the second
 // ends the recording with a message.
-TEST_F(RecordStreamTest, RenamingTheSongOrLoadingASetEndsTheStream) {
+TEST_F(RecordStreamTest, RenamingTheSongEndsTheStream) {
+    record([&] { setZ(s); });
+    expectEndedAfterOneClick("Z Song.map");
+}
+
+TEST_F(RecordStreamTest, LoadingASetEndsTheStream) {
     writeListFile(s, dir.filePath("Gig.SSS"), {0, 0, 0, {"Other.mp3"}});
-    const std::tuple<const char*, std::function<void()>, QString> cases[] = {
-        {"a set loaded",
-         [&] {
-             Dirx_Load(s, lib);
-             lib.dirx.File1Index.set(int(lib.dirx.File1.get().indexOf("Gig.SSS")));
-             Dirx_Go(s, lib);
-         },
-         "Song.map"},
-        {"renamed", [&] { setZ(s); }, "Z Song.map"},
-    };
-    for (const auto& [what, between, file] : cases) {
-        SCOPED_TRACE(what);
-        messages.shown.clear();
-        s.adobeF.Shape3.set(false);
-        record(between);
-        EXPECT_EQ(readouts(bytes(dir.filePath(file)), s.adobeF.Shape1.get(),
-                           messages.shown.filter("recording stopped").join('|')),
-                  (QStringList{crlf(kTwoClicks.mid(0, 15)), "false",
-                               "The recording stopped: its song was renamed or a set was "
-                               "loaded. The clicks before this one are in the map."}));
-    }
+    record([&] {
+        Dirx_Load(s, lib);
+        lib.dirx.File1Index.set(int(lib.dirx.File1.get().indexOf("Gig.SSS")));
+        Dirx_Go(s, lib);
+    });
+    expectEndedAfterOneClick("Song.map");
 }
 
 TEST_F(RecordStreamTest, RecorderFailuresEndTheRecordingWithWholeRecords) {

@@ -126,7 +126,7 @@ TEST_F(SettingsTest, ShortOlderFilesStopWhereTheyEndAndBadValuesAfterLine37Fail)
     SaveVelmor(s); // rewrites the file under the name it has, the file as read kept beside it
     EXPECT_EQ(
         QDir(dir.path()).entryList(QDir::Files),
-        (QStringList{"Mellivane.conf", "MELLIVANE.INI", "MELLIVANE.INI.bak", "OutputDelay.txt"}));
+        (QStringList{"MELLIVANE.INI", "MELLIVANE.INI.bak", "OutputDelay.txt"}));
 }
 
 // The second sheet window's place file: six lines, the place kept on the
