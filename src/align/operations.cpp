@@ -53,8 +53,7 @@ void summarise(MapResult& r, const std::vector<double>& before, const std::vecto
 
 // A tic on a held note (tied over, or a rest) has no onset in the source:
 // the warp is free to put it anywhere along the held sound, which has the
-// same chroma throughout.  Such a tic keeps its share of the time between
-// the struck tics around it, as in the source (the local tempo).
+// same chroma throughout.  Such a tic is placed by placeHeldTics.
 void followHeldTics(const std::vector<double>& source, const std::vector<Onset>& sourceOnsets,
                     std::vector<double>& target) {
     // Only a clear onset counts: noise and breath make weak ones everywhere.
@@ -74,26 +73,7 @@ void followHeldTics(const std::vector<double>& source, const std::vector<Onset>&
     std::vector<bool> held(source.size());
     for (size_t k = 0; k < source.size(); ++k)
         held[k] = !struck(k);
-    for (size_t k = 0; k < source.size(); ++k) {
-        if (!held[k]) continue;
-        size_t a = k, b = k;
-        while (a > 0 && held[a])
-            --a;
-        while (b + 1 < source.size() && held[b])
-            ++b;
-        if (held[a]) continue;
-        if (held[b]) {
-            // None struck after it: the tempo of the two struck tics before.
-            size_t c = a;
-            while (c > 0 && (c == a || held[c]))
-                --c;
-            if (c == a || held[c] || source[a] <= source[c]) continue;
-            b = a, a = c;
-        }
-        if (source[b] <= source[a]) continue;
-        const double share = (source[k] - source[a]) / (source[b] - source[a]);
-        target[k] = target[a] + share * (target[b] - target[a]);
-    }
+    placeHeldTics(source, held, target);
 }
 
 // A struck tic the warp carried where the target has no onset: on a note
@@ -150,6 +130,40 @@ double tempoSpread(const std::vector<double>& source, const std::vector<double>&
 }
 
 } // namespace
+
+void placeHeldTics(const std::vector<double>& source, const std::vector<bool>& held,
+                   std::vector<double>& target) {
+    const size_t n = std::min({source.size(), held.size(), target.size()});
+    // The piece's usual stretch: the median of target/source over the spans
+    // between consecutive struck tics.
+    std::vector<double> ratio;
+    for (size_t k = 1; k < n; ++k)
+        if (!held[k] && !held[k - 1] && source[k] - source[k - 1] > 1 &&
+            target[k] - target[k - 1] > 1)
+            ratio.push_back((target[k] - target[k - 1]) / (source[k] - source[k - 1]));
+    std::sort(ratio.begin(), ratio.end());
+    const double stretch = ratio.empty() ? 0 : ratio[ratio.size() / 2];
+    for (size_t k = 0; k < n; ++k) {
+        if (!held[k]) continue;
+        size_t a = k, b = k;
+        while (a > 0 && held[a])
+            --a;
+        while (b + 1 < n && held[b])
+            ++b;
+        if (held[a] || source[k] < source[a]) continue;
+        if (held[b]) {
+            // None struck after it: nothing in either recording marks where
+            // it falls (a note held to the end), and the span just before
+            // may have its own tempo (a change on the held note's bar), so
+            // the usual stretch of the piece carries it on.
+            if (stretch > 0) target[k] = target[a] + stretch * (source[k] - source[a]);
+            continue;
+        }
+        if (source[b] <= source[a]) continue;
+        const double share = (source[k] - source[a]) / (source[b] - source[a]);
+        target[k] = target[a] + share * (target[b] - target[a]);
+    }
+}
 
 std::vector<double> tightenPositions(const std::vector<double>& positions,
                                      const std::vector<Onset>& onsets) {

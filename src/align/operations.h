@@ -71,6 +71,16 @@ MapResult transferMap(const QString& fromSong, const QByteArray& fromMap, const 
                       const PlayTiming& timing, const Progress& progress = {},
                       double maxCost = kNotSamePieceCost);
 
+// Places the tics that sound no onset in the source (`held`), in place in
+// `target` (the carried places of all tics): between two struck tics a held
+// one keeps its share of their time, as in the source; after the last
+// struck tic it carries on with the median stretch (target over source
+// time) of the spans between consecutive struck tics.  Tics before the
+// first struck one are left as they are, and so are those after the last
+// when no two consecutive tics are struck.
+void placeHeldTics(const std::vector<double>& source, const std::vector<bool>& held,
+                   std::vector<double>& target);
+
 // Tightens a list of music positions on `song` (used by the bench too).
 std::vector<double> tightenPositions(const std::vector<double>& positions,
                                      const std::vector<struct Onset>& onsets);

@@ -171,6 +171,22 @@ TEST(Align, WarpFollowsThePath) {
     EXPECT_DOUBLE_EQ(warpTime(WarpPath{}, 1234), 1234);
 }
 
+TEST(Align, HeldTicsFollowTheStruckOnes) {
+    // Source measures of 1000 ms; the target plays them at 1.5x except the
+    // last struck span (a tempo change there: 1200 ms).  Tics 2 and 5 are
+    // held; the carried places of the held ones are wherever the path put them.
+    const std::vector<double> source{0, 1000, 2000, 3000, 4000, 5000};
+    const std::vector<bool> held{false, false, true, false, false, true};
+    std::vector<double> target{0, 1500, 2222, 4500, 5700, 6000};
+    placeHeldTics(source, held, target);
+    // Between struck tics: its share of their time in the target.
+    EXPECT_DOUBLE_EQ(target[2], 3000);
+    // After the last struck tic: the usual stretch (1.5), not the last span's.
+    EXPECT_DOUBLE_EQ(target[5], 5700 + 1500);
+    // Struck tics are not moved.
+    EXPECT_EQ(target[3], 4500);
+}
+
 TEST(Align, TwoRenditionsOfOneToneRowAlign) {
     // The same chroma row, the second twice as slow with a lead of silence.
     std::vector<Chroma> a, b;
