@@ -187,6 +187,23 @@ TEST(Align, HeldTicsFollowTheStruckOnes) {
     EXPECT_EQ(target[3], 4500);
 }
 
+TEST(Align, ATicOnTheWrongNoteRejoinsTheTempo) {
+    // Measures of 1000 ms carried at 1.5x, with notes a beat (500 ms) apart.
+    // Tic 2 went to the note a beat early; tic 5 follows a slowing (1.3x the
+    // stretch before it), which is no mistake, and keeps its place though a
+    // note sounds where the tempo before would put it.
+    const std::vector<double> source{0, 1000, 2000, 3000, 4000, 5000, 6000};
+    std::vector<double> target{0, 1500, 2500, 4500, 6000, 7500, 9450};
+    std::vector<Onset> onsets;
+    for (double t : {0, 500, 1000, 1500, 2000, 2500, 3000, 4500, 6000, 7500, 7725, 9450})
+        onsets.push_back({t, 1});
+    std::vector<double> warped = target;
+    for (double& t : warped)
+        t += 20;
+    evenOutTics(source, warped, onsets, target);
+    EXPECT_EQ(target, (std::vector<double>{0, 1500, 3000, 4500, 6000, 7500, 9450}));
+}
+
 TEST(Align, TwoRenditionsOfOneToneRowAlign) {
     // The same chroma row, the second twice as slow with a lead of silence.
     std::vector<Chroma> a, b;
