@@ -10,13 +10,14 @@
 #include <QSaveFile>
 #include <algorithm>
 #include <cmath>
+#include <iterator>
 
 namespace mv::align {
 
 namespace {
 
-// A source tic counts as struck with an onset this close, of at least this
-// share of the recording's loud onsets.
+// A source tic counts as struck with a clear onset this close; a clear
+// onset has at least this share of the recording's loud ones.
 constexpr double kStruckMs = 50;
 constexpr double kClearShare = 0.3;
 
@@ -51,49 +52,34 @@ void summarise(MapResult& r, const std::vector<double>& before, const std::vecto
     }
 }
 
-// A tic on a held note (tied over, or a rest) has no onset in the source:
-// the warp is free to put it anywhere along the held sound, which has the
-// same chroma throughout.  Such a tic keeps its share of the time between
-// the struck tics around it, as in the source (the local tempo).
-void followHeldTics(const std::vector<double>& source, const std::vector<Onset>& sourceOnsets,
-                    std::vector<double>& target) {
-    // Only a clear onset counts: noise and breath make weak ones everywhere.
+// The onsets of at least kClearShare of the strength 5 % of them reach:
+// noise, breath and a flute's wavering make weak ones everywhere, and only a
+// clear one marks a note.
+std::vector<Onset> clearOnsets(const std::vector<Onset>& onsets) {
     std::vector<double> s;
-    for (const Onset& o : sourceOnsets)
+    for (const Onset& o : onsets)
         s.push_back(o.strength);
     std::sort(s.begin(), s.end(), std::greater<>());
     const double clear = s.empty() ? 0 : kClearShare * s[s.size() / 20];
-    const auto struck = [&](size_t k) {
-        for (auto it =
-                 std::lower_bound(sourceOnsets.begin(), sourceOnsets.end(), source[k] - kStruckMs,
-                                  [](const Onset&o, double t) { return o.ms < t; });
-             it != sourceOnsets.end() && it->ms <= source[k] + kStruckMs; ++it)
-            if (it->strength >= clear) return true;
-        return false;
-    };
+    std::vector<Onset> out;
+    std::copy_if(onsets.begin(), onsets.end(), std::back_inserter(out),
+                 [clear](const Onset& o) { return o.strength >= clear; });
+    return out;
+}
+
+// A tic on a held note (tied over, or a rest) has no clear onset in the
+// source: the warp is free to put it anywhere along the held sound, which
+// has the same chroma throughout.  Such a tic is placed by placeHeldTics.
+void followHeldTics(const std::vector<double>& source, const std::vector<Onset>& sourceOnsets,
+                    std::vector<double>& target) {
+    const std::vector<Onset> clear = clearOnsets(sourceOnsets);
     std::vector<bool> held(source.size());
-    for (size_t k = 0; k < source.size(); ++k)
-        held[k] = !struck(k);
     for (size_t k = 0; k < source.size(); ++k) {
-        if (!held[k]) continue;
-        size_t a = k, b = k;
-        while (a > 0 && held[a])
-            --a;
-        while (b + 1 < source.size() && held[b])
-            ++b;
-        if (held[a]) continue;
-        if (held[b]) {
-            // None struck after it: the tempo of the two struck tics before.
-            size_t c = a;
-            while (c > 0 && (c == a || held[c]))
-                --c;
-            if (c == a || held[c] || source[a] <= source[c]) continue;
-            b = a, a = c;
-        }
-        if (source[b] <= source[a]) continue;
-        const double share = (source[k] - source[a]) / (source[b] - source[a]);
-        target[k] = target[a] + share * (target[b] - target[a]);
+        const auto it = std::lower_bound(clear.begin(), clear.end(), source[k] - kStruckMs,
+                                         [](const Onset& o, double t) { return o.ms < t; });
+        held[k] = it == clear.end() || it->ms > source[k] + kStruckMs;
     }
+    placeHeldTics(source, held, target);
 }
 
 // A struck tic the warp carried where the target has no onset: on a note
@@ -149,7 +135,65 @@ double tempoSpread(const std::vector<double>& source, const std::vector<double>&
     return ratio[ratio.size() / 2];
 }
 
+// Above this ratio of the stretches of a tic's two spans the tic is
+// taken to be on the wrong note (a tempo change in a rubato rendition stays
+// under 1.35).
+constexpr double kUneven = 1.5;
+
 } // namespace
+
+void evenOutTics(const std::vector<double>& source, const std::vector<double>& warped,
+                 const std::vector<Onset>& onsets, std::vector<double>& target) {
+    const size_t n = source.size();
+    std::vector<size_t> found;
+    for (size_t k = 0; k < n; ++k)
+        if (target[k] != warped[k]) found.push_back(k);
+    const std::vector<double> snapped = target;
+    for (size_t f = 1; f + 1 < found.size(); ++f) {
+        const size_t a = found[f - 1], k = found[f], b = found[f + 1];
+        const double s1 = source[k] - source[a], s2 = source[b] - source[k];
+        if (s1 <= 0 || s2 <= 0 || snapped[b] <= snapped[a]) continue;
+        const double r1 = (snapped[k] - snapped[a]) / s1, r2 = (snapped[b] - snapped[k]) / s2;
+        if (r1 > 0 && r2 > 0 && std::max(r1, r2) < kUneven * std::min(r1, r2)) continue;
+        const double guess = snapped[a] + s1 / (s1 + s2) * (snapped[b] - snapped[a]);
+        const SnapResult s = snapToOnsets({guess}, onsets, 70, 150, false);
+        if (s.snapped == 1) target[k] = s.ms[0];
+    }
+}
+
+void placeHeldTics(const std::vector<double>& source, const std::vector<bool>& held,
+                   std::vector<double>& target) {
+    const size_t n = std::min({source.size(), held.size(), target.size()});
+    // The piece's usual stretch: the median of target/source over the spans
+    // between consecutive struck tics.
+    std::vector<double> ratio;
+    for (size_t k = 1; k < n; ++k)
+        if (!held[k] && !held[k - 1] && source[k] - source[k - 1] > 1 &&
+            target[k] - target[k - 1] > 1)
+            ratio.push_back((target[k] - target[k - 1]) / (source[k] - source[k - 1]));
+    std::sort(ratio.begin(), ratio.end());
+    const double stretch = ratio.empty() ? 0 : ratio[ratio.size() / 2];
+    for (size_t k = 0; k < n; ++k) {
+        if (!held[k]) continue;
+        size_t a = k, b = k;
+        while (a > 0 && held[a])
+            --a;
+        while (b + 1 < n && held[b])
+            ++b;
+        if (held[a] || source[k] < source[a]) continue;
+        if (held[b]) {
+            // None struck after it: nothing in either recording marks where
+            // it falls (a note held to the end), and the span just before
+            // may have its own tempo (a change on the held note's bar), so
+            // the usual stretch of the piece carries it on.
+            if (stretch > 0) target[k] = target[a] + stretch * (source[k] - source[a]);
+            continue;
+        }
+        if (source[b] <= source[a]) continue;
+        const double share = (source[k] - source[a]) / (source[b] - source[a]);
+        target[k] = target[a] + share * (target[b] - target[a]);
+    }
+}
 
 std::vector<double> tightenPositions(const std::vector<double>& positions,
                                      const std::vector<Onset>& onsets) {
@@ -239,11 +283,15 @@ MapResult transferMap(const QString& fromSong, const QByteArray& fromMap, const 
     std::vector<double> warped;
     for (double p : before)
         warped.push_back(warpTime(path, p));
-    const SnapResult snap = snapToOnsets(warped, onsets, 70, 150, false);
+    // A tic goes only onto a clear onset: a weak one (noise, a wavering held
+    // note) near where the path strayed would pass for the note.
+    const std::vector<Onset> targetClear = clearOnsets(onsets);
+    const SnapResult snap = snapToOnsets(warped, targetClear, 70, 150, false);
     std::vector<double> after = snap.ms;
     r.matchedShare = double(snap.snapped) / double(std::max<size_t>(1, warped.size()));
+    evenOutTics(before, warped, targetClear, after);
     followHeldTics(before, sourceOnsets, after);
-    refindLostTics(before, warped, onsets, after);
+    refindLostTics(before, warped, targetClear, after);
     r.tempoSpread = tempoSpread(before, after);
     r.pathCost = path.relativeCost + r.tempoSpread;
     if (r.pathCost > maxCost) throw notTheSame(r.pathCost);

@@ -3,6 +3,7 @@
 // carry a map from one recording to another.  Pure work on bytes and audio
 // files, safe on a worker thread; the caller writes the result.
 
+#include "align/features.h"
 #include "align/map_times.h"
 
 #include <QByteArray>
@@ -55,7 +56,7 @@ struct MapResult {
 // measures unevenly.  On the demo songs (bench/align) the 48 transfers
 // between renditions of one song reach 0.52 (relative cost alone 0.42);
 // the shipped recordings to another song's shipped and slow renditions
-// start at 0.66 (relative cost alone 0.435: a narrow gap, the spread widens it).
+// start at 0.71 (relative cost alone 0.435: a narrow gap, the spread widens it).
 constexpr double kNotSamePieceCost = 0.59;
 
 // Tightens the tics of `map` from tic `fromTic` on (0: all) to the onsets of
@@ -70,6 +71,28 @@ MapResult tightenMap(const QString& song, const QByteArray& map, const PlayTimin
 MapResult transferMap(const QString& fromSong, const QByteArray& fromMap, const QString& toSong,
                       const PlayTiming& timing, const Progress& progress = {},
                       double maxCost = kNotSamePieceCost);
+
+// Places the tics that sound no onset in the source (`held`), in place in
+// `target` (the carried places of all tics): between two struck tics a held
+// one keeps its share of their time, as in the source; after the last
+// struck tic it carries on with the median stretch (target over source
+// time) of the spans between consecutive struck tics.  Tics before the
+// first struck one are left as they are, and so are those after the last
+// when no two consecutive tics are struck.
+void placeHeldTics(const std::vector<double>& source, const std::vector<bool>& held,
+                   std::vector<double>& target);
+
+// Moves carried tics that landed on the wrong one of two notes a beat apart
+// (their chroma alike: a harpsichord's g sounds its d).  Such a tic breaks
+// the tempo: the spans to the found tics on either side (those whose place
+// in `target` differs from `warped`, the place the path gave) stretch by
+// very different ratios against the source.  Where they differ by more than
+// half, and an onset of `onsets` lies within 70 ms of the tic's share of
+// the time between those neighbours (as in the source), the tic goes onto
+// that onset; otherwise it stays.  Each tic is judged against the places
+// before any was moved; the first and last found tics stay.
+void evenOutTics(const std::vector<double>& source, const std::vector<double>& warped,
+                 const std::vector<Onset>& onsets, std::vector<double>& target);
 
 // Tightens a list of music positions on `song` (used by the bench too).
 std::vector<double> tightenPositions(const std::vector<double>& positions,

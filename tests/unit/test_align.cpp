@@ -171,6 +171,39 @@ TEST(Align, WarpFollowsThePath) {
     EXPECT_DOUBLE_EQ(warpTime(WarpPath{}, 1234), 1234);
 }
 
+TEST(Align, HeldTicsFollowTheStruckOnes) {
+    // Source measures of 1000 ms; the target plays them at 1.5x except the
+    // last struck span (a tempo change there: 1200 ms).  Tics 2 and 5 are
+    // held; the carried places of the held ones are wherever the path put them.
+    const std::vector<double> source{0, 1000, 2000, 3000, 4000, 5000};
+    const std::vector<bool> held{false, false, true, false, false, true};
+    std::vector<double> target{0, 1500, 2222, 4500, 5700, 6000};
+    placeHeldTics(source, held, target);
+    // Between struck tics: its share of their time in the target.
+    EXPECT_DOUBLE_EQ(target[2], 3000);
+    // After the last struck tic: the usual stretch (1.5), not the last span's.
+    EXPECT_DOUBLE_EQ(target[5], 5700 + 1500);
+    // Struck tics are not moved.
+    EXPECT_EQ(target[3], 4500);
+}
+
+TEST(Align, ATicOnTheWrongNoteRejoinsTheTempo) {
+    // Measures of 1000 ms carried at 1.5x, with notes a beat (500 ms) apart.
+    // Tic 2 went to the note a beat early; tic 5 follows a slowing (1.3x the
+    // stretch before it), which is no mistake, and keeps its place though a
+    // note sounds where the tempo before would put it.
+    const std::vector<double> source{0, 1000, 2000, 3000, 4000, 5000, 6000};
+    std::vector<double> target{0, 1500, 2500, 4500, 6000, 7500, 9450};
+    std::vector<Onset> onsets;
+    for (double t : {0, 500, 1000, 1500, 2000, 2500, 3000, 4500, 6000, 7500, 7725, 9450})
+        onsets.push_back({t, 1});
+    std::vector<double> warped = target;
+    for (double& t : warped)
+        t += 20;
+    evenOutTics(source, warped, onsets, target);
+    EXPECT_EQ(target, (std::vector<double>{0, 1500, 3000, 4500, 6000, 7500, 9450}));
+}
+
 TEST(Align, TwoRenditionsOfOneToneRowAlign) {
     // The same chroma row, the second twice as slow with a lead of silence.
     std::vector<Chroma> a, b;
