@@ -25,6 +25,7 @@ while listening $port || listening $((port + 1)); do port=$((port + 2)); done
 # A server, its page on the port after its own; no count-off, and the map at
 # twice its speed (a measure every 1.2 s).
 cat > "$work/setup.txt" <<SCRIPT
+menu Velmor.SS
 type Velmor.PortNr $port
 click Velmor.IamaServer left 5
 type Velmor.PDFDLY 0
@@ -32,6 +33,7 @@ type Velmor.Text5 .4975
 quit
 SCRIPT
 xrun "$work/cfg" "$work/setup.txt" --songs "$work/songs" > "$work/setup.out" 2>&1
+if grep "^FAIL" "$work/setup.out"; then exit 1; fi
 
 cat > "$work/server.txt" <<SCRIPT
 waitfor 60000 check Velmor.WebFollowers Web 1
