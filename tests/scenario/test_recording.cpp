@@ -479,6 +479,14 @@ TEST_F(RecordingTest, EveryEditUndoesAndRedoesExactly) {
         {"TypedTic", [&] { press("Command8"); }, [&] { type("1234"); }},
         {"TicHalved", [] {}, [&] { press("Label4"); }},
         {"TicAddedBack", [&] { press("Command5"); }, [&] { press("Label4", Qt::RightButton); }},
+        {"Append", [] {},
+         [&] {
+             t0 = clock.tickMs();
+             press("Command13");
+             at(500, [&] { click(window.carrier(), {300, 200}); });
+             clock.advanceTo(t0 + 700);
+             press("Command13");
+         }},
     };
     std::vector<QByteArray> states{tableBytes(s.tic)};
     std::vector<int> rows;
