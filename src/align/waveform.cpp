@@ -76,6 +76,7 @@ bool Peaks::range(double fromMs, double toMs, int& low, int& high) const {
     const auto n = qint64(lo.size());
     auto first = qint64(std::floor(fromMs * perSecond / 1000));
     auto last = qint64(std::ceil(toMs * perSecond / 1000));
+    if (last <= 0) return false; // all of it before the song starts: no sound there
     first = std::max<qint64>(first, 0);
     last = std::min(std::max(last, first + 1), n);
     if (first >= last) return false;

@@ -7,12 +7,14 @@
 #include "align/snap.h"
 #include "align/warp.h"
 #include "align/waveform.h"
+#include "cursormap/tic_table.h"
 
 #include <QFile>
 #include <QFileInfo>
 #include <QTemporaryDir>
 #include <QtEndian>
 #include <gtest/gtest.h>
+#include <memory>
 
 #include <QFile>
 #include <QTemporaryDir>
@@ -242,6 +244,25 @@ TEST(Align, TicTimesAndMusicPositions) {
 
 // The strip's peaks: each slice's lowest and highest sample; the cache file
 // read back only for the song's own size and time, and only whole.
+// Page turns (NXT or PRV) and scroll changes (SCR unlike the row before)
+// are marked apart from plain tics.
+TEST(Waveform, TicMarksTellPagesAndScrollsApart) {
+    const auto table = std::make_unique<mv::TicTable>(); // 5001 rows: on the heap
+    mv::TicTable& t = *table;
+    const char* scr[] = {"300", "300", "900", "900", "900", "0"};
+    for (size_t r = 0; r < std::size(scr); ++r) {
+        t.Tic[r] = "1000";
+        t.Scr[r] = scr[r];
+    }
+    t.Nxt[3] = "True";
+    t.Prv[4] = "True";
+    std::vector<WaveMark::Kind> kinds;
+    for (const WaveMark& m : ticMarks(t, PlayTiming{}))
+        kinds.push_back(m.kind);
+    using K = WaveMark::Kind;
+    EXPECT_EQ(kinds, (std::vector<K>{K::Plain, K::Plain, K::Scroll, K::Page, K::Page, K::Scroll}));
+}
+
 TEST(Waveform, PeaksAndTheirCache) {
     Audio a;
     a.rate = 1000;
@@ -254,6 +275,7 @@ TEST(Waveform, PeaksAndTheirCache) {
     EXPECT_TRUE(p.range(150, 250, lo, hi));
     EXPECT_EQ(std::pair(lo, hi), std::pair(-25, 126));
     EXPECT_FALSE(p.range(400, 500, lo, hi));
+    EXPECT_FALSE(p.range(-300, -100, lo, hi)); // before 0 ms: no slice
 
     const QByteArray file = peaksCacheBytes(p, 1234, 99);
     const std::optional<Peaks> back = parsePeaksCache(file, 1234, 99);
