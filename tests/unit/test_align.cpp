@@ -288,6 +288,23 @@ TEST(Waveform, PeaksAndTheirCache) {
         EXPECT_FALSE(parsePeaksCache(bytes, size, time));
 }
 
+// A long song is decoded in two halves at once: they meet where one pass
+// would cut the slices, so the peaks are the same.
+TEST(Waveform, TheHalvesOfALongSongMeetAsOnePass) {
+    QTemporaryDir dir;
+    Audio a;
+    a.rate = 22050; // 110.25 samples a slice: the halves meet on a whole one
+    for (int i = 0; i < 25 * a.rate; ++i)
+        a.samples.push_back(
+            float(std::sin(i * 0.05) * (0.2 + 0.7 * std::fabs(std::sin(i * 1e-4)))));
+    const QString wav = dir.filePath("Long.wav");
+    writeWav(wav, a);
+    const Peaks halves = decodePeaks(wav);
+    const Peaks once = computePeaks(decodeAudio(wav));
+    EXPECT_EQ(halves.lo, once.lo);
+    EXPECT_EQ(halves.hi, once.hi);
+}
+
 // Dragging a mark: the tic takes the move, the next one gives it back, and
 // the move stops at the neighbours' marks.
 TEST(Waveform, MovingATicKeepsTheLaterOnes) {
