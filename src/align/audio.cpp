@@ -1,5 +1,6 @@
 #include "align/audio.h"
 
+#include <algorithm>
 #include <sndfile.h>
 #include <stdexcept>
 
@@ -7,7 +8,8 @@ namespace mv::align {
 
 long long decodeBlocks(const QString& path,
                        const std::function<void(int rate, int channels, long long frames)>& opened,
-                       const AudioBlock& take, const std::function<bool()>& cancelled) {
+                       const AudioBlock& take, const std::function<bool()>& cancelled,
+                       long long from, long long count) {
     SF_INFO info{};
     SNDFILE* f = sf_open(path.toLocal8Bit().constData(), SFM_READ, &info);
     if (!f)
@@ -20,11 +22,18 @@ long long decodeBlocks(const QString& path,
             QStringLiteral("Cannot decode \"%1\": no sound in it").arg(path).toStdString());
     }
     opened(info.samplerate, info.channels, info.frames);
+    if (from > 0 && sf_seek(f, from, SEEK_SET) != from) {
+        sf_close(f);
+        throw std::runtime_error(
+            QStringLiteral("Cannot decode \"%1\": it cannot seek").arg(path).toStdString());
+    }
     constexpr sf_count_t kBlock = 16384;
     std::vector<float> block(size_t(kBlock) * size_t(info.channels));
     long long frames = 0;
     for (;;) {
-        const sf_count_t got = sf_readf_float(f, block.data(), kBlock);
+        const sf_count_t want = count < 0 ? kBlock : std::min<sf_count_t>(kBlock, count - frames);
+        if (want <= 0) break;
+        const sf_count_t got = sf_readf_float(f, block.data(), want);
         if (got <= 0) break;
         take(block.data(), size_t(got));
         frames += got;

@@ -26,9 +26,12 @@ Audio decodeAudio(const QString& path, const std::function<bool()>& cancelled = 
 // the rate, the channels and the frames the file says it holds, first) and returns the number of
 // frames.  Throws as decodeAudio for a file that cannot be opened or has fewer than 4000 frames a
 // second; a read error after the start ends the blocks.  `cancelled` is asked between blocks.
+// `from` and `count` (not -1) decode only that stretch of frames; a file
+// that cannot seek to `from` throws.
 using AudioBlock = std::function<void(const float* frames, size_t count)>;
 long long decodeBlocks(const QString& path,
                        const std::function<void(int rate, int channels, long long frames)>& opened,
-                       const AudioBlock& take, const std::function<bool()>& cancelled = {});
+                       const AudioBlock& take, const std::function<bool()>& cancelled = {},
+                       long long from = 0, long long count = -1);
 
 } // namespace mv::align

@@ -11,8 +11,12 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <exception>
 #include <limits>
+#include <numeric>
+#include <optional>
 #include <stdexcept>
+#include <thread>
 
 namespace mv::align {
 
@@ -76,6 +80,7 @@ bool Peaks::range(double fromMs, double toMs, int& low, int& high) const {
     const auto n = qint64(lo.size());
     auto first = qint64(std::floor(fromMs * perSecond / 1000));
     auto last = qint64(std::ceil(toMs * perSecond / 1000));
+    if (last <= 0) return false; // all of it before the song starts: no sound there
     first = std::max<qint64>(first, 0);
     last = std::min(std::max(last, first + 1), n);
     if (first >= last) return false;
@@ -100,27 +105,33 @@ Peaks computePeaks(const Audio& a, int perSecond) {
     return p;
 }
 
-Peaks decodePeaks(const QString& song, const std::function<bool()>& cancelled, int perSecond) {
-    // Straight from the decoder's blocks at the file's own rate: no copy of
-    // the song is kept.
+namespace {
+
+// The peaks of frames [from, from + count) of `song` (count -1: to the end),
+// the slices counted from `from`.  `total` gets the rate and the frames the
+// file says it holds.
+Peaks peaksOf(const QString& song, const std::function<bool()>& cancelled, int perSecond,
+              long long from, long long count, std::pair<int, long long>* total = nullptr) {
     Peaks p;
     p.perSecond = perSecond;
     int channels = 1;
     std::optional<Slicer> slices;
     const long long frames = decodeBlocks(
         song,
-        [&](int rate, int ch, long long total) {
+        [&](int rate, int ch, long long all) {
             channels = ch;
+            if (total) *total = {rate, all};
             const double per = double(rate) / perSecond;
             slices.emplace(p, per);
-            if (total > 0) {
-                p.lo.reserve(size_t(double(total) / per) + 1);
+            const long long mine = count >= 0 ? count : all - from;
+            if (mine > 0) {
+                p.lo.reserve(size_t(double(mine) / per) + 1);
                 p.hi.reserve(p.lo.capacity());
             }
         },
-        [&](const float* block, size_t count) {
+        [&](const float* block, size_t n) {
             const float share = 1.0f / float(channels);
-            for (size_t i = 0; i < count; ++i) {
+            for (size_t i = 0; i < n; ++i) {
                 const float* frame = block + i * size_t(channels);
                 float v = frame[0];
                 for (int c = 1; c < channels; ++c)
@@ -128,11 +139,66 @@ Peaks decodePeaks(const QString& song, const std::function<bool()>& cancelled, i
                 slices->add(v * share);
             }
         },
-        cancelled);
+        cancelled, from, count);
     if (frames == 0)
         throw std::runtime_error(
             QStringLiteral("Cannot decode \"%1\": no sound in it").arg(song).toStdString());
     slices->finish();
+    return p;
+}
+
+} // namespace
+
+Peaks decodePeaks(const QString& song, const std::function<bool()>& cancelled, int perSecond) {
+    // Decoding is what costs (an MP3 most), so the second half of a long
+    // song is decoded on a thread of its own while this one does the first.
+    // The halves meet at a frame where a slice starts, so that each cuts its
+    // slices as one pass would.  Straight from the decoder's blocks: no
+    // copy of the song is kept.
+    std::pair<int, long long> total{0, 0};
+    {
+        // The header only: the rate and length say where the halves meet.
+        const long long got = decodeBlocks(
+            song,
+            [&](int rate, int, long long all) {
+                total = {rate, all};
+            },
+            [](const float*, size_t) {}, {}, 0, 0);
+        (void)got;
+    }
+    const auto [rate, frames] = total;
+    // Slice k starts at frame k * rate / perSecond: whole for k a multiple of `step`.
+    const long long step = perSecond / std::gcd(rate, perSecond);
+    const long long slices = frames * perSecond / rate;
+    const long long k = slices / 2 / step * step;
+    const long long mid = k * rate / perSecond;
+    constexpr long long kSplitFrom = 60LL * 8000; // shorter songs: one pass is quick
+    if (frames < kSplitFrom || k <= 0) return peaksOf(song, cancelled, perSecond, 0, -1);
+    std::optional<Peaks> second;
+    std::exception_ptr failed;
+    std::thread worker([&] {
+        try {
+            second = peaksOf(song, cancelled, perSecond, mid, -1);
+        } catch (...) {
+            failed = std::current_exception();
+        }
+    });
+    Peaks p;
+    try {
+        p = peaksOf(song, cancelled, perSecond, 0, mid);
+    } catch (...) {
+        worker.join();
+        throw;
+    }
+    worker.join();
+    // A file that cannot seek, or a first half that fell short (a read
+    // error, cancelled): the slices would not meet, so one pass decides.
+    if (failed || !second || p.lo.size() != size_t(k)) {
+        if (cancelled && cancelled()) return p;
+        return peaksOf(song, cancelled, perSecond, 0, -1);
+    }
+    p.lo.insert(p.lo.end(), second->lo.begin(), second->lo.end());
+    p.hi.insert(p.hi.end(), second->hi.begin(), second->hi.end());
     return p;
 }
 

@@ -330,8 +330,9 @@ QWidget* MainWindow::buildSetup() {
     addField(form, "FadeT", QStringLiteral("Fade Time"), v.FadeT, QStringLiteral("in seconds"));
     addField(form, "BeepX", QStringLiteral("Beep"), v.BeepX);
     // The present audio output's own delay (kept per output), and its measuring.
-    addField(form, "OutputDelay", QStringLiteral("Output Delay"), v.OutputDelay,
-             QStringLiteral("ms"));
+    auto* delay = static_cast<QLineEdit*>(addField(
+        form, "OutputDelay", QStringLiteral("Output Delay"), v.OutputDelay, QStringLiteral("ms")));
+    connect(delay, &QLineEdit::editingFinished, this, [this] { OutputDelay_LostFocus(s_); });
     form->addRow(QString(), button("MeasureB", QStringLiteral("Measure…"), &MeasureB_Click));
     section(QStringLiteral("Sheet"));
     addField(form, "ZoomIt", QStringLiteral("Zoom This"), v.ZoomIt);

@@ -61,6 +61,7 @@ struct Globals {
     int16_t ScrollMarkTicks = 0;
     int32_t TicAdjust = 0;
     double AppendStartMs = 0;
+    int AppendFromRow = 0; // the row on show when the append began
     Flag EditBusy = 0, SaveInProgress = 0, AbortScroll = 0;
     QString PDFLeftDefault = QStringLiteral("0");
     double ButtonStripLeft = 0;

@@ -6,6 +6,7 @@
 #include "cursormap/cursor_fields.h"
 #include "cursormap/map_file.h"
 #include "recording/edit_history.h"
+#include "recording/recorder.h"
 #include "sheet/pdf_viewer.h"
 #include "transport/media_player.h"
 
@@ -167,9 +168,8 @@ void leaveSaving(Session& s) {
     SheetOneState& f = s.adobeF;
     s.g.OverlayArmed = kTrue;
     s.g.OverlayTicks = 40;
-    f.Shape4.set(false);
-    if (s.player) s.player->close();
-    s.g.AppendMode = 0;
+    // A write that fails keeps edit mode: the append taken is then a step.
+    adobeF::endAppend(s);
     s.g.CursorStarted = 0;
     if (s.adobeF2.Visible.get()) s.adobeF2.PageNR.setText(QStringLiteral("1"));
     const QString map = mapPath(s);

@@ -6,6 +6,7 @@
 #include "core/session_state.h"
 #include "cursormap/cursor_fields.h"
 #include "cursormap/map_file.h"
+#include "recording/edit_history.h"
 #include "transport/media_player.h"
 
 #include <algorithm>
@@ -81,9 +82,7 @@ void appendTic(Session& s, int64_t elapsed, int64_t at) {
     // The rows a map can be edited in end at 4999: a click past them is not
     // taken, so the appended map can always be loaded again.
     if (f.Text3.value() + 1 > TicTable::kLastRow - 1) {
-        f.Shape4.set(false);
-        if (s.player) s.player->close();
-        s.g.AppendMode = 0;
+        adobeF::endAppend(s);
         s.messages.msgBox(QStringLiteral("The map is full: 5000 tics is the most that can be "
                                          "edited. The append has ended; this click was not "
                                          "taken."));
@@ -171,13 +170,11 @@ void Command13_MouseDown(Session& s, int) {
             QStringLiteral("You should be in edit mode at the append cursor position."));
         return;
     }
-    if (f.Shape4.get()) {
-        f.Shape4.set(false);
-        if (s.player) s.player->close();
-        s.g.AppendMode = 0;
-        return;
-    }
+    if (f.Shape4.get()) return endAppend(s);
     f.Shape4.set(true);
+    s.g.AppendFromRow = s.g.CursorIndex;
+    // What was changed before the append is a step of its own.
+    if (s.history) s.history->record(QStringLiteral("Edit"), s.g.CursorIndex);
     PosLeft(s, f.Text1.value() + v.XOffset.value());
     PosTop(s, (f.Text2.value() + v.YOffset.value()) * (v.ZoomIt.value() / 100));
     // The time at which the row on show is reached: the tics of the rows
@@ -197,6 +194,15 @@ void Command13_MouseDown(Session& s, int) {
     }
     forgetPresses(s);
     s.g.AppendMode = kTrue;
+}
+
+void endAppend(Session& s) {
+    SheetOneState& f = s.adobeF;
+    const bool appending = f.Shape4.get() || s.g.AppendMode;
+    f.Shape4.set(false);
+    if (s.player) s.player->close();
+    s.g.AppendMode = 0;
+    if (appending && s.history) s.history->record(QStringLiteral("Append"), s.g.AppendFromRow);
 }
 
 void Timer1_Timer(Session& s) {

@@ -24,6 +24,10 @@ void Command12_Click(Session& s);
 // into the rows after it; a second press ends that.  Outside edit mode: "You
 // should be in edit mode at the append cursor position."
 void Command13_MouseDown(Session& s, int button);
+// Ends an append that runs (the music stops) and makes the rows it took one
+// undo step, "Append", undone with the row on show when it began.  Nothing
+// when no append runs.
+void endAppend(Session& s);
 
 // One tick of Timer1: nothing at all while sheet window 2 is visible; the
 // overlay's share; then, recording or appending, takes at most one click.

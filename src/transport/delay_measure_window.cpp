@@ -71,11 +71,11 @@ void DelayMeasureWindow::start() {
 }
 
 void DelayMeasureWindow::refresh() {
+    // Written anew each time: a later tap may change which earlier ones count.
     const std::vector<int64_t>& d = measure_.differences();
-    while (taps_->count() < int(d.size())) {
-        const int n = taps_->count();
-        taps_->addItem(QStringLiteral("Tap %1: %2 ms").arg(n + 1).arg(d[size_t(n)]));
-    }
+    taps_->clear();
+    for (size_t n = 0; n < d.size(); ++n)
+        taps_->addItem(QStringLiteral("Tap %1: %2 ms").arg(n + 1).arg(d[n]));
     const std::optional<int> m = measure_.median();
     if (measure_.running()) {
         result_->setText(

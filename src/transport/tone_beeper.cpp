@@ -24,11 +24,22 @@ ToneBeeper::~ToneBeeper() {
     if (mpv) mpvApi()->terminate_destroy(mpv);
 }
 
+void ToneBeeper::setAudioDevice(const QString& name) {
+    const QByteArray device = name.isEmpty() ? QByteArrayLiteral("auto") : name.toUtf8();
+    if (attached_) {
+        if (mpv_) mpvApi()->set_property_string(mpv_, "audio-device", device.constData());
+        return;
+    }
+    device_ = device; // set on the instance when the first beep attaches it
+}
+
 void ToneBeeper::beep(int hz, int ms) {
     if (!attached_) {
         start();
         attached_ = true;
         mpv_ = starting_.get();
+        if (mpv_ && !device_.isEmpty())
+            mpvApi()->set_property_string(mpv_, "audio-device", device_.constData());
     }
     if (mpv_ && hz > 0) {
         const QByteArray url = QStringLiteral("av://lavfi:sine=frequency=%1:duration=%2")

@@ -23,6 +23,7 @@ class ToneBeeper final : public Beeper {
     ToneBeeper(const ToneBeeper&) = delete;
     ToneBeeper& operator=(const ToneBeeper&) = delete;
     void beep(int hz, int ms) override;
+    void setAudioDevice(const QString& name) override;
     // Starts the tone's mpv instance in the background; the first beep
     // starts it otherwise, and waits for it.
     void start();
@@ -34,6 +35,7 @@ class ToneBeeper final : public Beeper {
     std::future<mpv_handle*> starting_;
     bool attached_ = false;
     mpv_handle* mpv_ = nullptr;
+    QByteArray device_; // until attached; empty: none asked for
 };
 
 } // namespace mv

@@ -1,5 +1,7 @@
 #include "transport/volume_speed.h"
 
+#include "core/beeper.h"
+
 #include "core/messages.h"
 #include "core/output_delay.h"
 #include "core/session_state.h"
@@ -47,11 +49,16 @@ void setsound(Session& s) {
     // the limit slider keeps its value.  Output Delay shows the delay kept
     // for this output.
     s.velmor.OutputDelay.setNumber(s.outputDelays.of(outputName(s)));
-    if (!s.player) return;
     const int d = s.g.SoundDevice;
     const QStringList& names = s.velmor.AudioOutNames;
-    s.player->setAudioDevice(d >= 0 && d < names.size() ? names[d] : QString());
+    const QString device = d >= 0 && d < names.size() ? names[d] : QString();
+    // The beeps (Measure's clicks, Hear's click) go where the song goes:
+    // the delay measured is that of this output.
+    if (s.beeper) s.beeper->setAudioDevice(device);
+    if (s.player) s.player->setAudioDevice(device);
 }
+
+void OutputDelay_LostFocus(Session& s) { s.velmor.OutputDelay.setNumber(outputDelayMs(s.velmor)); }
 
 void Command12_Click(Session& s) { s.velmor.Speed.setNumber(s.velmor.Speed.value() - 0.05); }
 void Command13_Click(Session& s) { s.velmor.Speed.setNumber(s.velmor.Speed.value() + 0.05); }

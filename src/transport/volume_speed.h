@@ -24,6 +24,9 @@ void SetPitch(Session& s);
 // Output Delay then shows the delay kept for that output.
 void AudioOut_Click(Session& s, int entry);
 void setsound(Session& s);
+// Output Delay's editing has finished: the field shows the delay in use,
+// the typed number held to -500..1000 and rounded (text without a number: 0).
+void OutputDelay_LostFocus(Session& s);
 // The Mixer button: starts the system's volume program, or says "Can't open
 // the Volume control program" titled "Sorry".
 void Mixer_Click(Session& s);

@@ -27,6 +27,7 @@ class PositionBeeper : public Beeper {
   public:
     explicit PositionBeeper(const MediaPlayer& p) : player_(p) {}
     void beep(int, int) override { at.push_back(player_.controlsCurrentPosition()); }
+    void setAudioDevice(const QString&) override {}
     std::vector<double> at;
 
   private:

@@ -32,22 +32,28 @@ const QStringList kOutputs = {"Speakers", "Headphones", "USB"};
 
 TEST(OutputDelay, EachOutputKeepsItsOwnDelayAcrossASaveAndAnOutputNotKeptGetsZero) {
     QTemporaryDir dir;
-    QStringList shown;
+    QStringList shown, beepsTo;
     {
         Stage st;
         Session& s = st.s;
+        FakeBeeper beeper(st.clock);
+        s.beeper = &beeper;
         s.configDir = dir.path();
         s.velmor.AudioOutNames = kOutputs;
         installVolume(s);
         for (auto [entry, typed] : {std::pair{0, "180"}, {1, "150"}, {-1, ""}, {0, ""}}) {
             AudioOut_Click(s, entry);
             shown << s.velmor.OutputDelay.text();
+            beepsTo << beeper.device;
             if (*typed) s.velmor.OutputDelay.setText(typed);
         }
         SaveVelmor(s);
+        s.beeper = nullptr;
     }
     // Headphones had nothing kept when chosen; Speakers shows its 180 again.
     EXPECT_EQ(shown, (QStringList{"0", "0", "0", "180"}));
+    // The beeps (Measure's clicks) follow the output chosen.
+    EXPECT_EQ(beepsTo, (QStringList{"Speakers", "Headphones", "", "Speakers"}));
     FileTable files;
     EXPECT_EQ(files.readText(dir.filePath("OutputDelay.txt")),
               (QStringList{"0\tDefault", "150\tHeadphones", "180\tSpeakers"}));
@@ -78,6 +84,18 @@ TEST(OutputDelay, AFileIsReadLineByLineAndWhatMakesNoSenseIsPassedOver) {
     EXPECT_EQ(OutputDelays::parse(d.lines()), d);
 }
 
+TEST(OutputDelay, TheFieldShowsTheDelayInUseOnceTyped) {
+    Stage st;
+    installVolume(st.s);
+    const std::pair<const char*, const char*> cases[] = {
+        {"5000", "1000"}, {"-900", "-500"}, {"12.6", "13"}, {"abc", "0"}, {"180", "180"}};
+    for (auto [typed, shown] : cases) {
+        st.s.velmor.OutputDelay.setText(typed);
+        OutputDelay_LostFocus(st.s);
+        EXPECT_EQ(st.s.velmor.OutputDelay.text(), shown) << typed;
+    }
+}
+
 // The taps of a run, each at a click's moment plus an offset (none: that
 // click is missed); extra taps at any moment after the start.
 struct Taps {
@@ -92,8 +110,7 @@ class MeasureTest : public ::testing::Test, protected Stage {
     void script(const Taps& t, const std::function<void()>& tap) {
         const int64_t first = clock.tickMs() + DelayMeasure::kLeadMs;
         for (size_t k = 0; k < t.offsets.size(); ++k)
-            if (t.offsets[k])
-                clock.at(first + int64_t(k) * DelayMeasure::kBeatMs + *t.offsets[k], tap);
+            if (t.offsets[k]) clock.at(first + DelayMeasure::clickDue(int(k)) + *t.offsets[k], tap);
         for (int64_t at : t.extra)
             clock.at(first + at, tap);
     }
@@ -111,7 +128,9 @@ TEST_F(MeasureTest, TheMedianOfEachTapsDifferenceToItsClick) {
     const std::vector<int> jitter = {-25, 10, -5,  30, 0,   15, -15, 5,
                                      -10, 20, -20, 25, -30, 0,  10,  -10};
     std::vector<std::optional<int>> late = around(700, std::vector<int>(16, 0));
-    late[2].reset(); // a missed click
+    late[15].reset(); // a missed click
+    std::vector<std::optional<int>> noFirst = around(150, std::vector<int>(16, 0));
+    noFirst[0].reset();
     const struct {
         const char* name;
         Taps taps;
@@ -120,9 +139,11 @@ TEST_F(MeasureTest, TheMedianOfEachTapsDifferenceToItsClick) {
         double spread;
     } cases[] = {
         {"scattered about 200", {around(200, jitter), {}}, 200, 16, 17.23},
-        // Longer than a beat, a click missed and a tap doubled (the second
-        // one 40 ms after it is passed over).
-        {"700, one missed, one doubled", {late, {4 * 600 + 740}}, 700, 15, 0},
+        // Longer than a beat, the last click missed and a tap doubled (the
+        // second one 40 ms after it is passed over).
+        {"700, last missed, one doubled", {late, {4 * 600 + 740}}, 700, 15, 0},
+        // The tap for the second click is no tap for the first.
+        {"first click missed", {noFirst, {}}, 150, 15, 0},
         // A tap before the clicks could be heard is no tap of the first one.
         {"early tap passed over", {around(-40, std::vector<int>(16, 0)), {-600}}, -40, 16, 0},
         {"no taps", {}, std::nullopt, 0, 0},
@@ -136,7 +157,7 @@ TEST_F(MeasureTest, TheMedianOfEachTapsDifferenceToItsClick) {
         EXPECT_EQ(m.differences().size(), c.counted);
         EXPECT_NEAR(m.spread(), c.spread, 0.01);
     }
-    EXPECT_EQ(beeper.beeps.size(), 4u * DelayMeasure::kClicks);
+    EXPECT_EQ(beeper.beeps.size(), std::size(cases) * DelayMeasure::kClicks);
     EXPECT_EQ(beeper.beeps.front(), qMakePair(1000, DelayMeasure::kClickMs)); // the "Beep" pitch
 }
 

@@ -29,6 +29,7 @@
 #include <QPushButton>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QWheelEvent>
 #include <gtest/gtest.h>
 
 using namespace mv;
@@ -479,6 +480,14 @@ TEST_F(RecordingTest, EveryEditUndoesAndRedoesExactly) {
         {"TypedTic", [&] { press("Command8"); }, [&] { type("1234"); }},
         {"TicHalved", [] {}, [&] { press("Label4"); }},
         {"TicAddedBack", [&] { press("Command5"); }, [&] { press("Label4", Qt::RightButton); }},
+        {"Append", [] {},
+         [&] {
+             t0 = clock.tickMs();
+             press("Command13");
+             at(500, [&] { click(window.carrier(), {300, 200}); });
+             clock.advanceTo(t0 + 700);
+             press("Command13");
+         }},
     };
     std::vector<QByteArray> states{tableBytes(s.tic)};
     std::vector<int> rows;
@@ -581,6 +590,17 @@ TEST_F(RecordingTest, WaveStripPicksAndMovesTics) {
     button("UndoB");
     EXPECT_EQ(readouts(s.g.CursorIndex, s.tic.Tic[2], s.tic.Tic[3], viewer.page - page),
               readouts(1, "3001", "2000", 0));
+    // The wheel zooms: a notch forward shows less, and the span is held.
+    auto* strip = qobject_cast<align::WaveStrip*>(wave);
+    std::vector<double> spans;
+    for (int notches : {1, -1, -40, 80}) {
+        QWheelEvent e(QPointF(400, 50), wave->mapToGlobal(QPointF(400, 50)), {},
+                      QPoint(0, 120 * notches), Qt::NoButton, Qt::NoModifier, Qt::NoScrollPhase,
+                      false);
+        QApplication::sendEvent(wave, &e);
+        spans.push_back(strip->view().spanMs);
+    }
+    EXPECT_EQ(spans, (std::vector<double>{6400, 8000, 120000, 1000}));
     press("Command7", Qt::RightButton);
     EXPECT_FALSE(wave->isVisibleTo(&window));
 }

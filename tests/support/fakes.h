@@ -99,7 +99,9 @@ class FakeBeeper : public Beeper {
   public:
     explicit FakeBeeper(Clock& clock) : clock_(clock) {}
     void beep(int hz, int ms) override;
+    void setAudioDevice(const QString& name) override { device = name; }
     QList<QPair<int, int>> beeps;
+    QString device;
 
   private:
     Clock& clock_;

@@ -7,12 +7,14 @@
 #include "align/snap.h"
 #include "align/warp.h"
 #include "align/waveform.h"
+#include "cursormap/tic_table.h"
 
 #include <QFile>
 #include <QFileInfo>
 #include <QTemporaryDir>
 #include <QtEndian>
 #include <gtest/gtest.h>
+#include <memory>
 
 #include <QFile>
 #include <QTemporaryDir>
@@ -275,6 +277,25 @@ TEST(Align, TicTimesAndMusicPositions) {
 
 // The strip's peaks: each slice's lowest and highest sample; the cache file
 // read back only for the song's own size and time, and only whole.
+// Page turns (NXT or PRV) and scroll changes (SCR unlike the row before)
+// are marked apart from plain tics.
+TEST(Waveform, TicMarksTellPagesAndScrollsApart) {
+    const auto table = std::make_unique<mv::TicTable>(); // 5001 rows: on the heap
+    mv::TicTable& t = *table;
+    const char* scr[] = {"300", "300", "900", "900", "900", "0"};
+    for (size_t r = 0; r < std::size(scr); ++r) {
+        t.Tic[r] = "1000";
+        t.Scr[r] = scr[r];
+    }
+    t.Nxt[3] = "True";
+    t.Prv[4] = "True";
+    std::vector<WaveMark::Kind> kinds;
+    for (const WaveMark& m : ticMarks(t, PlayTiming{}))
+        kinds.push_back(m.kind);
+    using K = WaveMark::Kind;
+    EXPECT_EQ(kinds, (std::vector<K>{K::Plain, K::Plain, K::Scroll, K::Page, K::Page, K::Scroll}));
+}
+
 TEST(Waveform, PeaksAndTheirCache) {
     Audio a;
     a.rate = 1000;
@@ -287,6 +308,7 @@ TEST(Waveform, PeaksAndTheirCache) {
     EXPECT_TRUE(p.range(150, 250, lo, hi));
     EXPECT_EQ(std::pair(lo, hi), std::pair(-25, 126));
     EXPECT_FALSE(p.range(400, 500, lo, hi));
+    EXPECT_FALSE(p.range(-300, -100, lo, hi)); // before 0 ms: no slice
 
     const QByteArray file = peaksCacheBytes(p, 1234, 99);
     const std::optional<Peaks> back = parsePeaksCache(file, 1234, 99);
@@ -297,6 +319,23 @@ TEST(Waveform, PeaksAndTheirCache) {
           std::tuple(file.chopped(1), 1234, 99), std::tuple(file + 'x', 1234, 99),
           std::tuple("X" + file.mid(1), 1234, 99)})
         EXPECT_FALSE(parsePeaksCache(bytes, size, time));
+}
+
+// A long song is decoded in two halves at once: they meet where one pass
+// would cut the slices, so the peaks are the same.
+TEST(Waveform, TheHalvesOfALongSongMeetAsOnePass) {
+    QTemporaryDir dir;
+    Audio a;
+    a.rate = 22050; // 110.25 samples a slice: the halves meet on a whole one
+    for (int i = 0; i < 25 * a.rate; ++i)
+        a.samples.push_back(
+            float(std::sin(i * 0.05) * (0.2 + 0.7 * std::fabs(std::sin(i * 1e-4)))));
+    const QString wav = dir.filePath("Long.wav");
+    writeWav(wav, a);
+    const Peaks halves = decodePeaks(wav);
+    const Peaks once = computePeaks(decodeAudio(wav));
+    EXPECT_EQ(halves.lo, once.lo);
+    EXPECT_EQ(halves.hi, once.hi);
 }
 
 // Dragging a mark: the tic takes the move, the next one gives it back, and

@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Hear and Output Delay through the script driver on the real binary: Hear
 # by its button and by the key H keeps edit mode; Output Delay typed in the
-# setup belongs to the output; Measure… takes 16 space-bar taps about 150 ms
+# setup belongs to the output and shows the delay in use once typed (held
+# to 1000); Measure… takes 16 space-bar taps about 150 ms
 # after its clicks and OK puts their median into Output Delay; a second
 # Measure… cancelled in the middle changes nothing.  What shut-down saves in
 # "OutputDelay.txt" tells.
@@ -12,7 +13,8 @@ mkdir "$work/songs"
 cp "$root/demo/songs/Ode to Joy".{mp3,pdf,map} "$work/songs/"
 taps() {
   for k in $(seq 0 15); do
-    printf "waituntil %d\nkey MeasureDelay Space\n" $((1150 + 600 * k))
+    # One silent beat after the eighth click.
+    printf "waituntil %d\nkey MeasureDelay Space\n" $((1150 + 600 * (k + (k >= 8))))
   done
 }
 cat > "$work/script.txt" <<SCRIPT
@@ -33,12 +35,15 @@ wait 500
 checkvisible AdobeF.Shape2 no
 menu Velmor.SS
 wait 300
+type Velmor.OutputDelay 5000
+key Velmor.OutputDelay Return
+check Velmor.OutputDelay 1000
 type Velmor.OutputDelay 75
 check Velmor.OutputDelay 75
 mark
 click Velmor.MeasureB
 $(taps)
-waituntil 11500
+waituntil 12100
 click MeasureDelay.OKB
 checkvisible MeasureDelay no
 click Velmor.MeasureB
