@@ -124,9 +124,8 @@ TEST_F(SettingsTest, ShortOlderFilesStopWhereTheyEndAndBadValuesAfterLine37Fail)
     EXPECT_EQ(s.velmor.Text1.text(), "/music");
     EXPECT_THROW(readLines38to60(s), Failure);
     SaveVelmor(s); // rewrites the file under the name it has, the file as read kept beside it
-    EXPECT_EQ(
-        QDir(dir.path()).entryList(QDir::Files),
-        (QStringList{"MELLIVANE.INI", "MELLIVANE.INI.bak", "OutputDelay.txt"}));
+    EXPECT_EQ(QDir(dir.path()).entryList(QDir::Files),
+              (QStringList{"MELLIVANE.INI", "MELLIVANE.INI.bak", "OutputDelay.txt"}));
 }
 
 // The second sheet window's place file: six lines, the place kept on the
