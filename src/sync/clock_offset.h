@@ -1,11 +1,14 @@
 #pragma once
 // How far the server's tick clock stands from this computer's, learnt from
 // round trips.  The client notes its own clock when it asks (sent) and when
-// the answer comes (received); the server stamps its clock in between.  The
-// server's clock then stood `server - (sent + received) / 2` ahead of ours,
-// wrong by at most half the round trip whatever the delays on the way: the
-// sample with the shortest round trip among the recent ones is the best.
-// Pure logic on milliseconds; the network sync feeds it.
+// the answer comes (received); the server stamps its clock in between.  So
+// the server's clock then stood between `server - received` and
+// `server - sent` ahead of ours, whatever the delays on the way.  Every
+// sample bounds the offset so; the recent samples together bound it much
+// more tightly than the best one alone, because the lower bound comes from
+// the quickest way back and the upper one from the quickest way out, which
+// are seldom the same trip.  The estimate is the middle of what the recent
+// samples leave.  Pure logic on milliseconds; the network sync feeds it.
 
 #include <cstdint>
 #include <deque>
@@ -14,11 +17,12 @@ namespace mv {
 
 class ClockOffset {
   public:
-    // Recent samples kept: with three asks every 2 s, the best of about 30 s.
-    static constexpr int kWindow = 48;
-    // The first samples after a (re)start are taken as they come, the best
-    // so far; after them a better estimate is approached by this share per
-    // sample, so that one lucky sample does not move a start by much.
+    // Recent samples kept: with three asks every 2 s, about the last 20 s,
+    // short enough that two clocks drifting 50 ppm apart move 1 ms in it.
+    static constexpr int kWindow = 30;
+    // The first samples after a (re)start are taken as they come; after
+    // them a better estimate is approached by this share per sample, so that
+    // one odd sample does not move a start by much.
     static constexpr int kSettleSamples = 5;
     static constexpr double kSmoothing = 0.25;
     // A sample whose own bounds miss the estimate by more than this means a
@@ -37,8 +41,10 @@ class ClockOffset {
     bool known() const { return known_; }
     // The server's clock minus ours; 0 while not known.
     double offsetMs() const { return offset_; }
-    // The round trip of the best sample kept; 0 while not known.
-    double roundTripMs() const;
+    // Half the width of what the recent samples leave: the target the
+    // estimate moves to is off by no more, while neither clock jumps or
+    // drifts.  0 while not known.
+    double boundMs() const { return bound_; }
     // A server instant on this computer's tick clock.
     double toLocal(double serverMs) const { return serverMs - offset_; }
     // How often a jump started the estimate over.
@@ -46,12 +52,15 @@ class ClockOffset {
 
   private:
     struct Sample {
-        double offset, roundTrip;
+        double low, high; // the offset lies between them
     };
-    const Sample& best() const;
+    // The middle of the newest samples' common bounds; older samples that
+    // leave nothing in common with the newer ones (a drift, a clock
+    // stepped by less than a jump) are dropped.
+    double target();
 
-    std::deque<Sample> samples_;
-    double offset_ = 0;
+    std::deque<Sample> samples_; // oldest first
+    double offset_ = 0, bound_ = 0;
     bool known_ = false;
     int taken_ = 0; // samples since the last (re)start
     int jumps_ = 0;

@@ -324,7 +324,7 @@ TEST_F(SyncServerTest, TheCheckBoxAndConnectOnAServerOnlySpeak) {
 
 // The server's clock runs `kAhead` ms before the client's; each round trip
 // goes out and back with the delays given.
-TEST(ClockOffsetTest, LearnsTheServerClockFromTheShortestRoundTrips) {
+TEST(ClockOffsetTest, LearnsTheServerClockFromTheBoundsOfRecentTrips) {
     constexpr double kAhead = 7200000;
     struct Trip {
         double out, back;
@@ -336,10 +336,10 @@ TEST(ClockOffsetTest, LearnsTheServerClockFromTheShortestRoundTrips) {
         double offset;
         int jumps = 0;
     } cases[] = {
-        {"the shortest round trip wins over slow and lopsided ones",
-         {{30, 10}, {5, 5}, {40, 2}, {20, 20}},
-         kAhead},
-        {"after the first few a better sample moves the estimate a quarter of the way",
+        {"the quickest way out and the quickest way back bound it, from different trips",
+         {{30, 10}, {40, 2}, {3, 20}, {20, 20}},
+         kAhead + 0.5},
+        {"after the first few a sample that moves the bounds moves the estimate a quarter of the way",
          {{5, 5}, {5, 5}, {5, 5}, {5, 5}, {5, 5}, {1, 1, kAhead + 8}},
          kAhead + 2},
         {"and the next one a quarter of what is left",
@@ -349,13 +349,16 @@ TEST(ClockOffsetTest, LearnsTheServerClockFromTheShortestRoundTrips) {
          {{5, 5}, {5, 5}, {5, 5}, {5, 5}, {5, 5}, {5, 5}, {20, 20, -40000}},
          -40000,
          1},
-        {"the best sample is forgotten after the window",
+        {"a clock that drifts: the newest trips count, the stale ones drop out",
          [] {
-             std::vector<Trip> trips = {{1, 1, kAhead - 6}};
-             trips.insert(trips.end(), ClockOffset::kWindow, Trip{3, 3});
+             std::vector<Trip> trips;
+             for (int i = 0; i < 3 * ClockOffset::kWindow; ++i)
+                 trips.push_back({2, 2, kAhead + 0.1 * i}); // 50 ppm at a trip every 2 s
              return trips;
          }(),
-         kAhead - 6 * (1 - ClockOffset::kSmoothing)},
+         // The window's bounds leave the middle of [now - 2, now - 0.9]; the
+         // smoothing trails a target moving 0.1 a trip by 0.3 more.
+         kAhead + 0.1 * (3 * ClockOffset::kWindow - 1) - 1.45 - 0.3},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.what);
@@ -376,19 +379,19 @@ TEST(ClockOffsetTest, JitterAndImpossibleSamples) {
     EXPECT_FALSE(clock.add(100, 50, 100 + ClockOffset::kMaxRoundTripMs + 1));
     EXPECT_FALSE(clock.known());
     // 20 ms each way with up to 10 ms of jitter on each: a lopsided trip is
-    // off by half its difference, the shortest ones are nearly even.
+    // off by half its difference, yet the recent trips together pin the
+    // offset far closer than the shortest one does.
     std::mt19937 rng(3);
     std::uniform_real_distribution<double> jitter(-10, 10);
-    double now = 0;
-    std::deque<double> trips;
-    for (int i = 0; i < 40; ++i, now += 2000) {
+    double now = 0, shortest = 1e9, shortestOff = 0;
+    for (int i = 0; i < ClockOffset::kWindow; ++i, now += 2000) {
         const double out = 20 + jitter(rng), back = 20 + jitter(rng);
         clock.add(now, now + out + 500, now + out + back);
-        trips.push_back(out + back);
-        if (trips.size() > size_t(ClockOffset::kWindow)) trips.pop_front();
+        if (out + back < shortest) shortest = out + back, shortestOff = std::abs(out - back) / 2;
     }
-    EXPECT_NEAR(clock.roundTripMs(), *std::min_element(trips.begin(), trips.end()), 1e-9);
-    EXPECT_NEAR(clock.offsetMs(), 500, 3);
+    EXPECT_NEAR(clock.offsetMs(), 500, 1);
+    EXPECT_LT(clock.boundMs(), shortest / 2);
+    EXPECT_GT(shortestOff, std::abs(clock.offsetMs() - 500));
 }
 
 TEST(ClockTokensTest, OnlyWholeClockTokensAreTakenOut) {

@@ -1,14 +1,16 @@
 // The follower page: the server's song, its sheet page by page and the
 // cursor, animated here from the song's tics and the server's play clock.
-// The server's clock is estimated by round trips over the stream: the
-// sample with the smallest round trip of the last few bursts counts, and the
-// estimate moves towards it a little at a time.
+// The server's clock is estimated by round trips over the stream: each one
+// bounds the offset between the two clocks (the server read its clock
+// somewhere inside the trip), the recent trips together bound it tightly,
+// and the estimate moves towards the middle of those bounds a little at a
+// time.
 'use strict';
 (() => {
   const $ = (id) => document.getElementById(id);
   const PING_EVERY_MS = 3000;
   const PINGS_PER_BURST = 5;
-  const BURSTS_KEPT = 5;     // the best sample of about the last 15 s counts
+  const SAMPLES_KEPT = 25;   // the trips of about the last 15 s count
   const JUMP_MS = 50;        // a change this large is taken at once
   const SLEW_MS = 5;         // else at most this much per burst
   const PIN_KEY = 'mellivane-pin';
@@ -23,7 +25,7 @@
     pageOffset: 0,           // in a play: page shown = tic's page + pageOffset
     topOverride: null,       // {tic, top}: a scroll by hand during a play
     offset: null,            // server ms - performance.now()
-    burst: [], bests: [],
+    samples: [],            // {low, high}: bounds on the offset, oldest first
     pin: localStorage.getItem(PIN_KEY) || '',
     closedForGood: false,
     timer: 0,
@@ -40,7 +42,6 @@
 
   // --- the server's clock -----------------------------------------------
   function pingBurst(n) {
-    st.burst = [];
     for (let i = 0; i < n; i++) setTimeout(() => send({ type: 'ping', c: performance.now() }), i * 40);
     setTimeout(endBurst, n * 40 + 500);
   }
@@ -48,20 +49,38 @@
   function onPong(m) {
     const now = performance.now();
     const rtt = now - m.c;
-    if (!(rtt >= 0 && rtt < 5000)) return;
-    // The server read its clock somewhere in the round trip: its middle.
-    st.burst.push({ rtt, offset: m.s - (m.c + now) / 2 });
+    if (!(rtt >= 0 && rtt < 5000) || !Number.isFinite(m.s)) return;
+    const sample = { low: m.s - now, high: m.s - m.c };
+    // A trip that leaves no room for the estimate: the server's clock jumped
+    // (it restarted), and what was learnt is of another clock.
+    if (st.offset !== null && (st.offset < sample.low - JUMP_MS || st.offset > sample.high + JUMP_MS)) {
+      st.samples = [];
+      st.offset = null;
+    }
+    st.samples.push(sample);
+    if (st.samples.length > SAMPLES_KEPT) st.samples.shift();
+  }
+
+  // The middle of what the newest trips leave in common; older trips that
+  // leave nothing in common with them are forgotten.
+  function target() {
+    const s = st.samples;
+    let low = s[s.length - 1].low, high = s[s.length - 1].high;
+    for (let i = s.length - 2; i >= 0; i--) {
+      const l = Math.max(low, s[i].low), h = Math.min(high, s[i].high);
+      if (l > h) { s.splice(0, i + 1); break; }
+      low = l; high = h;
+    }
+    return (low + high) / 2;
   }
 
   function endBurst() {
-    if (!st.burst.length) return;
-    st.bests.push(st.burst.reduce((a, b) => (b.rtt < a.rtt ? b : a)));
-    if (st.bests.length > BURSTS_KEPT) st.bests.shift();
-    const best = st.bests.reduce((a, b) => (b.rtt < a.rtt ? b : a));
-    if (st.offset === null || Math.abs(best.offset - st.offset) > JUMP_MS) {
-      st.offset = best.offset;
+    if (!st.samples.length) return;
+    const goal = target();
+    if (st.offset === null || Math.abs(goal - st.offset) > JUMP_MS) {
+      st.offset = goal;
     } else {
-      st.offset += Math.max(-SLEW_MS, Math.min(SLEW_MS, best.offset - st.offset));
+      st.offset += Math.max(-SLEW_MS, Math.min(SLEW_MS, goal - st.offset));
     }
     render();
   }
