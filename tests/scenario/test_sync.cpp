@@ -339,7 +339,7 @@ TEST(ClockOffsetTest, LearnsTheServerClockFromTheBoundsOfRecentTrips) {
         {"the quickest way out and the quickest way back bound it, from different trips",
          {{30, 10}, {40, 2}, {3, 20}, {20, 20}},
          kAhead + 0.5},
-        {"after the first few a sample that moves the bounds moves the estimate a quarter of the way",
+        {"after the first few, moved bounds move the estimate a quarter of the way",
          {{5, 5}, {5, 5}, {5, 5}, {5, 5}, {5, 5}, {1, 1, kAhead + 8}},
          kAhead + 2},
         {"and the next one a quarter of what is left",
