@@ -244,14 +244,12 @@ class Browsers {
                    QStringLiteral(MELLIVANE_SOURCE_DIR "/tests/web/node_modules"));
         node_.setProcessEnvironment(env);
         node_.setProcessChannelMode(QProcess::ForwardedErrorChannel);
-        node_.start(QStringLiteral("node"),
-                    QStringList{QStringLiteral(MELLIVANE_SOURCE_DIR "/bench/sync_skew_browsers.js")} +
-                        addresses);
+        node_.start(
+            QStringLiteral("node"),
+            QStringList{QStringLiteral(MELLIVANE_SOURCE_DIR "/bench/sync_skew_browsers.js")} +
+                addresses);
         const bool ready = bench::runUntil(
-            [&] {
-                return node_.state() == QProcess::NotRunning || node_.canReadLine();
-            },
-            120000);
+            [&] { return node_.state() == QProcess::NotRunning || node_.canReadLine(); }, 120000);
         if (ready && node_.canReadLine() && node_.readLine().trimmed() == "ready") return true;
         std::fprintf(stderr, "browser followers: none (see above: node, chromium, or the npm "
                              "packages of tests/web, which 'npm ci' there installs)\n");
@@ -266,8 +264,10 @@ class Browsers {
         node_.write("report\n");
         while (int(pages.size()) < kBrowsers &&
                bench::runUntil([&] { return node_.canReadLine(); }, 60000))
-            pages.push_back(
-                QJsonDocument::fromJson(node_.readLine()).object().value(QStringLiteral("tics")).toArray());
+            pages.push_back(QJsonDocument::fromJson(node_.readLine())
+                                .object()
+                                .value(QStringLiteral("tics"))
+                                .toArray());
         node_.waitForFinished(20000);
         return pages;
     }
@@ -278,9 +278,9 @@ class Browsers {
 
 // One start as the server made it.
 struct Start {
-    int64_t pressNs = 0;        // the play's map zero, on the machine's clock
-    int64_t announcedMs = 0;    // the announced instant less the press, 0 without one
-    int64_t serverNs = 0;       // its music's start
+    int64_t pressNs = 0;          // the play's map zero, on the machine's clock
+    int64_t announcedMs = 0;      // the announced instant less the press, 0 without one
+    int64_t serverNs = 0;         // its music's start
     std::vector<int64_t> clients; // each program client's music start, 0: none
     std::vector<double> clockErrorMs;
 };
@@ -362,8 +362,8 @@ int main(int argc, char** argv) {
         QFile map(s.g.SongBase + QStringLiteral(".map"));
         map.open(QIODevice::WriteOnly);
         for (int i = 0; i < 6; ++i)
-            map.write(QByteArray::number(i ? 200 : 1200) + "\r\n" + QByteArray::number(1500 + 600 * i) +
-                      "\r\n1800\r\n0\r\nFalse\r\nFalse\r\n");
+            map.write(QByteArray::number(i ? 200 : 1200) + "\r\n" +
+                      QByteArray::number(1500 + 600 * i) + "\r\n1800\r\n0\r\nFalse\r\nFalse\r\n");
     }
     mv::web::FollowerHub hub(s, mv::web::pdfPageSizes);
     mv::web::WebServer web(hub);
@@ -452,7 +452,8 @@ int main(int argc, char** argv) {
     // against the moment the server's play clock reached it.
     std::vector<std::vector<int64_t>> browserStarts(clockStarts.size());
     std::vector<double> cursorErrors;
-    const std::vector<QJsonArray> pages = withBrowsers ? browsers.report() : std::vector<QJsonArray>{};
+    const std::vector<QJsonArray> pages =
+        withBrowsers ? browsers.report() : std::vector<QJsonArray>{};
     for (const QJsonArray& page : pages) {
         std::vector<int64_t> zero(clockStarts.size(), 0);
         for (const QJsonValue& v : page) {
@@ -464,7 +465,8 @@ int main(int argc, char** argv) {
                 // The tics of this start: shown between its press and 5 s on.
                 if (shown < double(st.pressNs) || shown > double(st.pressNs) + 5e9) continue;
                 if (!zero[k]) zero[k] = int64_t(r[3].toDouble()) + st.announcedMs * 1000000;
-                cursorErrors.push_back(std::abs(shown - (double(st.pressNs) + ms / rate * 1e6)) / 1e6);
+                cursorErrors.push_back(std::abs(shown - (double(st.pressNs) + ms / rate * 1e6)) /
+                                       1e6);
             }
         }
         for (size_t k = 0; k < clockStarts.size(); ++k)
