@@ -345,9 +345,9 @@ int main(int argc, char** argv) {
     s.velmor.Text5.setText(QStringLiteral("1"));
     s.g.SongFile = kSong;
     int64_t announced = 0;
-    s.announceStartAt = [&, told = s.announceStartAt](int64_t at) {
+    s.announceStartAt = [&, told = s.announceStartAt](int64_t at, int64_t zero) {
         announced = at;
-        told(at);
+        told(at, zero);
     };
     net->startListening();
     const int port = net->Winsock1(0).LocalPort();
@@ -369,8 +369,8 @@ int main(int argc, char** argv) {
     mv::web::WebServer web(hub);
     const int webPort = web.start(0);
     hub.refreshSong();
-    // The press's tick, as the map's zero: the play loop moves
-    // PlayStartTick on with every tic.
+    // The play's map zero (the press, or the announced zero): the play
+    // loop moves PlayStartTick on with every tic.
     int64_t pressTick = 0;
     const auto pressed = s.g.MapPlaying.subscribe([&] {
         if (s.g.MapPlaying.get()) pressTick = s.g.PlayStartTick;

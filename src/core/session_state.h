@@ -47,6 +47,10 @@ struct Globals {
     Flag PauseHeld = 0;                     // the loop holds on a tic
     Flag CursorPlaySwitch = 0;              // the panel's "Stop Play" asks the play to end
     Prop<bool> MapPlaying{false};           // a play loop follows the map (count-off excluded)
+    // Set as the count-off of a play with a map begins: the tick its tics
+    // will count from, so that followers who draw the cursor themselves
+    // know the play before it runs.  0 again once the count-off is over.
+    Prop<int64_t> MapZeroAhead{0};
     // The tic whose move the play loop has just made (PlayLoopCount, from 0);
     // -1 while no loop moves the cursor (before its first tic and once it
     // has left, the wait after a play included).
@@ -74,6 +78,10 @@ struct Globals {
     // its music, loaded ahead and held, is let go at it.  0: none.  The
     // play start takes it, whatever becomes of the play.
     int64_t StartAtTick = 0;
+    // The tick the announced play's tics count from, on this computer's
+    // clock: the server's own, so that the cursor keeps to the server's as
+    // the music does.  0: from the moment the start is read.
+    int64_t StartZeroTick = 0;
     Flag OverlayArmed = 0;
     double OverlayTicks = 0;
     // The page-turn pedal's last key and its moment (tick clock): a second
@@ -388,8 +396,9 @@ struct Session {
     std::function<void(const QString& token)> sendSheetToClients;
     // Clock Start on a server: tells the clients that follow the server's
     // clock that the play starting now lets its music go at the tick `at`
-    // of the server's clock; sent just before "&START/".
-    std::function<void(int64_t at)> announceStartAt;
+    // of the server's clock, and that its tics count from the tick `zero`;
+    // sent just before "&START/".
+    std::function<void(int64_t at, int64_t zero)> announceStartAt;
     // Writes "Mellivane.ini" from the setup fields.
     std::function<void()> SaveVelmor;
     // Menu entries and check boxes of the main window whose features are

@@ -47,22 +47,28 @@ QString clockAnswerToken(const QString& askedMs, double serverMs) {
     return QStringLiteral("&CLOCK/") + askedMs + u',' + tickText(serverMs) + u'/';
 }
 
-QString startAtToken(int64_t serverTick) {
-    return QStringLiteral("&PLAYAT/") + QString::number(serverTick) + u'/';
+QString startAtToken(int64_t serverTick, int64_t zeroTick) {
+    return QStringLiteral("&PLAYAT/") + QString::number(serverTick) + u',' +
+           QString::number(zeroTick) + u'/';
 }
 
 ClockTokens takeClockTokens(QString& text) {
     static thread_local const QRegularExpression answer(QStringLiteral("&CLOCK/") + kNumber + u',' +
                                                         kNumber + u'/');
-    static thread_local const QRegularExpression startAt(QStringLiteral("&PLAYAT/(-?\\d{1,16})/"));
+    static thread_local const QRegularExpression startAt(
+        QStringLiteral("&PLAYAT/(-?\\d{1,16})(?:,(-?\\d{1,16}))?/"));
     ClockTokens found;
     if (!text.contains(u'&')) return found;
     for (auto it = answer.globalMatch(text); it.hasNext();) {
         const auto m = it.next();
         found.answers.push_back({m.captured(1).toDouble(), m.captured(2).toDouble()});
     }
-    for (auto it = startAt.globalMatch(text); it.hasNext();)
-        found.startAt = it.next().captured(1).toLongLong();
+    for (auto it = startAt.globalMatch(text); it.hasNext();) {
+        const auto m = it.next();
+        found.startAt = m.captured(1).toLongLong();
+        found.zero = m.hasCaptured(2) ? std::optional<int64_t>(m.captured(2).toLongLong())
+                                      : std::nullopt;
+    }
     text.remove(answer);
     text.remove(startAt);
     return found;
@@ -121,7 +127,7 @@ void Network::answerClockAsks(int index, QByteArrayView bytes) {
     Winsock1(index).SendData(answers); // passed over when it fails, as every send
 }
 
-void Network::announceStartAt(int64_t at) { sendToClients(startAtToken(at)); }
+void Network::announceStartAt(int64_t at, int64_t zero) { sendToClients(startAtToken(at, zero)); }
 
 void Network::learnClock(const ClockTokens& tokens, double readMs) {
     for (const ClockTokens::Answer& a : tokens.answers)
@@ -136,6 +142,12 @@ bool Network::announcedStart(const ClockTokens& tokens, bool plainStartRead) {
     const int64_t now = s_.clock.tickMs();
     if (at > now + kMaxStartAheadMs || at < now - kMaxStartAheadMs) return false;
     s_.g.StartAtTick = at;
+    // Without the map's zero (an earlier server), the tics count from the
+    // moment the start was read, as with the plain start.
+    s_.g.StartZeroTick =
+        tokens.zero && std::abs(*tokens.zero - *tokens.startAt) <= kMaxStartAheadMs
+            ? std::llround(serverClock_.toLocal(double(*tokens.zero)))
+            : 0;
     startFollowsUntil_ = plainStartRead ? 0 : s_.g.StartAtTick + kStartFollowsMs;
     return true;
 }

@@ -51,12 +51,14 @@ Message readMessage(const QString& received);
 // clock now and then ("&CLOCK?/" + its own tick + "/"), the server answers
 // on the same connection ("&CLOCK/" + the client's tick as sent + "," + its
 // own + "/"), and announces each start for an instant of its clock just
-// before its "&START/" ("&PLAYAT/" + tick + "/").  A peer that knows only the
+// before its "&START/" ("&PLAYAT/" + the music's tick + "," + the tick the
+// map's tics count from + "/"; a client of an earlier kind sends the first
+// alone).  A peer that knows only the
 // other tokens finds none of its tokens in these, also in a doubled read, and
 // ignores them; with the box off none of them is ever sent.
 QString clockAskToken(double clientMs);
 QString clockAnswerToken(const QString& askedMs, double serverMs);
-QString startAtToken(int64_t serverTick);
+QString startAtToken(int64_t serverTick, int64_t zeroTick);
 
 // The clock tokens of one read from the server, taken out of it.
 struct ClockTokens {
@@ -65,6 +67,7 @@ struct ClockTokens {
     };
     std::vector<Answer> answers;
     std::optional<int64_t> startAt; // the last start announced, server's tick
+    std::optional<int64_t> zero;    // the map's zero of that start, server's tick
 };
 // Takes every whole clock token out of `text`; what is left is read as
 // without them.  A token cut by the end of a read, or with a payload that
@@ -113,8 +116,8 @@ class Network {
 
     // Clock Start: what this client has learnt of its server's clock.
     const ClockOffset& serverClock() const { return serverClock_; }
-    // On a server: "&PLAYAT/" for `at` (own tick) to every client.
-    void announceStartAt(int64_t at);
+    // On a server: "&PLAYAT/" for `at` and `zero` (own ticks) to every client.
+    void announceStartAt(int64_t at, int64_t zero);
 
   private:
     void load(int i);
@@ -133,7 +136,7 @@ class Network {
     // A client with the box on: the answers of one read, read at `readMs`.
     void learnClock(const ClockTokens& tokens, double readMs);
     // A start announced in the read, for an instant this client can place
-    // on its own clock: StartAtTick is set.  Else false, and the plain
+    // on its own clock: StartAtTick (and StartZeroTick) are set.  Else false, and the plain
     // "&START/" will start the play as without the box.  `plainStartRead`:
     // the plain start came in the same read, so no later one is expected.
     bool announcedStart(const ClockTokens& tokens, bool plainStartRead);

@@ -12,7 +12,7 @@ std::unique_ptr<Network> installSync(Session& s, SocketLayer& layer, StartupHook
     s.sendToClients = [n](const QString& token) { n->sendToClients(token); };
     s.sendSheetToClients = [n](const QString& token) { n->sendSheetToClients(token); };
     s.ConnectIt_Click = [n] { n->ConnectIt_Click(); };
-    s.announceStartAt = [n](int64_t at) { n->announceStartAt(at); };
+    s.announceStartAt = [n](int64_t at, int64_t zero) { n->announceStartAt(at, zero); };
     s.keyed.add(QStringLiteral("ClockStart"), s.velmor.ClockStart);
     s.keyed.add(QStringLiteral("StartLead"), s.velmor.StartLead);
     if (startup) startup->listen = [n] { n->startListening(); };

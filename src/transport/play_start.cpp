@@ -100,8 +100,9 @@ int64_t clockStartInstant(const Session& s) {
     return s.clock.tickMs() + std::llround(std::clamp(ms, 0.0, 600e3)); // as clients accept
 }
 
-// `at`: the announced instant the count-off ends at, or 0.
-void countOff(Session& s, int64_t at) {
+// `at`: the announced instant the count-off ends at, or 0; `zero`: the tick
+// that start's tics count from.
+void countOff(Session& s, int64_t at, int64_t zero) {
     VelmorState& v = s.velmor;
     const bool client = v.IamaServer.get() == 0 && v.Shape1.get();
     const double delay = client ? v.ClientDelay.value() : v.PDFDLY.value();
@@ -112,7 +113,7 @@ void countOff(Session& s, int64_t at) {
     if (serving(s)) {
         // Announced first: a client that follows the clock then leaves the
         // plain start after it alone.
-        if (at) s.announceStartAt(at);
+        if (at) s.announceStartAt(at, zero);
         s.sendToClients(QStringLiteral("&START/"));
     }
     if (s.adobeF2.Visible.get()) s.adobeF2.Text11Visible.set(true);
@@ -144,8 +145,9 @@ void stopByClick(Session& s) {
     if (s.focusMainWindow) s.focusMainWindow();
 }
 
-// `announced`: the instant a server announced for this start, or 0.
-void start(Session& s, int64_t announced) {
+// `announced`: the instant a server announced for this start, or 0, and
+// `announcedZero` the tick its tics count from there, or 0 when not told.
+void start(Session& s, int64_t announced, int64_t announcedZero) {
     VelmorState& v = s.velmor;
     s.g.PlayStartTick = s.clock.tickMs();
     s.g.StopRequested = 0;
@@ -166,10 +168,21 @@ void start(Session& s, int64_t announced) {
     int64_t at = 0;
     if (v.LoadPDF.get() == 1 && v.CNWC.get() != 1)
         at = announced ? announced : counting ? clockStartInstant(s) : 0;
+    // The tics keep to the music as without the box: they count from the
+    // count-off's length before it, or on a client from the server's own
+    // zero, so that its cursor keeps to the server's as its music does.
+    const int64_t zero = !at ? s.g.PlayStartTick
+                         : announced ? (announcedZero ? announcedZero : s.g.PlayStartTick)
+                                     : at - std::llround(v.PDFDLY.value() * 1000);
     const bool held = at && s.player && s.adobeF.Tick.get() != 1;
     if (held) s.player->setURLPaused(s.g.SongFile);
-    if (counting) countOff(s, at);
+    const bool withMap = v.LoadPDF.get() == 1 && v.CNWC.get() != 1 &&
+                         QFileInfo(existingPathIgnoringCase(mapFileName(s.g.SongBase))).isFile();
+    if (withMap) s.g.MapZeroAhead.set(zero);
+    if (counting) countOff(s, at, zero);
     if (at) s.pump.waitUntil(at);
+    s.g.MapZeroAhead.set(0);
+    if (at) s.g.PlayStartTick = zero;
     // The program closed during the waits: nothing may start now.
     if (s.pump.quitting()) return;
     // Held music goes first thing at the instant.  Music that something
@@ -210,6 +223,7 @@ void start(Session& s, int64_t announced) {
 void WindowsMediaPlayer1_MouseDown(Session& s, int button, int, double x, double) {
     // An announced start counts for this press alone, whatever comes of it.
     const int64_t announced = std::exchange(s.g.StartAtTick, 0);
+    const int64_t announcedZero = std::exchange(s.g.StartZeroTick, 0);
     if (button == 2) return;
     try {
         pdfToMp3(s);
@@ -234,7 +248,7 @@ void WindowsMediaPlayer1_MouseDown(Session& s, int button, int, double x, double
         if (x >= 30)
             stopByClick(s);
         else
-            start(s, announced);
+            start(s, announced, announcedZero);
     } catch (const std::exception&) {
         // As the play loop: the operation ends silently where it stands.
         s.files.close(3);

@@ -40,6 +40,7 @@ FollowerHub::FollowerHub(Session& s, PageSizes pageSizes)
     // for an hour: numbers start anywhere, so another run's are not taken.
     song_.serial = int(QRandomGenerator::global()->bounded(1, 500000));
     subs_.push_back(s_.g.MapPlaying.subscribe([this] { onPlaying(); }));
+    subs_.push_back(s_.g.MapZeroAhead.subscribe([this] { onAhead(); }));
     subs_.push_back(s_.g.MapTicMoved.subscribe([this] { onTic(); }));
     subs_.push_back(s_.velmor.Command10.subscribe([this] { onContinue(); }));
     subs_.push_back(s_.velmor.Speed.subscribe([this] { onSpeed(); }));
@@ -226,27 +227,51 @@ double FollowerHub::mapMsOfTic(int tic) const {
 
 void FollowerHub::sendClock() { broadcast(clockMessage(at_, map_, rate_, tic_)); }
 
+void FollowerHub::beginPlay(double zero) {
+    // The setup may have changed since the selection (offsets, zoom,
+    // Tic Offset): the followers get the tics as this play places them.
+    if (placeSongTics()) {
+        song_.page = shownPage();
+        song_.top = shownTop();
+        broadcast(songMessage(song_));
+    }
+    playing_ = true;
+    at_ = zero;
+    map_ = 0;
+    rate_ = rate();
+    tic_ = -1;
+    // The page the play starts on: the tics count their pages from it.
+    toldPage_ = shownPage();
+    toldTop_ = shownTop();
+    pageOffset_ = 0;
+    sendView(toldPage_, toldTop_);
+    sendClock();
+}
+
+void FollowerHub::onAhead() {
+    const int64_t zero = s_.g.MapZeroAhead.get();
+    if (zero && !mapTics_.empty()) beginPlay(double(zero));
+}
+
 void FollowerHub::onPlaying() {
     if (s_.g.MapPlaying.get()) {
-        // The setup may have changed since the selection (offsets, zoom,
-        // Tic Offset): the followers get the tics as this play places them.
+        // The map's zero: the start's moment before any count-off, or the
+        // announced one.  A play told ahead goes on as told, unless the
+        // sheet or the setup moved meanwhile.
+        const double zero = double(s_.g.PlayStartTick);
+        const bool told = playing_ && at_ == zero && map_ == 0 && tic_ == -1 && rate_ == rate();
+        if (!told) return beginPlay(zero);
         if (placeSongTics()) {
             song_.page = shownPage();
             song_.top = shownTop();
             broadcast(songMessage(song_));
+            sendClock();
         }
-        // The map's zero is the start's moment, before any count-off.
-        playing_ = true;
-        at_ = double(s_.g.PlayStartTick);
-        map_ = 0;
-        rate_ = rate();
-        tic_ = -1;
-        // The page the play starts on: the tics count their pages from it.
-        toldPage_ = shownPage();
-        toldTop_ = shownTop();
-        pageOffset_ = 0;
-        sendView(toldPage_, toldTop_);
-        sendClock();
+        if (shownPage() != toldPage_ || shownTop() != toldTop_) {
+            toldPage_ = shownPage();
+            toldTop_ = shownTop();
+            sendView(toldPage_, toldTop_);
+        }
     } else if (playing_) {
         playing_ = false;
         broadcast(stopMessage());

@@ -95,6 +95,11 @@ class FollowerHub {
     double mapMsOfTic(int tic) const;
     void sendClock();
     void onPlaying();
+    // A play with a map is about to run (its count-off began): followers
+    // get its clock now, so that they start with it wherever they are.
+    void onAhead();
+    // The play clock of a play whose tics count from the tick `zero`.
+    void beginPlay(double zero);
     void onTic();
     void onContinue();
     void onSpeed();

@@ -398,25 +398,25 @@ TEST(ClockTokensTest, OnlyWholeClockTokensAreTakenOut) {
     const struct {
         QString read, left;
         size_t answers;
-        std::optional<int64_t> startAt;
+        std::optional<int64_t> startAt, zero = {};
     } cases[] = {
-        {"&CLOCK/12.5,99/&PLAYAT/1300/&START/", "&START/", 1, 1300},
+        {"&CLOCK/12.5,99/&PLAYAT/1300,300/&START/", "&START/", 1, 1300, 300},
         {"&SELECT/Song.mp3&CLOCK/1,2/&CLOCK/3,4/", "&SELECT/Song.mp3", 2, {}},
-        {"&PLAYAT/12/&PLAYAT/-7/", "", 0, -7},
+        {"&PLAYAT/12,2/&PLAYAT/-7/", "", 0, -7}, // an earlier server's: no zero
         // cut by the read, or no number: junk as any other
         {"&PLAYAT/12", "&PLAYAT/12", 0, {}},
-        {"&CLOCK/1,x/&PLAYAT//", "&CLOCK/1,x/&PLAYAT//", 0, {}},
+        {"&CLOCK/1,x/&PLAYAT//&PLAYAT/1,/", "&CLOCK/1,x/&PLAYAT//&PLAYAT/1,/", 0, {}},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.read.toStdString());
         QString text = c.read;
         const ClockTokens t = takeClockTokens(text);
-        EXPECT_EQ(std::tuple(text, t.answers.size(), t.startAt),
-                  std::tuple(c.left, c.answers, c.startAt));
+        EXPECT_EQ(std::tuple(text, t.answers.size(), t.startAt, t.zero),
+                  std::tuple(c.left, c.answers, c.startAt, c.zero));
     }
     // A peer that knows only the other tokens finds nothing in the new ones,
     // also read doubled, and the start after them still starts it.
-    const QString announced = startAtToken(123456) + clockAnswerToken("17.250", 99);
+    const QString announced = startAtToken(123456, 122456) + clockAnswerToken("17.250", 99);
     EXPECT_EQ(readMessage(announced).then, Message::Then::None);
     EXPECT_EQ(readMessage(announced + "&START/").then, Message::Then::Start);
     EXPECT_EQ(clockAsks(clockAskToken(17.25).toLatin1() + "junk&CLOCK?/5/"),
@@ -480,12 +480,14 @@ TEST(ClockStart, ServerAndClientStartOnOneInstantWhateverTheirDelays) {
         int64_t shift; // the client's clock against the server's
         int delay;     // one way, each way
         int startsAfterServer;
+        int ticsAfterServer; // where the client's tics count from
     } cases[] = {
-        {"a client hours behind, 5 ms away", true, true, -7200000, 5, 0},
-        {"a client seconds ahead, 40 ms away", true, true, 3300, 40, 0},
-        // Without the box on both ends: the token and the client's own delay.
-        {"a client with the box off", true, false, 55555, 20, 20 + 500 - 1000},
-        {"a server with the box off", false, true, 55555, 5, 5 + 500 - 1000},
+        {"a client hours behind, 5 ms away", true, true, -7200000, 5, 0, 0},
+        {"a client seconds ahead, 40 ms away", true, true, 3300, 40, 0, 0},
+        // Without the box on both ends: the token and the client's own delay,
+        // and the tics count from the moment the start was read.
+        {"a client with the box off", true, false, 55555, 20, 20 + 500 - 1000, 20},
+        {"a server with the box off", false, true, 55555, 5, 5 + 500 - 1000, 5},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.what);
@@ -515,10 +517,11 @@ TEST(ClockStart, ServerAndClientStartOnOneInstantWhateverTheirDelays) {
         // The count-off is longer than the lead; the client's plain start
         // after an announced one is left alone.
         EXPECT_EQ(std::tuple(server.player.startedAt - pressed,
-                             client.player.startedAt - server.player.startedAt, client.presses),
-                  std::tuple(1000, c.startsAfterServer, 1));
+                             client.player.startedAt - server.player.startedAt, client.presses,
+                             client.c.s.g.PlayStartTick - c.shift - server.c.s.g.PlayStartTick),
+                  std::tuple(1000, c.startsAfterServer, 1, c.ticsAfterServer));
         const QByteArray announced =
-            c.serverBox ? startAtToken(pressed + 1000).toLatin1() : QByteArray();
+            c.serverBox ? startAtToken(pressed + 1000, pressed).toLatin1() : QByteArray();
         EXPECT_EQ(rawReads, QList<QByteArray>{announced + "&START/"});
         // Only a client with the box on asks, and only a server with it on answers.
         EXPECT_EQ(std::tuple(asks > 5, client.c.sync->serverClock().known()),
@@ -532,13 +535,16 @@ TEST(ClockStart, ServerAndClientStartOnOneInstantWhateverTheirDelays) {
 TEST_F(SyncClientTest, AnAnnouncedStartIsTakenOnceAndOnlyWithAKnownClock) {
     constexpr int64_t kAhead = 500000;
     QList<int64_t> starts; // the instant each start was given, 0: a plain one
+    QList<int64_t> leads;  // and how long after its tics' zero, 0: none
     client.s.WindowsMediaPlayer1_MouseDown = [&](int, int, double, double) {
         starts << (client.s.g.StartAtTick ? client.s.g.StartAtTick - clock.tickMs() : 0);
-        client.s.g.StartAtTick = 0;
+        leads << (client.s.g.StartZeroTick ? client.s.g.StartAtTick - client.s.g.StartZeroTick : 0);
+        client.s.g.StartAtTick = client.s.g.StartZeroTick = 0;
     };
     client.s.velmor.ClockStart.set(1);
     const auto announce = [&](int64_t inMs) {
-        return startAtToken(clock.tickMs() + kAhead + inMs).toLatin1();
+        const int64_t at = clock.tickMs() + kAhead + inMs;
+        return startAtToken(at, at - 1000).toLatin1();
     };
     reads({announce(300), "&START/"}); // nothing known yet: the plain start
     bool answering = true;
@@ -558,6 +564,7 @@ TEST_F(SyncClientTest, AnAnnouncedStartIsTakenOnceAndOnlyWithAKnownClock) {
     clock.advanceBy(100);
     EXPECT_EQ(client.sync->serverClock().known(), false);
     EXPECT_EQ(starts, (QList<int64_t>{0, 299, 299, 299, 0}));
+    EXPECT_EQ(leads, (QList<int64_t>{0, 1000, 1000, 1000, 0}));
 }
 
 } // namespace

@@ -22,13 +22,13 @@ listening() { grep -qiE ":$(printf '%04X' "$1") [0-9A-F]+:0000 0A" /proc/net/tcp
 port=$((20000 + RANDOM % 20000))
 while listening $port || listening $((port + 1)); do port=$((port + 2)); done
 
-# A server, its page on the port after its own; no count-off, and the map at
+# A server, its page on the port after its own; a 1 s count-off, and the map at
 # twice its speed (a measure every 1.2 s).
 cat > "$work/setup.txt" <<SCRIPT
 menu Velmor.SS
 type Velmor.PortNr $port
 click Velmor.IamaServer left 5
-type Velmor.PDFDLY 0
+type Velmor.PDFDLY 1
 type Velmor.Text5 .4975
 quit
 SCRIPT
