@@ -171,7 +171,7 @@ void start(Session& s, int64_t announced, int64_t announcedZero) {
     // The tics keep to the music as without the box: they count from the
     // count-off's length before it, or on a client from the server's own
     // zero, so that its cursor keeps to the server's as its music does.
-    const int64_t zero = !at ? s.g.PlayStartTick
+    const int64_t zero = !at         ? s.g.PlayStartTick
                          : announced ? (announcedZero ? announcedZero : s.g.PlayStartTick)
                                      : at - std::llround(v.PDFDLY.value() * 1000);
     const bool held = at && s.player && s.adobeF.Tick.get() != 1;
