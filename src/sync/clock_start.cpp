@@ -66,8 +66,8 @@ ClockTokens takeClockTokens(QString& text) {
     for (auto it = startAt.globalMatch(text); it.hasNext();) {
         const auto m = it.next();
         found.startAt = m.captured(1).toLongLong();
-        found.zero = m.hasCaptured(2) ? std::optional<int64_t>(m.captured(2).toLongLong())
-                                      : std::nullopt;
+        found.zero =
+            m.hasCaptured(2) ? std::optional<int64_t>(m.captured(2).toLongLong()) : std::nullopt;
     }
     text.remove(answer);
     text.remove(startAt);
@@ -144,10 +144,9 @@ bool Network::announcedStart(const ClockTokens& tokens, bool plainStartRead) {
     s_.g.StartAtTick = at;
     // Without the map's zero (an earlier server), the tics count from the
     // moment the start was read, as with the plain start.
-    s_.g.StartZeroTick =
-        tokens.zero && std::abs(*tokens.zero - *tokens.startAt) <= kMaxStartAheadMs
-            ? std::llround(serverClock_.toLocal(double(*tokens.zero)))
-            : 0;
+    s_.g.StartZeroTick = tokens.zero && std::abs(*tokens.zero - *tokens.startAt) <= kMaxStartAheadMs
+                             ? std::llround(serverClock_.toLocal(double(*tokens.zero)))
+                             : 0;
     startFollowsUntil_ = plainStartRead ? 0 : s_.g.StartAtTick + kStartFollowsMs;
     return true;
 }
