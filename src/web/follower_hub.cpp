@@ -62,8 +62,10 @@ FollowerHub::Follower* FollowerHub::find(FollowerLink* link) {
 
 bool FollowerHub::join(FollowerLink* link) {
     if (followers() >= kMaxFollowers) {
+        // Refused with a close that lets the message leave first: a page
+        // whose connection simply broke would keep trying again.
         link->sendText(fullMessage());
-        link->closeLink();
+        link->refuse(fullText());
         return false;
     }
     followers_.push_back({link});
@@ -88,6 +90,13 @@ void FollowerHub::drop(FollowerLink* link) {
 bool FollowerHub::pinAccepted(const QString& pin) const {
     const QString want = s_.velmor.WebPin.text().trimmed();
     return want.isEmpty() || pin.trimmed() == want;
+}
+
+bool FollowerHub::imageKeyAccepted(const QString& key) const {
+    if (s_.velmor.WebPin.text().trimmed().isEmpty()) return true;
+    if (key.isEmpty()) return false;
+    return std::any_of(followers_.begin(), followers_.end(),
+                       [&key](const Follower& f) { return f.admitted && f.key == key; });
 }
 
 void FollowerHub::send(FollowerLink* link, const QByteArray& text) {
@@ -124,10 +133,25 @@ void FollowerHub::receive(FollowerLink* link, const QByteArray& text) {
     }
 }
 
+namespace {
+
+// 128 random bits from the system's source, as 32 hex digits.
+QString newImageKey() {
+    quint32 words[4];
+    QRandomGenerator::system()->fillRange(words);
+    return QString::fromLatin1(
+        QByteArray(reinterpret_cast<const char*>(words), sizeof words).toHex());
+}
+
+} // namespace
+
 void FollowerHub::admit(Follower& f) {
     f.admitted = true;
+    // A key of its own, also with no PIN set: it stays good when a PIN is
+    // set later, and it goes with the follower.
+    f.key = newImageKey();
     FollowerLink* link = f.link;
-    send(link, welcomeMessage(followers()));
+    send(link, welcomeMessage(followers(), f.key));
     if (!find(link)) return;
     SongInfo now = song_;
     now.page = shownPage();

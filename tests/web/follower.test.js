@@ -82,7 +82,7 @@ async function serverUp() {
     await waitFor(page, () => {
       const img = document.getElementById('page');
       return document.body.dataset.page === '1' && img.complete && img.naturalWidth === 800 &&
-        /\/sheet\/\d+\/1\/1\/800\.png$/.test(img.getAttribute('src'));
+        /\/sheet\/\d+\/1\/1\/800\.png\?key=[0-9a-f]{32}$/.test(img.getAttribute('src'));
     }, 20000, 'page 1 shows, rendered 800 pixels wide for an 800-pixel device');
     check(true, 'the page loads and shows page 1 of the song');
 
