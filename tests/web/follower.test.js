@@ -61,6 +61,26 @@ async function serverUp() {
     args: ['--no-sandbox', '--disable-gpu', '--no-first-run', '--disable-dev-shm-usage'],
   });
   try {
+    // The 65th follower's page, its stream closed as the full server closes
+    // it (the server's side is tested on real sockets): it shows the reason
+    // and does not knock again.
+    const full = await browser.newPage();
+    await full.evaluateOnNewDocument(() => {
+      window.opened = 0;
+      window.WebSocket = class {
+        constructor() {
+          window.opened++;
+          setTimeout(() => this.onclose({ code: 1008, reason: 'Full.' }), 50);
+        }
+        send() {}
+      };
+    });
+    await full.goto(url, { waitUntil: 'load' });
+    await sleep(2600); // a page that retries does so after 2 s
+    const refused = await full.evaluate(() => [window.opened, document.getElementById('message').textContent]);
+    check(refused[0] === 1 && refused[1] === 'Full.', `a full server's page shows why and stays (${refused})`);
+    await full.close();
+
     const page = await browser.newPage();
     await page.setViewport({ width: 800, height: 1000 });
     await page.goto(url, { waitUntil: 'load' });
