@@ -92,6 +92,19 @@ bool FollowerHub::pinAccepted(const QString& pin) const {
     return want.isEmpty() || pin.trimmed() == want;
 }
 
+bool FollowerHub::tryPin(const QString& pin) {
+    if (s_.velmor.WebPin.text().trimmed().isEmpty()) return true;
+    const int64_t now = s_.clock.tickMs();
+    while (!wrongPinTicks_.empty() && now - wrongPinTicks_.front() >= kWrongPinWindowMs)
+        wrongPinTicks_.pop_front();
+    // Past the limit no PIN is looked at, the right one neither: an answer
+    // would tell the guesser which one it was.
+    if (int(wrongPinTicks_.size()) >= kMaxWrongPins) return false;
+    if (pinAccepted(pin)) return true;
+    wrongPinTicks_.push_back(now);
+    return false;
+}
+
 bool FollowerHub::imageKeyAccepted(const QString& key) const {
     if (s_.velmor.WebPin.text().trimmed().isEmpty()) return true;
     if (key.isEmpty()) return false;
@@ -119,8 +132,8 @@ void FollowerHub::receive(FollowerLink* link, const QByteArray& text) {
     case ClientMessage::Kind::Hello:
         f->part = m.part;
         if (f->admitted) return;
-        if (!pinAccepted(m.pin)) {
-            // An empty PIN is the page asking whether one is needed.
+        // An empty PIN is the page asking whether one is needed.
+        if (m.pin.isEmpty() ? !pinAccepted(m.pin) : !tryPin(m.pin)) {
             if (!m.pin.isEmpty() && ++f->wrongPins >= 3) return drop(link);
             return send(link, pinMessage(!m.pin.isEmpty()));
         }

@@ -7,7 +7,8 @@
 //
 // Safety on a stage network: at most kMaxFollowers connections (the next is
 // told why and closed); with a PIN set, a follower hears nothing until it has
-// given it (three wrong tries close it), and the page images open only to
+// given it (three wrong tries close it; all the devices together get
+// kMaxWrongPins tries a minute), and the page images open only to
 // the key an admitted follower was given, never to the PIN; every follower
 // has a bounded send queue, and one whose queue is full (a stalled or
 // vanished device) is dropped, so it never holds up the program or the
@@ -20,6 +21,8 @@
 #include <QByteArray>
 #include <QSizeF>
 #include <QString>
+#include <cstdint>
+#include <deque>
 #include <functional>
 #include <memory>
 #include <vector>
@@ -61,6 +64,11 @@ class FollowerHub {
     // The browser's play clock is set anew when the loop's tic is this far
     // from where the clock said it would be.
     static constexpr double kDriftMs = 4;
+    // Wrong PINs from all devices together within this time that stop any
+    // PIN being looked at until the oldest of them is that old: a 4-digit
+    // PIN then takes hours to find, however many connections try.
+    static constexpr int kMaxWrongPins = 10;
+    static constexpr int64_t kWrongPinWindowMs = 60'000;
 
     FollowerHub(Session& s, PageSizes pageSizes);
     ~FollowerHub();
@@ -98,6 +106,8 @@ class FollowerHub {
     };
     Follower* find(FollowerLink* link);
     void admit(Follower& f);
+    // Whether a PIN given opens the stream, under the limit of wrong tries.
+    bool tryPin(const QString& pin);
     void send(FollowerLink* link, const QByteArray& text);
     void broadcast(const QByteArray& text);
     void drop(FollowerLink* link);
@@ -127,6 +137,7 @@ class FollowerHub {
     Session& s_;
     PageSizes pageSizes_;
     std::vector<Follower> followers_;
+    std::deque<int64_t> wrongPinTicks_; // the last wrong PINs' times, at most kMaxWrongPins
     SongInfo song_;
     std::vector<MapTic> mapTics_;
     QString sheet1_, sheet2_;

@@ -116,6 +116,25 @@ TEST(WebHub, TheSixtyFifthIsToldWhyAndAPinIsAskedFirst) {
     EXPECT_TRUE(t.hub.imageKeyAccepted(QString()));
 }
 
+TEST(WebHub, WrongPinsFromAllDevicesAreLimitedTogether) {
+    HubStage t;
+    t.s.velmor.WebPin.setText(QStringLiteral("4711"));
+    auto hello = [&t](const char* pin) {
+        t.links.push_back(std::make_unique<Link>());
+        Link& l = *t.links.back();
+        t.hub.join(&l);
+        t.hub.receive(&l, QByteArray(R"({"type":"hello","pin":")") + pin + "\"}");
+        return l.types().value(0);
+    };
+    // Fresh connections each time: the limit is not per connection.
+    for (int i = 0; i < FollowerHub::kMaxWrongPins; ++i)
+        ASSERT_EQ(hello("1234"), QStringLiteral("pin"));
+    t.clock.advanceBy(FollowerHub::kWrongPinWindowMs - 1);
+    EXPECT_EQ(hello("4711"), QStringLiteral("pin")); // not even the right one
+    t.clock.advanceBy(1);
+    EXPECT_EQ(hello("4711"), QStringLiteral("welcome"));
+}
+
 TEST(WebHub, AFollowerThatStopsReadingIsDroppedAndTheOthersGoOn) {
     HubStage t;
     Link& stalled = t.follower();
