@@ -63,8 +63,10 @@ FollowerHub::Follower* FollowerHub::find(FollowerLink* link) {
 
 bool FollowerHub::join(FollowerLink* link) {
     if (followers() >= kMaxFollowers) {
+        // Refused with a close that lets the message leave first: a page
+        // whose connection simply broke would keep trying again.
         link->sendText(fullMessage());
-        link->closeLink();
+        link->refuse(fullText());
         return false;
     }
     followers_.push_back({link});
@@ -91,6 +93,26 @@ bool FollowerHub::pinAccepted(const QString& pin) const {
     return want.isEmpty() || pin.trimmed() == want;
 }
 
+bool FollowerHub::tryPin(const QString& pin) {
+    if (s_.velmor.WebPin.text().trimmed().isEmpty()) return true;
+    const int64_t now = s_.clock.tickMs();
+    while (!wrongPinTicks_.empty() && now - wrongPinTicks_.front() >= kWrongPinWindowMs)
+        wrongPinTicks_.pop_front();
+    // Past the limit no PIN is looked at, the right one neither: an answer
+    // would tell the guesser which one it was.
+    if (int(wrongPinTicks_.size()) >= kMaxWrongPins) return false;
+    if (pinAccepted(pin)) return true;
+    wrongPinTicks_.push_back(now);
+    return false;
+}
+
+bool FollowerHub::imageKeyAccepted(const QString& key) const {
+    if (s_.velmor.WebPin.text().trimmed().isEmpty()) return true;
+    if (key.isEmpty()) return false;
+    return std::any_of(followers_.begin(), followers_.end(),
+                       [&key](const Follower& f) { return f.admitted && f.key == key; });
+}
+
 void FollowerHub::send(FollowerLink* link, const QByteArray& text) {
     // A device that has stopped reading is dropped, never waited for.
     if (link->queuedBytes() + text.size() > kMaxQueuedBytes) return drop(link);
@@ -111,8 +133,8 @@ void FollowerHub::receive(FollowerLink* link, const QByteArray& text) {
     case ClientMessage::Kind::Hello:
         f->part = m.part;
         if (f->admitted) return;
-        if (!pinAccepted(m.pin)) {
-            // An empty PIN is the page asking whether one is needed.
+        // An empty PIN is the page asking whether one is needed.
+        if (m.pin.isEmpty() ? !pinAccepted(m.pin) : !tryPin(m.pin)) {
             if (!m.pin.isEmpty() && ++f->wrongPins >= 3) return drop(link);
             return send(link, pinMessage(!m.pin.isEmpty()));
         }
@@ -125,10 +147,25 @@ void FollowerHub::receive(FollowerLink* link, const QByteArray& text) {
     }
 }
 
+namespace {
+
+// 128 random bits from the system's source, as 32 hex digits.
+QString newImageKey() {
+    quint32 words[4];
+    QRandomGenerator::system()->fillRange(words);
+    return QString::fromLatin1(
+        QByteArray(reinterpret_cast<const char*>(words), sizeof words).toHex());
+}
+
+} // namespace
+
 void FollowerHub::admit(Follower& f) {
     f.admitted = true;
+    // A key of its own, also with no PIN set: it stays good when a PIN is
+    // set later, and it goes with the follower.
+    f.key = newImageKey();
     FollowerLink* link = f.link;
-    send(link, welcomeMessage(followers()));
+    send(link, welcomeMessage(followers(), f.key));
     if (!find(link)) return;
     SongInfo now = song_;
     now.page = shownPage();

@@ -7,9 +7,12 @@
 //
 // Safety on a stage network: at most kMaxFollowers connections (the next is
 // told why and closed); with a PIN set, a follower hears nothing until it has
-// given it (three wrong tries close it); every follower has a bounded send
-// queue, and one whose queue is full (a stalled or vanished device) is
-// dropped, so it never holds up the program or the others.  A dropped page
+// given it (three wrong tries close it; all the devices together get
+// kMaxWrongPins tries a minute), and the page images open only to
+// the key an admitted follower was given, never to the PIN; every follower
+// has a bounded send queue, and one whose queue is full (a stalled or
+// vanished device) is dropped, so it never holds up the program or the
+// others.  A dropped page
 // reconnects by itself and starts afresh from the song message.
 
 #include "core/observable.h"
@@ -18,6 +21,8 @@
 #include <QByteArray>
 #include <QSizeF>
 #include <QString>
+#include <cstdint>
+#include <deque>
 #include <functional>
 #include <memory>
 #include <vector>
@@ -37,9 +42,14 @@ class FollowerLink {
     virtual void sendText(const QByteArray& text) = 0;
     // Bytes queued and not yet taken by the connection.
     virtual qint64 queuedBytes() const = 0;
-    // Closes the connection.  The hub has forgotten the link by then; the
-    // link may be destroyed later (not inside this call).
+    // Closes the connection at once, dropping what is queued.  The hub has
+    // forgotten the link by then; the link may be destroyed later (not
+    // inside this call).
     virtual void closeLink() = 0;
+    // Sends what is queued, then closes the connection with the close code
+    // kCloseCodeFull and `reason` (at most 123 bytes).  The hub never knew
+    // the link; it destroys itself once closed (not inside this call).
+    virtual void refuse(const QString& reason) = 0;
 };
 
 // The page sizes of a PDF in points; empty when it cannot be read.
@@ -54,13 +64,18 @@ class FollowerHub {
     // The browser's play clock is set anew when the loop's tic is this far
     // from where the clock said it would be.
     static constexpr double kDriftMs = 4;
+    // Wrong PINs from all devices together within this time that stop any
+    // PIN being looked at until the oldest of them is that old: a 4-digit
+    // PIN then takes hours to find, however many connections try.
+    static constexpr int kMaxWrongPins = 10;
+    static constexpr int64_t kWrongPinWindowMs = 60'000;
 
     FollowerHub(Session& s, PageSizes pageSizes);
     ~FollowerHub();
     FollowerHub(const FollowerHub&) = delete;
     FollowerHub& operator=(const FollowerHub&) = delete;
 
-    // A new connection.  The 65th is sent the "full" message and closed:
+    // A new connection.  The 65th is sent the "full" message and refused:
     // false.
     bool join(FollowerLink* link);
     // The connection has gone (or was closed); unknown links are ignored.
@@ -71,6 +86,9 @@ class FollowerHub {
     int followers() const { return int(followers_.size()); }
     // Whether `pin` opens the stream and the images (always, with no PIN set).
     bool pinAccepted(const QString& pin) const;
+    // Whether `key` opens the page images: the key of a follower admitted
+    // and still connected; any key (even none) with no PIN set.
+    bool imageKeyAccepted(const QString& key) const;
     // The current song as the followers have it, and its sheets' files.
     const SongInfo& song() const { return song_; }
     QString sheetPath(int part) const { return part == 2 ? sheet2_ : sheet1_; }
@@ -84,9 +102,12 @@ class FollowerHub {
         bool admitted = false;
         int part = 1;
         int wrongPins = 0;
+        QString key = {}; // given on admission, for the page images
     };
     Follower* find(FollowerLink* link);
     void admit(Follower& f);
+    // Whether a PIN given opens the stream, under the limit of wrong tries.
+    bool tryPin(const QString& pin);
     void send(FollowerLink* link, const QByteArray& text);
     void broadcast(const QByteArray& text);
     void drop(FollowerLink* link);
@@ -121,6 +142,7 @@ class FollowerHub {
     Session& s_;
     PageSizes pageSizes_;
     std::vector<Follower> followers_;
+    std::deque<int64_t> wrongPinTicks_; // the last wrong PINs' times, at most kMaxWrongPins
     SongInfo song_;
     std::vector<MapTic> mapTics_;
     QString sheet1_, sheet2_;

@@ -177,16 +177,15 @@ QByteArray pongMessage(double clientStamp, double serverMs) {
     return json({{"type", "pong"}, {"c", clientStamp}, {"s", serverMs}});
 }
 
-QByteArray welcomeMessage(int followers) {
-    return json({{"type", "welcome"}, {"followers", followers}});
+QByteArray welcomeMessage(int followers, const QString& key) {
+    return json({{"type", "welcome"}, {"followers", followers}, {"key", key}});
 }
 
 QByteArray pinMessage(bool wrong) { return json({{"type", "pin"}, {"wrong", wrong}}); }
 
 QString fullText() {
-    return QStringLiteral("This band already has 64 followers, the most the server takes. Ask "
-                          "someone to close the page on a device they no longer need, then "
-                          "reload.");
+    return QStringLiteral("This band already has 64 followers, the most the server takes. "
+                          "Close the page on a device no longer needed, then reload.");
 }
 
 QByteArray fullMessage() { return json({{"type", "full"}, {"text", fullText()}}); }
@@ -231,7 +230,7 @@ Route routeOf(const QString& path, const QString& query) {
                   page = smallNumber(parts[2]), width = smallNumber(parts[3]);
         if (serial < 0 || (part != 1 && part != 2) || page < 1 || width < 1) return r;
         r = {Route::Kind::Image, serial, part, page, width, {}};
-        r.pin = QUrlQuery(query).queryItemValue(QStringLiteral("pin")).left(32);
+        r.key = QUrlQuery(query).queryItemValue(QStringLiteral("key")).left(64);
     }
     return r;
 }

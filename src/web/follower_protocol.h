@@ -85,11 +85,17 @@ QByteArray speedMessage(double speed);
 // The music fades out over `seconds`; the play stops with it.
 QByteArray fadeMessage(double seconds);
 QByteArray pongMessage(double clientStamp, double serverMs);
-QByteArray welcomeMessage(int followers);
+// The follower is in; `key` opens the page images (their "?key=").
+QByteArray welcomeMessage(int followers, const QString& key);
 QByteArray pinMessage(bool wrong);
 QByteArray fullMessage();
-// The text the 65th follower reads.
+// The text the 65th follower reads, in the "full" message and as the reason
+// of the close that follows it (a close reason holds at most 123 bytes).
 QString fullText();
+// The close code the 65th follower's stream ends with ("policy violated";
+// Qt's own client refuses "try again later"); the page takes it as "do not
+// reconnect by yourself".
+constexpr int kCloseCodeFull = 1008;
 
 // What a browser sent.  Anything else, or more than kMaxClientMessage
 // bytes, is Unknown and ignored.
@@ -108,7 +114,7 @@ ClientMessage readClientMessage(const QByteArray& text);
 struct Route {
     enum class Kind { NotFound, Page, Script, Style, Image, Stream } kind = Kind::NotFound;
     int serial = 0, part = 1, page = 1, width = 0; // Image: /sheet/SERIAL/PART/PAGE/WIDTH.png
-    QString pin;                                   // ?pin=, for images
+    QString key;                                   // ?key=, for images
 };
 Route routeOf(const QString& path, const QString& query);
 

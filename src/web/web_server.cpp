@@ -9,6 +9,7 @@
 #include <QPdfDocument>
 #include <QTcpServer>
 #include <QTcpSocket>
+#include <QTimer>
 #include <QWebSocket>
 #include <algorithm>
 
@@ -76,9 +77,13 @@ std::vector<QSizeF> pdfPageSizes(const QString& path) {
 namespace {
 
 // A follower's WebSocket: the hub's link.  What is queued is counted from
-// the messages sent and the bytes the socket reports written.
+// the messages sent and the bytes the socket reports written.  The link
+// destroys itself (and its socket) once the socket has disconnected.
 class SocketLink final : public QObject, public FollowerLink {
   public:
+    // How long a refused device has to answer the close before it is cut.
+    static constexpr int kCloseWaitMs = 5000;
+
     SocketLink(FollowerHub& hub, std::unique_ptr<QWebSocket> socket, QObject* server)
         : QObject(server), hub_(hub), socket_(std::move(socket)) {
         socket_->setMaxAllowedIncomingMessageSize(kMaxClientMessage);
@@ -86,8 +91,9 @@ class SocketLink final : public QObject, public FollowerLink {
         socket_->setReadBufferSize(16 * 1024);
         connect(socket_.get(), &QWebSocket::bytesWritten, this,
                 [this](qint64 n) { queued_ = std::max<qint64>(0, queued_ - n); });
-        connect(socket_.get(), &QWebSocket::textMessageReceived, this,
-                [this](const QString& text) { hub_.receive(this, text.toUtf8()); });
+        connect(socket_.get(), &QWebSocket::textMessageReceived, this, [this](const QString& text) {
+            if (!left_) hub_.receive(this, text.toUtf8());
+        });
         connect(socket_.get(), &QWebSocket::disconnected, this, [this] { gone(); });
     }
     void sendText(const QByteArray& text) override {
@@ -97,30 +103,51 @@ class SocketLink final : public QObject, public FollowerLink {
     ~SocketLink() override {
         // Going with the server: the hub forgets it, and no signal of the
         // socket reaches it any more.
-        closing_ = true;
         socket_->disconnect(this);
-        hub_.leave(this);
+        if (!left_) hub_.leave(this);
     }
     qint64 queuedBytes() const override { return queued_; }
     void closeLink() override {
-        // Called from inside the hub: the socket goes once the stack is clear.
-        closing_ = true;
+        // A stalled device is cut at once: a close handshake would wait on
+        // the very queue it has stopped reading.  Called from inside the
+        // hub: the socket goes once the stack is clear.
+        left_ = true;
+        deleting_ = true;
         socket_->abort();
         deleteLater();
+    }
+    void refuse(const QString& reason) override {
+        // The close frame follows the queued messages out; the device's
+        // answer (or the wait running out) ends the connection.
+        left_ = true;
+        socket_->close(QWebSocketProtocol::CloseCode(kCloseCodeFull), reason);
+        QTimer::singleShot(kCloseWaitMs, this, [this] {
+            socket_->abort();
+            gone(); // also when the socket had gone before the close
+        });
     }
 
   private:
     void gone() {
-        if (closing_) return;
-        closing_ = true;
-        hub_.leave(this);
+        if (deleting_) return;
+        deleting_ = true;
+        if (!left_) hub_.leave(this);
+        left_ = true;
         deleteLater();
     }
     FollowerHub& hub_;
     std::unique_ptr<QWebSocket> socket_;
     qint64 queued_ = 0;
-    bool closing_ = false;
+    bool left_ = false;     // the hub has forgotten the link (or never knew it)
+    bool deleting_ = false; // destruction is queued
 };
+
+// Every request the server does not answer gets this same 404: a wrong key,
+// song, part, page or width cannot be told from a path that never existed.
+void notFound(QHttpServerResponder& responder) {
+    responder.write(QByteArray("Not found\n"), {{"Content-Type", "text/plain"}},
+                    QHttpServerResponder::StatusCode::NotFound);
+}
 
 struct StaticFile {
     const char* resource;
@@ -187,8 +214,7 @@ bool WebServer::handleRequest(const QHttpServerRequest& request, QTcpSocket* soc
                    .compare("websocket", Qt::CaseInsensitive) == 0;
     QHttpServerResponder responder = makeResponder(request, socket);
     if (request.method() != QHttpServerRequest::Method::Get || r.kind == Route::Kind::NotFound) {
-        responder.write(QByteArray("Not found\n"), {{"Content-Type", "text/plain"}},
-                        Status::NotFound);
+        notFound(responder);
         return true;
     }
     if (r.kind == Route::Kind::Image) {
@@ -208,16 +234,18 @@ bool WebServer::handleRequest(const QHttpServerRequest& request, QTcpSocket* soc
 }
 
 void WebServer::missingHandler(const QHttpServerRequest& request, QTcpSocket* socket) {
-    makeResponder(request, socket).write(Status::NotFound);
+    QHttpServerResponder responder = makeResponder(request, socket);
+    notFound(responder);
 }
 
 void WebServer::answerImage(const Route& r, const QHttpServerRequest& request, QTcpSocket* socket) {
     auto responder = std::make_shared<QHttpServerResponder>(makeResponder(request, socket));
     const SongInfo& song = hub_.song();
     const std::vector<QSizeF>& pages = r.part == 2 ? song.pages2 : song.pages;
-    if (!hub_.pinAccepted(r.pin)) return responder->write(Status::Forbidden);
-    if (r.serial != song.serial || r.page > int(pages.size()))
-        return responder->write(Status::NotFound);
+    // The key is asked for, never the PIN: a PIN in an address could be
+    // tried out at the speed of the network.
+    if (!hub_.imageKeyAccepted(r.key) || r.serial != song.serial || r.page > int(pages.size()))
+        return notFound(*responder);
     const int width = imageWidthFor(r.width);
     const QString key =
         QStringLiteral("%1/%2/%3/%4").arg(r.serial).arg(r.part).arg(r.page).arg(width);
@@ -244,7 +272,7 @@ void WebServer::rendered(const QString& key, const QByteArray& png) {
     for (const Waiting& one : w) {
         if (!one.socket) continue; // the device went away meanwhile
         if (png.isEmpty())
-            one.responder->write(Status::NotFound);
+            notFound(*one.responder);
         else
             one.responder->write(
                 png, {{"Content-Type", "image/png"}, {"Cache-Control", "max-age=3600"}});

@@ -18,7 +18,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         // Only /sheet/N/N/N/N.png with digits: nothing that could name a file.
         if (!path.startsWith(QLatin1String("/sheet/")) || path.contains(QLatin1String("..")) ||
             path.contains(u'%') || (r.part != 1 && r.part != 2) || r.page < 1 || r.width < 1 ||
-            r.pin.size() > 32)
+            r.key.size() > 64)
             __builtin_trap();
         const int w = mv::web::imageWidthFor(r.width);
         if (w < 200 || w > 2400) __builtin_trap();

@@ -16,6 +16,7 @@ struct Link : mv::web::FollowerLink {
     }
     qint64 queuedBytes() const override { return queued; }
     void closeLink() override {}
+    void refuse(const QString&) override {}
 };
 
 } // namespace

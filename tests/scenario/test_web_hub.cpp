@@ -10,6 +10,7 @@
 #include <QFile>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QRegularExpression>
 #include <QTemporaryDir>
 #include <gtest/gtest.h>
 
@@ -21,12 +22,14 @@ namespace {
 struct Link : FollowerLink {
     std::vector<QJsonObject> got;
     qint64 queued = 0;
-    bool closed = false;
+    bool closed = false; // cut at once
+    QString refused;     // the close's reason, when closed politely
     void sendText(const QByteArray& text) override {
         got.push_back(QJsonDocument::fromJson(text).object());
     }
     qint64 queuedBytes() const override { return queued; }
     void closeLink() override { closed = true; }
+    void refuse(const QString& reason) override { refused = reason; }
     QStringList types() const {
         QStringList t;
         for (const QJsonObject& o : got)
@@ -72,7 +75,10 @@ TEST(WebHub, TheSixtyFifthIsToldWhyAndAPinIsAskedFirst) {
     }
     Link extra;
     EXPECT_FALSE(t.hub.join(&extra));
-    EXPECT_TRUE(extra.closed);
+    // Refused with the text as the close's reason, after the message.
+    EXPECT_FALSE(extra.closed);
+    EXPECT_EQ(extra.refused, fullText());
+    EXPECT_LE(fullText().toUtf8().size(), 123);
     EXPECT_EQ(extra.types(), QStringList{QStringLiteral("full")});
     EXPECT_EQ(extra.last().value(QLatin1String("text")).toString(), fullText());
     EXPECT_EQ(t.s.velmor.WebFollowers.get(), 64);
@@ -91,6 +97,42 @@ TEST(WebHub, TheSixtyFifthIsToldWhyAndAPinIsAskedFirst) {
     EXPECT_EQ(links[1]->types(), (QStringList{QStringLiteral("welcome"), QStringLiteral("song")}));
     EXPECT_TRUE(t.hub.pinAccepted(QStringLiteral("4711")));
     EXPECT_FALSE(t.hub.pinAccepted(QString()));
+
+    // The images open to the key of an admitted follower, never to the PIN,
+    // and only while that follower is connected.
+    const QString key = links[1]->got[0].value(QLatin1String("key")).toString();
+    t.hub.receive(links[2].get(), R"({"type":"hello","pin":"4711"})");
+    const QString other = links[2]->got[0].value(QLatin1String("key")).toString();
+    EXPECT_TRUE(QRegularExpression(QStringLiteral("^[0-9a-f]{32}$")).match(key).hasMatch())
+        << key.toStdString();
+    EXPECT_NE(key, other);
+    for (const QString& wrong : {QString(), QStringLiteral("4711"), key.left(31), key + u'0'})
+        EXPECT_FALSE(t.hub.imageKeyAccepted(wrong)) << wrong.toStdString();
+    EXPECT_TRUE(t.hub.imageKeyAccepted(key));
+    t.hub.leave(links[1].get());
+    EXPECT_FALSE(t.hub.imageKeyAccepted(key));
+    EXPECT_TRUE(t.hub.imageKeyAccepted(other));
+    t.s.velmor.WebPin.setText(QString()); // no PIN: the images are open to all
+    EXPECT_TRUE(t.hub.imageKeyAccepted(QString()));
+}
+
+TEST(WebHub, WrongPinsFromAllDevicesAreLimitedTogether) {
+    HubStage t;
+    t.s.velmor.WebPin.setText(QStringLiteral("4711"));
+    auto hello = [&t](const char* pin) {
+        t.links.push_back(std::make_unique<Link>());
+        Link& l = *t.links.back();
+        t.hub.join(&l);
+        t.hub.receive(&l, QByteArray(R"({"type":"hello","pin":")") + pin + "\"}");
+        return l.types().value(0);
+    };
+    // Fresh connections each time: the limit is not per connection.
+    for (int i = 0; i < FollowerHub::kMaxWrongPins; ++i)
+        ASSERT_EQ(hello("1234"), QStringLiteral("pin"));
+    t.clock.advanceBy(FollowerHub::kWrongPinWindowMs - 1);
+    EXPECT_EQ(hello("4711"), QStringLiteral("pin")); // not even the right one
+    t.clock.advanceBy(1);
+    EXPECT_EQ(hello("4711"), QStringLiteral("welcome"));
 }
 
 TEST(WebHub, AFollowerThatStopsReadingIsDroppedAndTheOthersGoOn) {

@@ -1,8 +1,11 @@
 // The web followers' pure parts: the paths the server answers (and the ones
 // it must not), the map read as the play loop reads it, tics placed on the
-// page, and the browser's messages.
+// page, the browser's messages, and the address shown for the followers.
 #include "web/follower_protocol.h"
+#include "web/web_install.h"
 
+#include <QImage>
+#include <QRegularExpression>
 #include <gtest/gtest.h>
 
 using namespace mv::web;
@@ -19,7 +22,7 @@ TEST(WebPaths, OnlyTheNamedResourcesAreServed) {
         {"/follower.js", "", Route::Kind::Script},
         {"/follower.css", "", Route::Kind::Style},
         {"/stream", "", Route::Kind::Stream},
-        {"/sheet/3/2/4/800.png", "pin=1234", Route::Kind::Image},
+        {"/sheet/3/2/4/800.png", "key=12ab", Route::Kind::Image},
         // traversal and look-alikes
         {"/../etc/passwd", "", Route::Kind::NotFound},
         {"/sheet/3/1/1/../../../etc/passwd.png", "", Route::Kind::NotFound},
@@ -40,12 +43,13 @@ TEST(WebPaths, OnlyTheNamedResourcesAreServed) {
     for (const Case& c : cases)
         EXPECT_EQ(routeOf(QString::fromLatin1(c.path), QString::fromLatin1(c.query)).kind, c.kind)
             << c.path;
-    const Route r = routeOf(QStringLiteral("/sheet/3/2/4/800.png"), QStringLiteral("pin=12%2034"));
+    const Route r =
+        routeOf(QStringLiteral("/sheet/3/2/4/800.png"), QStringLiteral("pin=1234&key=ab%20cd"));
     EXPECT_EQ(r.serial, 3);
     EXPECT_EQ(r.part, 2);
     EXPECT_EQ(r.page, 4);
     EXPECT_EQ(r.width, 800);
-    EXPECT_EQ(r.pin, QStringLiteral("12 34"));
+    EXPECT_EQ(r.key, QStringLiteral("ab cd"));
 }
 
 TEST(WebPaths, ImageWidthsAreFewAndBounded) {
@@ -142,4 +146,30 @@ TEST(WebMessages, BrowserMessagesAreReadStrictly) {
     // A long message is not even parsed.
     const QByteArray big = R"({"type":"ping","c":1,"pad":")" + QByteArray(2000, 'x') + R"("})";
     EXPECT_EQ(readClientMessage(big).kind, ClientMessage::Kind::Unknown);
+}
+
+TEST(WebAddress, PortAddressAndQrCode) {
+    struct Case {
+        const char* web;
+        const char* tcp;
+        int port;
+    };
+    const Case cases[] = {
+        {"", "5000", 5001}, {" ", "5000", 5001}, {"", "", 0},        {"", "65535", 0},
+        {"0", "5000", 0},   {"8080", "", 8080},  {"80x", "5000", 0}, {"70000", "5000", 0},
+        {"-1", "5000", 0},  {"", "x", 0},
+    };
+    for (const Case& c : cases)
+        EXPECT_EQ(mv::webPortOf(QString::fromLatin1(c.web), QString::fromLatin1(c.tcp)), c.port)
+            << c.web << " / " << c.tcp;
+    const QString address = mv::followerAddress(5001);
+    EXPECT_TRUE(QRegularExpression(QStringLiteral(R"(^http://\d+\.\d+\.\d+\.\d+:5001/$)"))
+                    .match(address)
+                    .hasMatch())
+        << address.toStdString();
+    const QImage qr = mv::qrCode(address);
+    ASSERT_FALSE(qr.isNull());
+    EXPECT_EQ(qr.width(), qr.height());
+    EXPECT_GE(qr.width(), 21 + 8);                         // the smallest code and its quiet zone
+    EXPECT_TRUE(mv::qrCode(QString(4000, u'x')).isNull()); // more than a code holds
 }

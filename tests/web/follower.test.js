@@ -88,6 +88,26 @@ async function serverUp() {
     args: ['--no-sandbox', '--disable-gpu', '--no-first-run', '--disable-dev-shm-usage'],
   });
   try {
+    // The 65th follower's page, its stream closed as the full server closes
+    // it (the server's side is tested on real sockets): it shows the reason
+    // and does not knock again.
+    const full = await browser.newPage();
+    await full.evaluateOnNewDocument(() => {
+      window.opened = 0;
+      window.WebSocket = class {
+        constructor() {
+          window.opened++;
+          setTimeout(() => this.onclose({ code: 1008, reason: 'Full.' }), 50);
+        }
+        send() {}
+      };
+    });
+    await full.goto(url, { waitUntil: 'load' });
+    await sleep(2600); // a page that retries does so after 2 s
+    const refused = await full.evaluate(() => [window.opened, document.getElementById('message').textContent]);
+    check(refused[0] === 1 && refused[1] === 'Full.', `a full server's page shows why and stays (${refused})`);
+    await full.close();
+
     const page = await browser.newPage();
     await page.setViewport({ width: 800, height: 1000 });
     await page.goto(url, { waitUntil: 'load' });
@@ -109,7 +129,7 @@ async function serverUp() {
     await waitFor(page, () => {
       const img = document.getElementById('page');
       return document.body.dataset.page === '1' && img.complete && img.naturalWidth === 800 &&
-        /\/sheet\/\d+\/1\/1\/800\.png$/.test(img.getAttribute('src'));
+        /\/sheet\/\d+\/1\/1\/800\.png\?key=[0-9a-f]{32}$/.test(img.getAttribute('src'));
     }, 20000, 'page 1 shows, rendered 800 pixels wide for an 800-pixel device');
     check(true, 'the page loads and shows page 1 of the song');
 

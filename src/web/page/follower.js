@@ -14,6 +14,7 @@
   const JUMP_MS = 50;        // a change this large is taken at once
   const SLEW_MS = 5;         // else at most this much per burst
   const PIN_KEY = 'mellivane-pin';
+  const CLOSE_FULL = 1008;   // the server has all the followers it takes
 
   const st = {
     ws: null,
@@ -27,6 +28,7 @@
     offset: null,            // server ms - performance.now()
     samples: [],            // {low, high}: bounds on the offset, oldest first
     pin: localStorage.getItem(PIN_KEY) || '',
+    key: '',                 // opens the page images; given with the welcome
     closedForGood: false,
     timer: 0,
     log: [],                 // the last messages, for a look from the console
@@ -101,8 +103,14 @@
       if (st.log.length > 200) st.log.shift();
       handle(m);
     };
-    ws.onclose = () => {
+    ws.onclose = (e) => {
       st.ws = null;
+      // The server is full: trying again by itself would only knock on its
+      // door every two seconds.  The reason is the "full" message's text.
+      if (e.code === CLOSE_FULL) {
+        st.closedForGood = true;
+        if ($('message').hidden && e.reason) showMessage(e.reason);
+      }
       if (st.closedForGood) return;
       status('Connection lost, trying again');
       setTimeout(connect, 2000);
@@ -116,11 +124,11 @@
       case 'welcome':
         $('pinbox').hidden = true;
         if (st.pin) localStorage.setItem(PIN_KEY, st.pin);
-        return;
+        st.key = typeof m.key === 'string' ? m.key : '';
+        break;
       case 'full':
         st.closedForGood = true;
-        $('message').textContent = m.text;
-        $('message').hidden = false;
+        showMessage(m.text);
         return;
       case 'song':
         fade(0);
@@ -175,6 +183,12 @@
   });
 
   function status(text) { $('status').textContent = text; }
+
+  function showMessage(text) {
+    status('');
+    $('message').textContent = text;
+    $('message').hidden = false;
+  }
 
   // The sheet dims while the music fades out; 0 brings it back at once.
   function fade(seconds) {
@@ -241,7 +255,7 @@
     const size = pages[page - 1];
     const scale = width / size[0];
     const src = `/sheet/${song.serial}/${two ? 2 : 1}/${page}/${imageWidth(width)}.png` +
-      (st.pin ? `?pin=${encodeURIComponent(st.pin)}` : '');
+      (st.key ? `?key=${encodeURIComponent(st.key)}` : '');
     const img = $('page');
     if (img.getAttribute('src') !== src) img.setAttribute('src', src);
     img.style.height = `${size[1] * scale}px`;
