@@ -203,9 +203,12 @@ SheetPlacement FollowerHub::placementTwo() const {
     p.xOffset = v.XOffset.value() + w.AdjLeft.value();
     p.yOffset = v.YOffset.value() + w.ScrollOffset.value();
     p.scrollOffset = v.ScrollOffset.value();
-    p.viewerWidth = w.AcroPDF1Width.get();
-    p.viewerLeft = w.AcroPDF1Left.get();
-    p.viewerTop = w.AcroPDF1Top.get();
+    // Until window 2 is shown its viewer has no place of its own: it takes
+    // window 1's as it opens.
+    const bool shown = w.Visible.get();
+    p.viewerWidth = shown ? w.AcroPDF1Width.get() : s_.adobeF.VScroll1Left.get() - 50;
+    p.viewerLeft = shown ? w.AcroPDF1Left.get() : s_.adobeF.Picture3Left.get();
+    p.viewerTop = shown ? w.AcroPDF1Top.get() : 0;
     p.noScroll = v.NoScroll.get() == 1;
     p.pages = song_.pages2;
     return p;

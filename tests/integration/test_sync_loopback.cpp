@@ -19,6 +19,7 @@
 #include "transport/volume_speed.h"
 
 #include <QElapsedTimer>
+#include <QRegularExpression>
 #include <QTcpServer>
 #include <QTcpSocket>
 #include <QTemporaryDir>
@@ -126,6 +127,48 @@ TEST(SyncLoopback, RawClientsSeeExactlyTheBytesOfEachServerAction) {
     }
     EXPECT_EQ(s.g.ClientCount, 3);
     EXPECT_EQ(server.net->Winsock1(0).State(), sockstate::kListening);
+}
+
+// "Clock Start" on at both ends, on real sockets: the client starts its
+// music on the server's announced instant (the 1 s count-off), not after
+// its own Client Delay of 3 s, and a peer that knows only the described
+// tokens still reads a start in what it gets.
+TEST(SyncLoopback, AClockStartReachesAClientOnTheInstantAndAPlainPeerStillStarts) {
+    Host server, client;
+    server.s.velmor.IamaServer.set(1);
+    server.s.velmor.PortNr.setText("0");
+    server.s.velmor.PDFDLY.setText("1");
+    server.s.velmor.ClockStart.set(1);
+    server.s.g.SongFile = server.dir.filePath("Song.mp3");
+    server.net->startListening();
+    const int port = server.net->Winsock1(0).LocalPort();
+    Peer plain(port);
+    Session& c = client.s;
+    c.velmor.ClockStart.set(1);
+    c.velmor.IPAddress.setText("127.0.0.1");
+    c.velmor.PortNr.setText(QString::number(port));
+    c.velmor.ClientDelay.setText("3");
+    c.g.SongFile = client.dir.filePath("Song.mp3");
+    QElapsedTimer sincePress;
+    qint64 clientStartMs = -1;
+    const auto start = c.WindowsMediaPlayer1_MouseDown;
+    c.WindowsMediaPlayer1_MouseDown = [&](int b, int sh, double x, double y) {
+        start(b, sh, x, y); // returns once its music runs: there is no map
+        clientStartMs = sincePress.elapsed();
+    };
+    c.ConnectIt_Click();
+    ASSERT_TRUE(runUntil([&] { return client.net->serverClock().known(); }, 5000));
+    sincePress.start();
+    server.s.WindowsMediaPlayer1_MouseDown(1, 0, 1, 1);
+    ASSERT_TRUE(runUntil([&] { return clientStartMs >= 0; }, 8000));
+    // Held until the instant, a second on; by its own delay it would be 3 s.
+    EXPECT_GE(clientStartMs, 990);
+    EXPECT_LT(clientStartMs, 2500);
+    EXPECT_EQ(client.player.playState(), 3);
+    runUntil([&] { return plain.got.endsWith("&START/"); }, 3000);
+    EXPECT_TRUE(QRegularExpression("^&PLAYAT/\\d+,\\d+/&START/$").match(plain.got).hasMatch())
+        << plain.got.toStdString();
+    EXPECT_EQ(readMessage(QString::fromLatin1(plain.got)).then, Message::Then::Start);
 }
 
 // A server whose port another program holds says so at start-up, whatever

@@ -42,7 +42,8 @@ struct Link : FollowerLink {
 struct HubStage : test::Stage {
     QTemporaryDir dir;
     std::vector<std::unique_ptr<Link>> links; // the followers' connections
-    FollowerHub hub{s, [](const QString&) { return std::vector<QSizeF>{}; }};
+    // Every sheet has one Letter page.
+    FollowerHub hub{s, [](const QString&) { return std::vector<QSizeF>{{612, 792}}; }};
     // A song of three tics, 1000, 500 and 500 ms stored, without a sheet.
     void song() {
         QFile map(dir.filePath(QStringLiteral("Song.map")));
@@ -211,6 +212,21 @@ TEST(WebHub, ThePlayClockFollowsTheLoopPauseSpeedAndStop) {
     EXPECT_DOUBLE_EQ(f.last().value(QLatin1String("rate")).toDouble(), 0);
     t.s.g.MapPlaying.set(false);
     EXPECT_EQ(f.types().last(), QStringLiteral("stop"));
+}
+
+TEST(WebHub, PartTwoBeforeItsWindowOpensIsPlacedAsWindowOne) {
+    HubStage t;
+    QDir(t.dir.path()).mkdir(QStringLiteral("two"));
+    for (const char* pdf : {"Song.pdf", "two/Song.pdf"})
+        QFile(t.dir.filePath(QLatin1String(pdf))).open(QIODevice::WriteOnly);
+    t.s.velmor.Text7.setText(t.dir.filePath(QStringLiteral("two")));
+    t.s.adobeF2.AcroPDF1Left.set(4000); // window 2's own place, not yet taken
+    t.song();
+    const SongInfo& song = t.hub.song();
+    ASSERT_EQ(std::tuple(song.tics.size(), song.tics2.size()), std::tuple(size_t(3), size_t(3)));
+    for (size_t i = 0; i < 3; ++i)
+        EXPECT_EQ(std::tuple(song.tics2[i].x, song.tics2[i].y),
+                  std::tuple(song.tics[i].x, song.tics[i].y));
 }
 
 TEST(WebHub, APageTurnedByHandIsTold) {
