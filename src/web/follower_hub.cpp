@@ -62,6 +62,14 @@ FollowerHub::Follower* FollowerHub::find(FollowerLink* link) {
 }
 
 bool FollowerHub::join(FollowerLink* link) {
+    const int64_t now = s_.clock.tickMs();
+    if (followers() >= kMaxFollowers) {
+        // The oldest connection that never came in (no hello, no PIN) gives way.
+        const auto stale = std::find_if(followers_.begin(), followers_.end(), [&](auto& f) {
+            return !f.admitted && now - f.joined >= kAdmitWithinMs;
+        });
+        if (stale != followers_.end()) drop(stale->link);
+    }
     if (followers() >= kMaxFollowers) {
         // Refused with a close that lets the message leave first: a page
         // whose connection simply broke would keep trying again.
@@ -70,6 +78,7 @@ bool FollowerHub::join(FollowerLink* link) {
         return false;
     }
     followers_.push_back({link});
+    followers_.back().joined = now;
     s_.velmor.WebFollowers.set(followers());
     return true;
 }
@@ -78,6 +87,11 @@ void FollowerHub::leave(FollowerLink* link) {
     const auto it = std::find_if(followers_.begin(), followers_.end(),
                                  [link](auto& f) { return f.link == link; });
     if (it == followers_.end()) return;
+    if (it->admitted && !it->key.isEmpty()) {
+        keptKeys_.push_back(
+            {it->key, s_.velmor.WebPin.text().trimmed(), s_.clock.tickMs() + kKeyKeptMs});
+        if (int(keptKeys_.size()) > kMaxKeysKept) keptKeys_.pop_front();
+    }
     followers_.erase(it);
     s_.velmor.WebFollowers.set(followers());
 }
@@ -93,16 +107,35 @@ bool FollowerHub::pinAccepted(const QString& pin) const {
     return want.isEmpty() || pin.trimmed() == want;
 }
 
-bool FollowerHub::tryPin(const QString& pin) {
-    if (s_.velmor.WebPin.text().trimmed().isEmpty()) return true;
+FollowerHub::PinAnswer FollowerHub::tryPin(const QString& pin, int64_t* waitMs) {
+    if (s_.velmor.WebPin.text().trimmed().isEmpty()) return PinAnswer::Right;
     const int64_t now = s_.clock.tickMs();
     while (!wrongPinTicks_.empty() && now - wrongPinTicks_.front() >= kWrongPinWindowMs)
         wrongPinTicks_.pop_front();
     // Past the limit no PIN is looked at, the right one neither: an answer
     // would tell the guesser which one it was.
-    if (int(wrongPinTicks_.size()) >= kMaxWrongPins) return false;
-    if (pinAccepted(pin)) return true;
+    if (int(wrongPinTicks_.size()) >= kMaxWrongPins) {
+        *waitMs = wrongPinTicks_.front() + kWrongPinWindowMs - now;
+        return PinAnswer::Wait;
+    }
+    if (pinAccepted(pin)) return PinAnswer::Right;
     wrongPinTicks_.push_back(now);
+    return PinAnswer::Wrong;
+}
+
+bool FollowerHub::knownKey(const QString& key) {
+    if (key.isEmpty()) return false;
+    if (std::any_of(followers_.begin(), followers_.end(),
+                    [&key](const Follower& f) { return f.admitted && f.key == key; }))
+        return true;
+    const int64_t now = s_.clock.tickMs();
+    const QString pin = s_.velmor.WebPin.text().trimmed();
+    for (auto it = keptKeys_.begin(); it != keptKeys_.end(); ++it) {
+        if (it->key != key) continue;
+        const bool good = it->until > now && it->pin == pin;
+        keptKeys_.erase(it);
+        return good;
+    }
     return false;
 }
 
@@ -125,20 +158,33 @@ void FollowerHub::broadcast(const QByteArray& text) {
         if (f.admitted && find(f.link)) send(f.link, text);
 }
 
+void FollowerHub::hello(Follower& f, const ClientMessage& m) {
+    FollowerLink* link = f.link;
+    f.part = m.part;
+    if (f.admitted) return;
+    // A device that was in comes back in with its key.
+    if (knownKey(m.key)) return admit(f, m.key);
+    if (m.pin.isEmpty()) {
+        // The page asking whether a PIN is needed.
+        if (!pinAccepted(m.pin)) return send(link, pinMessage(false));
+        return admit(f);
+    }
+    int64_t waitMs = 0;
+    switch (tryPin(m.pin, &waitMs)) {
+    case PinAnswer::Right: return admit(f);
+    case PinAnswer::Wait: return send(link, pinMessage(false, int((waitMs + 999) / 1000)));
+    case PinAnswer::Wrong:
+        if (++f.wrongPins >= 3) return drop(link);
+        return send(link, pinMessage(true));
+    }
+}
+
 void FollowerHub::receive(FollowerLink* link, const QByteArray& text) {
     Follower* f = find(link);
     if (!f) return;
     const ClientMessage m = readClientMessage(text);
     switch (m.kind) {
-    case ClientMessage::Kind::Hello:
-        f->part = m.part;
-        if (f->admitted) return;
-        // An empty PIN is the page asking whether one is needed.
-        if (m.pin.isEmpty() ? !pinAccepted(m.pin) : !tryPin(m.pin)) {
-            if (!m.pin.isEmpty() && ++f->wrongPins >= 3) return drop(link);
-            return send(link, pinMessage(!m.pin.isEmpty()));
-        }
-        return admit(*f);
+    case ClientMessage::Kind::Hello: return hello(*f, m);
     case ClientMessage::Kind::Ping:
         // Answered before the PIN, too: it tells nothing about the music.
         return send(link, pongMessage(m.stamp, s_.clock.preciseMs()));
@@ -159,11 +205,11 @@ QString newImageKey() {
 
 } // namespace
 
-void FollowerHub::admit(Follower& f) {
+void FollowerHub::admit(Follower& f, const QString& key) {
     f.admitted = true;
     // A key of its own, also with no PIN set: it stays good when a PIN is
-    // set later, and it goes with the follower.
-    f.key = newImageKey();
+    // set later, and it goes with the follower (kept a while after).
+    f.key = key.isEmpty() ? newImageKey() : key;
     FollowerLink* link = f.link;
     send(link, welcomeMessage(followers(), f.key));
     if (!find(link)) return;

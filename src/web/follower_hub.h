@@ -8,8 +8,13 @@
 // Safety on a stage network: at most kMaxFollowers connections (the next is
 // told why and closed); with a PIN set, a follower hears nothing until it has
 // given it (three wrong tries close it; all the devices together get
-// kMaxWrongPins tries a minute), and the page images open only to
-// the key an admitted follower was given, never to the PIN; every follower
+// kMaxWrongPins tries a minute, and past that are told to wait), and the
+// page images open only to the key an admitted follower was given, never to
+// the PIN.  A device that was in comes back with its key, without the PIN,
+// for kKeyKeptMs after it left (a page whose connection broke on stage is
+// not asked again, nor locked out by someone guessing).  A connection that
+// has not come in within kAdmitWithinMs gives up its place when the places
+// run out.  Every follower
 // has a bounded send queue, and one whose queue is full (a stalled or
 // vanished device) is dropped, so it never holds up the program or the
 // others.  A dropped page
@@ -69,14 +74,18 @@ class FollowerHub {
     // PIN then takes hours to find, however many connections try.
     static constexpr int kMaxWrongPins = 10;
     static constexpr int64_t kWrongPinWindowMs = 60'000;
+    static constexpr int64_t kKeyKeptMs = 30 * 60'000;
+    static constexpr int kMaxKeysKept = 256;
+    static constexpr int64_t kAdmitWithinMs = 30'000;
 
     FollowerHub(Session& s, PageSizes pageSizes);
     ~FollowerHub();
     FollowerHub(const FollowerHub&) = delete;
     FollowerHub& operator=(const FollowerHub&) = delete;
 
-    // A new connection.  The 65th is sent the "full" message and refused:
-    // false.
+    // A new connection.  When all places are taken, the oldest connection
+    // that has not come in within kAdmitWithinMs is dropped to make room;
+    // failing that the new one is sent the "full" message and refused: false.
     bool join(FollowerLink* link);
     // The connection has gone (or was closed); unknown links are ignored.
     void leave(FollowerLink* link);
@@ -103,11 +112,24 @@ class FollowerHub {
         int part = 1;
         int wrongPins = 0;
         QString key = {}; // given on admission, for the page images
+        int64_t joined = 0;
     };
+    // A key of a device that was in, kept after it left.
+    struct KeptKey {
+        QString key, pin; // the PIN it came in under: a new PIN voids it
+        int64_t until;
+    };
+    // Whether `key` is one of an admitted follower or a kept one; a kept
+    // one is taken out of the kept.
+    bool knownKey(const QString& key);
     Follower* find(FollowerLink* link);
-    void admit(Follower& f);
-    // Whether a PIN given opens the stream, under the limit of wrong tries.
-    bool tryPin(const QString& pin);
+    void hello(Follower& f, const ClientMessage& m);
+    // Lets the follower in, with `key` (one it had before) or a new one.
+    void admit(Follower& f, const QString& key = {});
+    enum class PinAnswer { Right, Wrong, Wait };
+    // Whether a PIN given opens the stream, under the limit of wrong tries;
+    // Wait past the limit, with `waitMs` until a try is looked at again.
+    PinAnswer tryPin(const QString& pin, int64_t* waitMs);
     void send(FollowerLink* link, const QByteArray& text);
     void broadcast(const QByteArray& text);
     void drop(FollowerLink* link);
@@ -143,6 +165,7 @@ class FollowerHub {
     PageSizes pageSizes_;
     std::vector<Follower> followers_;
     std::deque<int64_t> wrongPinTicks_; // the last wrong PINs' times, at most kMaxWrongPins
+    std::deque<KeptKey> keptKeys_;      // oldest first
     SongInfo song_;
     std::vector<MapTic> mapTics_;
     QString sheet1_, sheet2_;

@@ -181,7 +181,10 @@ QByteArray welcomeMessage(int followers, const QString& key) {
     return json({{"type", "welcome"}, {"followers", followers}, {"key", key}});
 }
 
-QByteArray pinMessage(bool wrong) { return json({{"type", "pin"}, {"wrong", wrong}}); }
+QByteArray pinMessage(bool wrong, int waitSeconds) {
+    if (waitSeconds > 0) return json({{"type", "pin"}, {"wrong", false}, {"wait", waitSeconds}});
+    return json({{"type", "pin"}, {"wrong", wrong}});
+}
 
 QString fullText() {
     return QStringLiteral("This band already has 64 followers, the most the server takes. "
@@ -199,6 +202,7 @@ ClientMessage readClientMessage(const QByteArray& text) {
     if (type == u"hello") {
         m.kind = ClientMessage::Kind::Hello;
         m.pin = o.value(QLatin1String("pin")).toString().left(32);
+        m.key = o.value(QLatin1String("key")).toString().left(64);
         m.part = part();
     } else if (type == u"ping") {
         const QJsonValue c = o.value(QLatin1String("c"));

@@ -87,7 +87,10 @@ QByteArray fadeMessage(double seconds);
 QByteArray pongMessage(double clientStamp, double serverMs);
 // The follower is in; `key` opens the page images (their "?key=").
 QByteArray welcomeMessage(int followers, const QString& key);
-QByteArray pinMessage(bool wrong);
+// The PIN is asked for (`wrong`: the one given was not it), or with
+// `waitSeconds` above 0: too many wrong ones were tried of late, none is
+// looked at for that long.
+QByteArray pinMessage(bool wrong, int waitSeconds = 0);
 QByteArray fullMessage();
 // The text the 65th follower reads, in the "full" message and as the reason
 // of the close that follows it (a close reason holds at most 123 bytes).
@@ -103,6 +106,7 @@ constexpr int kMaxClientMessage = 1024;
 struct ClientMessage {
     enum class Kind { Unknown, Hello, Ping, Part } kind = Kind::Unknown;
     QString pin;      // Hello
+    QString key;      // Hello: the key this device was given before, if any
     int part = 1;     // Hello, Part: 1 or 2
     double stamp = 0; // Ping: the browser's clock, echoed back
 };

@@ -131,9 +131,67 @@ TEST(WebHub, WrongPinsFromAllDevicesAreLimitedTogether) {
     for (int i = 0; i < FollowerHub::kMaxWrongPins; ++i)
         ASSERT_EQ(hello("1234"), QStringLiteral("pin"));
     t.clock.advanceBy(FollowerHub::kWrongPinWindowMs - 1);
-    EXPECT_EQ(hello("4711"), QStringLiteral("pin")); // not even the right one
+    EXPECT_EQ(hello("4711"), QStringLiteral("pin")); // not even the right one,
+    EXPECT_EQ(t.links.back()->last().value(QLatin1String("wait")).toInt(), 1); // told to wait
     t.clock.advanceBy(1);
     EXPECT_EQ(hello("4711"), QStringLiteral("welcome"));
+}
+
+TEST(WebHub, ADeviceThatWasInComesBackWithItsKeyWhileKept) {
+    HubStage t;
+    t.s.velmor.WebPin.setText(QStringLiteral("4711"));
+    auto join = [&t](const QByteArray& hello) -> Link& {
+        t.links.push_back(std::make_unique<Link>());
+        Link& l = *t.links.back();
+        EXPECT_TRUE(t.hub.join(&l));
+        if (!hello.isEmpty()) t.hub.receive(&l, hello);
+        return l;
+    };
+    Link& in = join(R"({"type":"hello","pin":"4711"})");
+    const QByteArray key = in.got[0].value(QLatin1String("key")).toString().toLatin1();
+    t.hub.leave(&in); // its connection broke
+    for (int i = 0; i < FollowerHub::kMaxWrongPins; ++i)
+        join(R"({"type":"hello","pin":"1234"})"); // someone guessing locks the PIN
+    const QByteArray back = R"({"type":"hello","pin":"","key":")" + key + "\"}";
+    Link& again = join(back);
+    EXPECT_EQ(again.types().value(0), QStringLiteral("welcome"));
+    EXPECT_EQ(again.got[0].value(QLatin1String("key")).toString(), QString::fromLatin1(key));
+    EXPECT_TRUE(t.hub.imageKeyAccepted(QString::fromLatin1(key)));
+    // A key comes back once per leaving, not after a new PIN, not after
+    // the time it is kept.
+    t.hub.leave(&again);
+    EXPECT_EQ(join(R"({"type":"hello","pin":"","key":"0123"})").types().value(0), "pin");
+    t.s.velmor.WebPin.setText(QStringLiteral("4712"));
+    EXPECT_EQ(join(back).types().value(0), QStringLiteral("pin"));
+    t.s.velmor.WebPin.setText(QStringLiteral("4711"));
+    EXPECT_EQ(join(back).types().value(0), QStringLiteral("pin"));
+    t.clock.advanceBy(FollowerHub::kWrongPinWindowMs);
+    Link& late = join(R"({"type":"hello","pin":"4711"})");
+    const QByteArray lateKey = late.got[0].value(QLatin1String("key")).toString().toLatin1();
+    t.hub.leave(&late);
+    t.clock.advanceBy(FollowerHub::kKeyKeptMs);
+    EXPECT_EQ(join(R"({"type":"hello","pin":"","key":")" + lateKey + "\"}").types().value(0),
+              "pin");
+}
+
+TEST(WebHub, WhenThePlacesRunOutTheOldestConnectionThatNeverCameInGivesWay) {
+    HubStage t;
+    t.s.velmor.WebPin.setText(QStringLiteral("4711"));
+    const int64_t start = t.clock.tickMs();
+    std::vector<std::unique_ptr<Link>> idle; // asked for the PIN, never giving it
+    for (int i = 0; i < FollowerHub::kMaxFollowers; ++i) {
+        idle.push_back(std::make_unique<Link>());
+        t.hub.join(idle.back().get());
+        t.hub.receive(idle.back().get(), R"({"type":"hello","pin":""})");
+        t.clock.advanceBy(10);
+    }
+    Link early, late;
+    t.clock.advanceTo(start + FollowerHub::kAdmitWithinMs - 1);
+    EXPECT_FALSE(t.hub.join(&early));
+    t.clock.advanceBy(1);
+    EXPECT_TRUE(t.hub.join(&late));
+    EXPECT_EQ(std::tuple(idle[0]->closed, idle[1]->closed, t.hub.followers()),
+              std::tuple(true, false, FollowerHub::kMaxFollowers));
 }
 
 TEST(WebHub, AFollowerThatStopsReadingIsDroppedAndTheOthersGoOn) {

@@ -14,6 +14,7 @@
   const JUMP_MS = 50;        // a change this large is taken at once
   const SLEW_MS = 5;         // else at most this much per burst
   const PIN_KEY = 'mellivane-pin';
+  const KEY_KEY = 'mellivane-key';
   const CLOSE_FULL = 1008;   // the server has all the followers it takes
 
   const st = {
@@ -28,7 +29,9 @@
     offset: null,            // server ms - performance.now()
     samples: [],            // {low, high}: bounds on the offset, oldest first
     pin: localStorage.getItem(PIN_KEY) || '',
-    key: '',                 // opens the page images; given with the welcome
+    // Opens the page images, and lets this device back in without the PIN
+    // for a while after its connection broke; given with the welcome.
+    key: localStorage.getItem(KEY_KEY) || '',
     closedForGood: false,
     timer: 0,
     log: [],                 // the last messages, for a look from the console
@@ -93,7 +96,7 @@
     st.ws = ws;
     ws.onopen = () => {
       status('');
-      send({ type: 'hello', pin: st.pin, part: st.part });
+      send({ type: 'hello', pin: st.pin, key: st.key, part: st.part });
       pingBurst(8);
     };
     ws.onmessage = (e) => {
@@ -120,11 +123,12 @@
   function handle(m) {
     switch (m.type) {
       case 'pong': return onPong(m);
-      case 'pin': return askPin(m.wrong);
+      case 'pin': return askPin(m.wrong, m.wait || 0);
       case 'welcome':
         $('pinbox').hidden = true;
         if (st.pin) localStorage.setItem(PIN_KEY, st.pin);
         st.key = typeof m.key === 'string' ? m.key : '';
+        localStorage.setItem(KEY_KEY, st.key);
         break;
       case 'full':
         st.closedForGood = true;
@@ -164,16 +168,23 @@
     render();
   }
 
-  function askPin(wrong) {
+  function askPin(wrong, wait) {
     $('pinbox').hidden = false;
     $('pinwrong').hidden = !wrong;
+    // Too many wrong PINs of late, from anywhere: none is looked at for a
+    // while.  The one typed is sent again then.
+    $('pinwait').hidden = !(wait > 0);
+    if (wait > 0) {
+      $('pinwait').textContent = `Too many wrong PINs were tried. Trying again in ${wait} s.`;
+      setTimeout(() => send({ type: 'hello', pin: st.pin, key: st.key, part: st.part }), wait * 1000);
+    }
     $('pin').focus();
   }
 
   $('pinform').addEventListener('submit', (e) => {
     e.preventDefault();
     st.pin = $('pin').value.trim();
-    send({ type: 'hello', pin: st.pin, part: st.part });
+    send({ type: 'hello', pin: st.pin, key: st.key, part: st.part });
   });
 
   $('part2').addEventListener('change', () => {
