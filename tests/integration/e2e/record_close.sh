@@ -20,11 +20,9 @@ wait 500
 click AdobeF.AcroPDF1 left 100 200
 wait 400
 activate AdobeF
-wait 300
-checkactive AdobeF
+waitfor 5000 checkactive AdobeF
 realkey alt+F4
-wait 300
-checkvisible AdobeF no
+waitfor 5000 checkvisible AdobeF no
 menu Velmor.SAV
 wait 300
 click Velmor.Command15
