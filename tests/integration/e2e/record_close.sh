@@ -20,7 +20,8 @@ wait 500
 click AdobeF.AcroPDF1 left 100 200
 wait 400
 activate AdobeF
-waitfor 5000 checkactive AdobeF
+wait 300
+checkactive AdobeF
 realkey alt+F4
 waitfor 5000 checkvisible AdobeF no
 menu Velmor.SAV
