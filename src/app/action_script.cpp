@@ -79,7 +79,8 @@ void ActionScript::step() {
             return;
         }
         if (line.startsWith(QLatin1String("waitfor "))) return waitFor(line);
-        if (line.startsWith(QLatin1String("realkey "))) return realKey(line.section(u' ', 1, 1));
+        if (line.startsWith(QLatin1String("realkey ")))
+            return realKey(line.section(u' ', 1, 1), line.section(u' ', 2, 2));
         // Its modal waits must not run the lines after it.
         if (line.section(u' ', 0, 0) == u"dialogs")
             return realDialogs(line.split(u' ', Qt::SkipEmptyParts).mid(1));
@@ -324,7 +325,7 @@ static QString xKeySym(const QString& name) {
     return name;
 }
 
-void ActionScript::realKey(const QString& name) {
+void ActionScript::realKey(const QString& name, const QString& window) {
     auto next = [this] {
         // The key's events come back from the X server: let them arrive.
         QTimer::singleShot(150, this, &ActionScript::step);
@@ -333,7 +334,23 @@ void ActionScript::realKey(const QString& name) {
         fail("realkey needs an X11 display, not " + QGuiApplication::platformName());
         return next();
     }
+    QStringList args;
+    if (!window.isEmpty()) {
+        // The window manager makes the window active first and xdotool waits
+        // until it has: the key then goes where the window manager's focus
+        // is, whatever Qt believed.
+        QWidget* w = windows_.get(window);
+        if (!w || !w->isVisible()) {
+            fail("realkey: no window " + window + " on the screen");
+            return next();
+        }
+        args << QStringLiteral("windowactivate") << QStringLiteral("--sync")
+             << QString::number(w->window()->winId());
+    }
+    args << QStringLiteral("key") << xKeySym(name);
     auto* xdotool = new QProcess(this);
+    // A window manager that never activates the window would hold --sync.
+    QTimer::singleShot(10000, xdotool, [xdotool] { xdotool->kill(); });
     connect(xdotool, &QProcess::finished, this, [this, xdotool, name, next](int code) {
         xdotool->deleteLater();
         if (code != 0) fail("xdotool key " + name + " failed");
@@ -346,7 +363,7 @@ void ActionScript::realKey(const QString& name) {
                 fail("realkey needs the program xdotool");
                 next();
             });
-    xdotool->start(QStringLiteral("xdotool"), {QStringLiteral("key"), xKeySym(name)});
+    xdotool->start(QStringLiteral("xdotool"), args);
 }
 
 namespace {

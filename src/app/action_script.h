@@ -33,9 +33,11 @@
 //                                  PageDown, ...); `repeat`: an auto-repeat
 //   keyfocus W KeyName [repeat]    the same to the widget of W that has the focus
 //                                  (Tab, Shift+Tab move the focus)
-//   realkey KeyName                the key through the X server (xdotool) to
+//   realkey KeyName [W]            the key through the X server (xdotool) to
 //                                  the window the window system has active:
-//                                  where a user's key would land (X11 only)
+//                                  where a user's key would land (X11 only);
+//                                  with W, the window manager activates W
+//                                  first, and the key waits until it has
 //   checkfocus W.C                 the control has its window's focus
 //   checkactive W                  the window system has W active
 //   checkscreen W index            the window stands on screen `index`
@@ -116,8 +118,9 @@ class ActionScript : public QObject {
     QString probe(const QStringList& a, const QString& rest);
     void waitFor(const QString& line);
     // Sends the key through the X server (XTEST, by xdotool) to whatever
-    // window the window system has active; the script goes on after it.
-    void realKey(const QString& name);
+    // window the window system has active, or first has the window manager
+    // activate `window` (when not empty); the script goes on after it.
+    void realKey(const QString& name, const QString& window);
     // Shows the three kinds of dialog of QtMessages and answers each from
     // a timer once it is exposed; the script goes on after them.
     void realDialogs(const QStringList& kinds);

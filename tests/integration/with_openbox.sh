@@ -11,8 +11,12 @@ export QT_QPA_PLATFORM=xcb # real windows under the window manager, whatever the
 openbox --sm-disable >/dev/null 2>&1 &
 wm=$!
 trap 'kill $wm 2>/dev/null || true' EXIT
-for _ in $(seq 100); do
-  xprop -root _NET_SUPPORTING_WM_CHECK 2>/dev/null | grep -q 'window id' && break
+# Its first start on a busy machine can take seconds; a test run without it
+# would find no window manager to close or activate windows.
+ready=
+for _ in $(seq 600); do
+  xprop -root _NET_SUPPORTING_WM_CHECK 2>/dev/null | grep -q 'window id' && { ready=1; break; }
   sleep 0.05
 done
+[ -n "$ready" ] || { echo "FAIL: openbox did not come up within 30 s"; exit 1; }
 "$@"

@@ -22,7 +22,7 @@ wait 400
 activate AdobeF
 wait 300
 checkactive AdobeF
-realkey alt+F4
+realkey alt+F4 AdobeF
 waitfor 5000 checkvisible AdobeF no
 menu Velmor.SAV
 wait 300
