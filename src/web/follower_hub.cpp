@@ -313,14 +313,18 @@ double FollowerHub::mapMsOfTic(int tic) const {
 
 void FollowerHub::sendClock() { broadcast(clockMessage(at_, map_, rate_, tic_)); }
 
+bool FollowerHub::retellMovedTics() {
+    if (!placeSongTics()) return false;
+    song_.page = shownPage();
+    song_.top = shownTop();
+    broadcast(songMessage(song_));
+    return true;
+}
+
 void FollowerHub::beginPlay(double zero) {
     // The setup may have changed since the selection (offsets, zoom,
     // Tic Offset): the followers get the tics as this play places them.
-    if (placeSongTics()) {
-        song_.page = shownPage();
-        song_.top = shownTop();
-        broadcast(songMessage(song_));
-    }
+    retellMovedTics();
     playing_ = true;
     at_ = zero;
     map_ = 0;
@@ -347,12 +351,7 @@ void FollowerHub::onPlaying() {
         const double zero = double(s_.g.PlayStartTick);
         const bool told = playing_ && at_ == zero && map_ == 0 && tic_ == -1 && rate_ == rate();
         if (!told) return beginPlay(zero);
-        if (placeSongTics()) {
-            song_.page = shownPage();
-            song_.top = shownTop();
-            broadcast(songMessage(song_));
-            sendClock();
-        }
+        if (retellMovedTics()) sendClock();
         if (shownPage() != toldPage_ || shownTop() != toldTop_) {
             toldPage_ = shownPage();
             toldTop_ = shownTop();

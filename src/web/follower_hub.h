@@ -158,6 +158,9 @@ class FollowerHub {
     // Places the map's tics by the setup as it stands; false when they are
     // the same as before.
     bool placeSongTics();
+    // Places the tics afresh and, when they moved, tells everyone the song
+    // again: true then.
+    bool retellMovedTics();
     SheetPlacement placementOne() const;
     SheetPlacement placementTwo() const;
 
