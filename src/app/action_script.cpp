@@ -471,6 +471,13 @@ void ActionScript::runLine(const QString& line) {
         return;
     }
     if (verb == u"mark") return origin_.start();
+    if (verb == u"stamp") {
+        // Printed in the same call as the action, so that a test can take
+        // the moment the action really ran however late the driver got to it.
+        std::fprintf(stderr, "STAMP %lld\n", static_cast<long long>(origin_.elapsed()));
+        std::fflush(stderr);
+        return runLine(line.section(u' ', 1));
+    }
     if (verb == u"menu") return menu(a.value(1));
     if (verb == u"checkfile") return checkFile(a.value(1), a.value(2));
     if (verb == u"checkexists") {

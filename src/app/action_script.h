@@ -50,6 +50,8 @@
 //   mark                           the origin of waituntil is now
 //   waituntil ms                   let the program run until ms after the last
 //                                  mark (or the script's start)
+//   stamp ACTION...                prints "STAMP ms" (ms since the last mark)
+//                                  to the error stream, then runs the action
 //   check W.C text...              the control's text (field, label, button, the
 //                                  page of a sheet viewer, a slider's value, a
 //                                  menu entry's caption)
