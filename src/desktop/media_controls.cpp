@@ -45,12 +45,11 @@ QString MediaControls::playbackStatus() const {
         return held ? kPaused : kPlaying;
     }
     if (!music) return kStopped;
+    // Without a map play nothing looks at "Pause": the music says.
     switch (s_.player->playState()) {
     case 2: return kPaused;
     case 3:
-    case 4:
-        // "Pause" falls on the next tic; from the press on the play counts as paused.
-        return s_.velmor.Command10.text() == u"Continue" ? kPaused : kPlaying;
+    case 4: return kPlaying;
     default: return kStopped;
     }
 }
@@ -163,8 +162,13 @@ void MediaControls::play() {
 
 void MediaControls::pause() {
     later([this] {
-        if (playbackStatus() == kPlaying && s_.velmor.Command10.text() == u"Pause")
-            Command10_Click(s_);
+        if (playbackStatus() != kPlaying) return;
+        if (s_.velmor.Command10.text() == u"Pause") Command10_Click(s_);
+        // The play loop holds a map play on its next tic; any other music
+        // (a manual play, or music running on past its map) has no loop to
+        // look at the flag, so it pauses here, and "Continue" lets it go.
+        if (!s_.adobeF.Text11Visible.get() && !s_.g.MapPlaying.get() && s_.player)
+            s_.player->controlsPause();
     });
 }
 

@@ -7,9 +7,10 @@
 // Every verb does what the program's own controls do, through the same
 // handlers: Play is the sheet's Play (WindowsMediaPlayer1_MouseDown, with
 // the map and its count-off), or "Continue" after a pause; Pause is the
-// "Pause" button; Stop is "Fade" (FadeT seconds); Next and Previous select
-// the neighbouring song as a press on the list does (File1_MouseDown), or,
-// while the play list is shown, its neighbouring item (List1_LeftPress);
+// "Pause" button, which holds a map play on its next tic, and which also
+// pauses the music where no map play runs to hold it (a manual play); Stop is "Fade" (FadeT
+// seconds); Next and Previous select the neighbouring song as a press on the list does
+// (File1_MouseDown), or, while the play list is shown, its neighbouring item (List1_LeftPress);
 // nothing starts.  A server's verbs therefore reach its clients as its
 // buttons do; a client's stay on the client.  Verbs run from the event
 // queue, as a click does, so a caller is answered at once although a play
@@ -46,7 +47,9 @@ class MediaControls : public QObject {
 
     // "Playing" from the play start (the count-off included) while the music
     // runs or a map play's loop runs (with or without music); "Paused" when
-    // the music is held or "Pause" was pressed in a play; "Stopped" otherwise.
+    // the music is held or "Pause" was pressed in a map play (the loop holds
+    // on its next tic); "Stopped" otherwise.  Outside a map play "Continue"
+    // on the button alone holds nothing, so the music's own state counts.
     QString playbackStatus() const;
     // mpris:trackid (an object path under /io/github/mellivane/Mellivane/track,
     // new for every song loaded; NoTrack before the first load), xesam:title

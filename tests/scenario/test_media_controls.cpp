@@ -73,13 +73,15 @@ TEST(MediaControls, PlayPauseContinueStopWalkTheStatusThroughTheButtons) {
     // No map plays: the music may be moved.
     EXPECT_TRUE(t.c.canSeek());
 
-    t.c.playPause(); // "Pause": from the press on, paused
+    t.c.playPause(); // "Pause"; no map plays to hold the music, so it pauses now
     t.run();
-    EXPECT_EQ(t.s.velmor.Command10.text(), "Continue");
+    EXPECT_EQ(std::tuple(t.s.velmor.Command10.text(), t.player.playState()),
+              std::tuple(QString("Continue"), 2));
     EXPECT_EQ(t.c.playbackStatus(), "Paused");
     t.c.play(); // "Continue"
     t.run();
-    EXPECT_EQ(t.s.velmor.Command10.text(), "Pause");
+    EXPECT_EQ(std::tuple(t.s.velmor.Command10.text(), t.player.playState()),
+              std::tuple(QString("Pause"), 3));
     EXPECT_EQ(t.c.playbackStatus(), "Playing");
     t.player.calls.clear();
     t.c.stop(); // "Fade": the source taken away
@@ -113,7 +115,8 @@ TEST(MediaControls, CountOffAndMapPlayCountAsPlayingWithoutSeeking) {
 }
 
 // A cursor play is Playing (Paused at "Pause") and unseekable to its end,
-// silent (TIC: no music) or not; a manual play after it may be moved again.
+// silent (TIC: no music) or not; a manual play after it may be moved again,
+// and the media keys pause and continue its music.
 TEST(MediaControls, ACursorPlayIsPlayingToItsEndAndAManualPlayAfterItSeeks) {
     for (const int tick : {0, 1}) {
         Controls t;
@@ -142,12 +145,25 @@ TEST(MediaControls, ACursorPlayIsPlayingToItsEndAndAManualPlayAfterItSeeks) {
         EXPECT_FALSE(seekable) << tick;
         EXPECT_EQ(paused, "Paused") << tick;
         EXPECT_EQ(t.c.playbackStatus(), "Stopped") << tick;
-        BControl_Command1_Click(t.s); // "Manual Play"
+        Command10_Click(t.s);         // "Pause" with nothing playing: "Continue", no more
+        BControl_Command1_Click(t.s); // "Manual Play", which leaves the caption
         t.run();
-        EXPECT_EQ(t.c.playbackStatus(), "Playing") << tick;
+        EXPECT_EQ(t.s.velmor.Command10.text(), "Continue") << tick;
+        EXPECT_EQ(t.c.playbackStatus(), "Playing") << tick; // the button holds nothing
         EXPECT_TRUE(t.c.canSeek()) << tick;
         t.c.seek(20'000'000);
         EXPECT_EQ(t.c.positionUs(), 20'000'000) << tick;
+        t.c.pause();
+        t.run();
+        EXPECT_EQ(std::tuple(t.c.playbackStatus(), t.player.playState()),
+                  std::tuple(QString("Paused"), 2))
+            << tick;
+        t.c.play(); // "Continue" lets it go
+        t.run();
+        EXPECT_EQ(
+            std::tuple(t.c.playbackStatus(), t.player.playState(), t.s.velmor.Command10.text()),
+            std::tuple(QString("Playing"), 3, QString("Pause")))
+            << tick;
     }
 }
 

@@ -2,7 +2,9 @@
 # The media controls on a private session bus: playerctl reads the status
 # and the selected song's title, sets the volume, starts, pauses, and picks
 # the next song, while the program's own script checks the volume bar, the
-# count-off and the cursor, the Pause button and the list's selection.
+# count-off and the cursor, the Pause button and the list's selection.  Then
+# in a manual play (no map: the music may be moved) playerctl sets the
+# position, seeks, pauses and continues, and Quit on the bus ends the program.
 # Usage: mpris_playerctl.sh <mellivane binary>
 source "$(dirname "$0")/lib.sh"
 command -v dbus-run-session >/dev/null && command -v playerctl >/dev/null || {
@@ -22,6 +24,11 @@ waitfor 20000 check Velmor.Command10 Continue
 waitfor 20000 check Velmor.File1 Ode to Joy.pdf
 waitfor 10000 checkvisible AdobeF.Picture1 no
 wait 1000
+click Velmor.Command8
+# playerctl pause and play: "Continue" lets the manual play's music go
+waitfor 30000 check Velmor.Command10 Pause
+# Quit on the bus ends the program long before this wait does
+wait 15000
 quit
 SCRIPT
 cat > "$work/remote.sh" <<'REMOTE'
@@ -65,6 +72,38 @@ until_is "Paused" status
 pc next
 until_is "Ode to Joy" metadata xesam:title
 until_is "Stopped" status
+# The script's Manual Play: the music may be moved, paused and let go.
+until_is "Playing" status
+got=$(call org.freedesktop.DBus.Properties.Get string:org.mpris.MediaPlayer2.Player string:CanSeek)
+[[ $got == *"boolean true"* ]] || { echo "FAIL: CanSeek in a manual play: $got"; exit 1; }
+# at_least S: the position reaches S seconds within 10 s
+at_least() {
+  for _ in $(seq 100); do
+    awk -v p="$(pc position)" -v s="$1" 'BEGIN { exit !(p >= s) }' && return 0
+    sleep 0.1
+  done
+  echo "FAIL: the position $(pc position) never reached $1"
+  exit 1
+}
+pc position 10
+at_least 10
+pc position 5+
+at_least 15
+pc pause
+until_is "Paused" status
+held=$(pc position)
+sleep 0.5
+awk -v a="$held" -v b="$(pc position)" 'BEGIN { exit !(b - a < 0.05) }' || {
+  echo "FAIL: paused at $held, the music went on to $(pc position)"; exit 1; }
+pc play
+until_is "Playing" status
+at_least "$(awk -v a="$held" 'BEGIN { print a + 0.3 }')"
+call org.mpris.MediaPlayer2.Quit >/dev/null
+for _ in $(seq 100); do
+  pc status >/dev/null || break
+  sleep 0.1
+done
+! pc status >/dev/null || { echo "FAIL: still on the bus 10 s after Quit"; exit 1; }
 echo "remote: passed"
 REMOTE
 export bin work
@@ -81,7 +120,11 @@ dbus-run-session -- bash -c '
 # object path, and the position's jumps.
 grep -q 'member=PropertiesChanged' "$work/signals.txt"
 grep -q 'object path "/io/github/mellivane/Mellivane/track/' "$work/signals.txt"
-# Seeked went out at the start and at the stop, each time at the music's start.
-seeks=$(grep -A1 'member=Seeked' "$work/signals.txt" | grep -o 'int64 .*' | tr '\n' ' ')
-[ "$seeks" = "int64 0 int64 0 " ] || { echo "FAIL: Seeked positions: $seeks"; exit 1; }
+# Seeked went out at the cursor play's start and stop and at the manual
+# play's start, each time at the music's start, then where SetPosition put
+# it (10 s) and where the seek of 5 s more took it.
+seeks=$(grep -A1 'member=Seeked' "$work/signals.txt" | grep -o 'int64 .*' | cut -d' ' -f2 | tr '\n' ' ')
+awk -v s="$seeks" 'BEGIN { n = split(s, v, " ")
+  exit !(n == 5 && v[1] == 0 && v[2] == 0 && v[3] == 0 && v[4] >= 1e7 && v[4] < 1.02e7 &&
+         v[5] >= v[4] + 5e6 && v[5] < v[4] + 5.2e6) }' || { echo "FAIL: Seeked positions: $seeks"; exit 1; }
 echo "e2e mpris playerctl: passed"
