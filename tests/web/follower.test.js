@@ -9,7 +9,9 @@
 // move it onto measure 3 at the map's times, counted from the moment the
 // server's "&START/" reached a plain client of the test's own (within
 // 30 ms), turn to page 2 when the map says, hold the cursor through the
-// pause, and follow the page turned by hand.
+// pause, and follow the page turned by hand.  The server asks for the PIN
+// 4321: the page asks once, says so at a wrong one, and a second page of
+// the same browser afterwards is not asked again.
 'use strict';
 const net = require('net');
 const puppeteer = require('puppeteer-core');
@@ -111,6 +113,19 @@ async function serverUp() {
     const page = await browser.newPage();
     await page.setViewport({ width: 800, height: 1000 });
     await page.goto(url, { waitUntil: 'load' });
+    // The PIN: a wrong one is told, the right one lets the page in.
+    const pinShown = (shown) => document.getElementById('pinbox').hidden === !shown;
+    if (await waitFor(page, pinShown, 60000, 'the page asks for the PIN', true)) {
+      await page.type('#pin', '1111');
+      await page.keyboard.press('Enter');
+      await waitFor(page, () => !document.getElementById('pinwrong').hidden, 10000,
+                    'a wrong PIN is told as wrong');
+      await page.$eval('#pin', (e) => { e.value = ''; });
+      await page.type('#pin', '4321');
+      await page.keyboard.press('Enter');
+      if (await waitFor(page, pinShown, 10000, 'the right PIN lets the page in', false))
+        check(true, 'the page asks for the PIN and takes the right one');
+    }
     // Every change of the tic and the page on show, with its moment.
     await page.evaluate(() => {
       window.seen = [];
@@ -193,6 +208,22 @@ async function serverUp() {
                     'a manual Next PG on the server turns the page');
       check(true, 'the page follows the server\'s page turns by hand');
     }
+
+    // The same device again: no PIN asked.
+    const again = await browser.newPage();
+    await again.evaluateOnNewDocument(() => {
+      window.asked = false;
+      document.addEventListener('DOMContentLoaded', () => {
+        const box = document.getElementById('pinbox');
+        new MutationObserver(() => { if (!box.hidden) window.asked = true; })
+          .observe(box, { attributes: true });
+      });
+    });
+    await again.goto(url, { waitUntil: 'load' });
+    if (await waitFor(again, () => document.getElementById('song').textContent === 'Twinkle Twinkle',
+                      10000, 'a second page of the same browser follows the server'))
+      check(!(await again.evaluate(() => window.asked)), 'the same device is not asked for the PIN again');
+    await again.close();
   } finally {
     client.destroy();
     await browser.close();

@@ -22,14 +22,15 @@ listening() { grep -qiE ":$(printf '%04X' "$1") [0-9A-F]+:0000 0A" /proc/net/tcp
 port=$((20000 + RANDOM % 20000))
 while listening $port || listening $((port + 1)); do port=$((port + 2)); done
 
-# A server, its page on the port after its own; a 1 s count-off, and the map at
-# twice its speed (a measure every 1.2 s).
+# A server, its page on the port after its own and asking for a PIN; a 1 s
+# count-off, and the map at twice its speed (a measure every 1.2 s).
 cat > "$work/setup.txt" <<SCRIPT
 menu Velmor.SS
 type Velmor.PortNr $port
 click Velmor.IamaServer left 5
 type Velmor.PDFDLY 1
 type Velmor.Text5 .4975
+type Velmor.WebPin 4321
 quit
 SCRIPT
 xrun "$work/cfg" "$work/setup.txt" --songs "$work/songs" > "$work/setup.out" 2>&1
@@ -50,7 +51,7 @@ waitfor 60000 checkvisible AdobeF.Picture1 no
 wait 1500
 click AdobeF.Command3
 check AdobeF.AcroPDF1 2
-wait 3000
+wait 8000
 quit
 SCRIPT
 xrun "$work/cfg" "$work/server.txt" --songs "$work/songs" > "$work/server.out" 2> "$work/server.err" &
