@@ -472,11 +472,18 @@ void ActionScript::runLine(const QString& line) {
     }
     if (verb == u"mark") return origin_.start();
     if (verb == u"stamp") {
-        // Printed in the same call as the action, so that a test can take
-        // the moment the action really ran however late the driver got to it.
+        // Printed in the same call as the action, just before it, so that a
+        // test can take the moment the action ran however late the driver
+        // got to it.  The waits run from step(), not from here.
+        const QString action = line.mid(verb.size()).trimmed();
+        const QString inner = action.section(u' ', 0, 0);
+        static const QStringList untimed = {"stamp",   "wait",    "waituntil",
+                                            "waitfor", "realkey", "dialogs"};
+        if (inner.isEmpty() || untimed.contains(inner))
+            return fail("stamp needs an action, not " + (inner.isEmpty() ? "nothing" : inner));
         std::fprintf(stderr, "STAMP %lld\n", static_cast<long long>(origin_.elapsed()));
         std::fflush(stderr);
-        return runLine(line.section(u' ', 1));
+        return runLine(action);
     }
     if (verb == u"menu") return menu(a.value(1));
     if (verb == u"checkfile") return checkFile(a.value(1), a.value(2));

@@ -51,7 +51,9 @@
 //   waituntil ms                   let the program run until ms after the last
 //                                  mark (or the script's start)
 //   stamp ACTION...                prints "STAMP ms" (ms since the last mark)
-//                                  to the error stream, then runs the action
+//                                  to the error stream just before it runs
+//                                  the action, in the same call; not for the
+//                                  waits, realkey or dialogs
 //   check W.C text...              the control's text (field, label, button, the
 //                                  page of a sheet viewer, a slider's value, a
 //                                  menu entry's caption)

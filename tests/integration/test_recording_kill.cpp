@@ -157,7 +157,7 @@ TEST_F(ProgramTest, AKilledRecordingKeepsEveryTicTakenBeforeTheKill) {
     const QList<int> at = stamps(); // Record's press, then each click
     ASSERT_GE(at.size(), (got.size() - 9 + 5) / 6 + 1) << "a record with no click";
     for (int i = 0; 9 + 6 * i < got.size(); ++i) {
-        EXPECT_NEAR(got[9 + 6 * i].toInt(), at[i + 1] - at[i], 30) << "tic of record " << i + 1;
+        EXPECT_NEAR(got[9 + 6 * i].toInt(), at[i + 1] - at[i], 15) << "tic of record " << i + 1;
         want << rec(got[9 + 6 * i], printForm(x(i) * 15 - 100), printForm((y(i) - 33) * 15 - 500),
                     "0");
     }

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # The script driver's pointer, menu, timing and file actions on the real binary
-# under Xvfb.  The second run holds two checks that must fail, and nothing else
-# may.  Usage: driver_verbs.sh <mellivane binary>
+# under Xvfb.  The second run holds three checks that must fail, and nothing
+# else may.  Usage: driver_verbs.sh <mellivane binary>
 set -euo pipefail
 bin=$1
 work=$(mktemp -d)
@@ -34,6 +34,7 @@ menu Velmor.SAV
 wait 1500
 checkfile "$cfg/Mellivane.ini" $work/saved.ini
 menu Velmor.NOSUCH
+stamp wait 10
 select Velmor.File1 Twinkle Twinkle.pdf
 wait 1000
 # on the player's strip x below 30 starts, the rest stops
@@ -51,8 +52,9 @@ checkvisible AdobeF.Text11 no
 quit
 SCRIPT
 rc=0; run "$work/verbs.txt" || rc=$?; test "$rc" -eq 1
-test "$(grep -c '^FAIL' "$work/err.txt")" -eq 2
+test "$(grep -c '^FAIL' "$work/err.txt")" -eq 3
 grep -q '^FAIL line 12: .*/Mellivane.ini differs from .*/saved.ini at offset [0-9]* (sizes' \
   "$work/err.txt"
 grep -q '^FAIL line 13: no menu entry Velmor.NOSUCH' "$work/err.txt"
+grep -q '^FAIL line 14: stamp needs an action, not wait' "$work/err.txt"
 echo "e2e driver verbs: passed"

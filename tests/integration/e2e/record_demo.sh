@@ -10,7 +10,7 @@ source "$(dirname "$0")/lib.sh"
 root=$(cd "$(dirname "$0")/../../.." && pwd)
 song=Greensleeves
 last=22
-tol=30 # ms a tic may stray from the time between its clicks
+tol=15 # ms a tic may stray from the time between its clicks
 mkdir "$work/songs"
 cp "$root/demo/songs/$song".{mp3,pdf,map} "$work/songs/"
 map="$work/songs/$song.map"
