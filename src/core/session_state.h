@@ -47,6 +47,7 @@ struct Globals {
     Flag PauseHeld = 0;                     // the loop holds on a tic
     Flag CursorPlaySwitch = 0;              // the panel's "Stop Play" asks the play to end
     Prop<bool> MapPlaying{false};           // a play loop follows the map (count-off excluded)
+    Prop<bool> MapTicsDone{false};          // that loop is past its last tic: its closing wait
     // Set as the count-off of a play with a map begins: the tick its tics
     // will count from, so that followers who draw the cursor themselves
     // know the play before it runs.  0 again once the count-off is over.

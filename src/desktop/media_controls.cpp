@@ -28,18 +28,25 @@ MediaControls::MediaControls(Session& s, Library* library, QObject* parent)
     VelmorState& v = s.velmor;
     for (Notifier* n : std::initializer_list<Notifier*>{
              &v.File1List, &v.File1ListIndex, &v.HScroll1, &v.Speed, &v.Command10,
-             &s.adobeF.Text11Visible, &s.adobeF.Picture1.Visible, &s.g.MapPlaying,
-             &s.playLst.Visible, &s.playLst.List1, &s.playLst.ListIndex})
+             &v.Command10Visible, &s.adobeF.Text11Visible, &s.adobeF.Picture1.Visible,
+             &s.g.MapPlaying, &s.g.MapTicsDone, &s.playLst.Visible, &s.playLst.List1,
+             &s.playLst.ListIndex})
         subs_.push_back(n->subscribe([this] { schedule(); }));
     last_ = snapshot();
 }
 
+bool MediaControls::ticsHeld() const {
+    return s_.adobeF.Text11Visible.get() || (s_.g.MapPlaying.get() && !s_.g.MapTicsDone.get());
+}
+
 QString MediaControls::playbackStatus() const {
-    // The count-off belongs to the play: the music starts at its end.
-    if (s_.adobeF.Text11Visible.get()) return kPlaying;
+    // The count-off belongs to the play: the music starts at its end.  A
+    // "Pause" pressed in it holds the play on its first tic.
+    if (s_.adobeF.Text11Visible.get())
+        return s_.velmor.Command10.text() == u"Continue" ? kPaused : kPlaying;
     const bool music = s_.player && !s_.player->URL().isEmpty();
-    // A map play plays to its loop's end, without music too (TIC).
-    if (s_.g.MapPlaying.get()) {
+    // A map play plays to its last tic, without music too (TIC).
+    if (ticsHeld()) {
         const bool held =
             s_.velmor.Command10.text() == u"Continue" || (music && s_.player->playState() == 2);
         return held ? kPaused : kPlaying;
@@ -125,7 +132,10 @@ bool MediaControls::canPlay() const {
     return !s_.g.SongBase.isEmpty() || !selectedEntry().isEmpty();
 }
 
-bool MediaControls::canPause() const { return playbackStatus() == kPlaying; }
+bool MediaControls::canPause() const {
+    // In notation mode the viewer plays along and no Pause is offered.
+    return s_.velmor.Command10Visible.get() && playbackStatus() == kPlaying;
+}
 
 bool MediaControls::mapPlays() const {
     return s_.adobeF.Text11Visible.get() || s_.adobeF.Picture1.Visible.get() ||
@@ -162,13 +172,13 @@ void MediaControls::play() {
 
 void MediaControls::pause() {
     later([this] {
-        if (playbackStatus() != kPlaying) return;
+        if (!canPause()) return;
         if (s_.velmor.Command10.text() == u"Pause") Command10_Click(s_);
         // The play loop holds a map play on its next tic; any other music
-        // (a manual play, or music running on past its map) has no loop to
-        // look at the flag, so it pauses here, and "Continue" lets it go.
-        if (!s_.adobeF.Text11Visible.get() && !s_.g.MapPlaying.get() && s_.player)
-            s_.player->controlsPause();
+        // (a manual play, or music running on past its map's last tic) has
+        // no loop to look at the flag, so it pauses here, and "Continue"
+        // lets it go.
+        if (!ticsHeld() && s_.player) s_.player->controlsPause();
     });
 }
 

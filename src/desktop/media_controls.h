@@ -8,7 +8,8 @@
 // handlers: Play is the sheet's Play (WindowsMediaPlayer1_MouseDown, with
 // the map and its count-off), or "Continue" after a pause; Pause is the
 // "Pause" button, which holds a map play on its next tic, and which also
-// pauses the music where no map play runs to hold it (a manual play); Stop is "Fade" (FadeT
+// pauses the music where no map play's tics are left to hold it (a manual
+// play, music running past the map's end); Stop is "Fade" (FadeT
 // seconds); Next and Previous select the neighbouring song as a press on the list does
 // (File1_MouseDown), or, while the play list is shown, its neighbouring item (List1_LeftPress);
 // nothing starts.  A server's verbs therefore reach its clients as its
@@ -46,10 +47,13 @@ class MediaControls : public QObject {
     explicit MediaControls(Session& s, Library* library = nullptr, QObject* parent = nullptr);
 
     // "Playing" from the play start (the count-off included) while the music
-    // runs or a map play's loop runs (with or without music); "Paused" when
-    // the music is held or "Pause" was pressed in a map play (the loop holds
-    // on its next tic); "Stopped" otherwise.  Outside a map play "Continue"
-    // on the button alone holds nothing, so the music's own state counts.
+    // runs or a map play's loop takes tics (with or without music); "Paused"
+    // when the music is held or "Pause" was pressed from the count-off to
+    // the map's last tic (the loop holds on its next tic); "Stopped"
+    // otherwise.  Elsewhere (a manual play, the closing wait after the last
+    // tic) "Continue" on the button alone holds nothing, so the music's own
+    // state counts: a stopped play is Stopped during that wait.
+    // `canPause` is false in notation mode, where no Pause is offered.
     QString playbackStatus() const;
     // mpris:trackid (an object path under /io/github/mellivane/Mellivane/track,
     // new for every song loaded; NoTrack before the first load), xesam:title
@@ -101,6 +105,9 @@ class MediaControls : public QObject {
   private:
     // Runs `verb` from the event queue under the program's last guard.
     void later(std::function<void()> verb);
+    // The play loop will hold on a tic at "Pause": from the count-off to
+    // the map's last tic.
+    bool ticsHeld() const;
     QVariantMap snapshot() const;
     bool mapPlays() const;
     // The entry highlighted in the song list ("" with none).

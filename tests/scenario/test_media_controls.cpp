@@ -167,6 +167,72 @@ TEST(MediaControls, ACursorPlayIsPlayingToItsEndAndAManualPlayAfterItSeeks) {
     }
 }
 
+// Pause at each moment of a cursor play with a 1 s count-off and three tics
+// a second apart (the last at 4 s, its closing wait to 7 s), Play 300 ms
+// later: what the status says after each, and what the music does.
+TEST(MediaControls, PauseAndPlayTellTheTruthAtEveryMomentOfAPlay) {
+    struct Case {
+        int64_t at;      // ms after the press of Play
+        QString paused;  // the status 200 ms after Pause
+        int pausedState; // the player then (10: loaded, waiting for the count-off's end)
+        int playState;   // the player 200 ms after Play
+    };
+    for (const Case& k : {Case{500, "Paused", 10, 10},   // count-off: to be held on the first tic
+                          Case{2200, "Paused", 3, 3},    // between tics: to be held on the next
+                          Case{5000, "Paused", 2, 3}}) { // closing wait: the music pauses
+        Controls t;
+        t.s.velmor.PDFDLY.setText("1");
+        t.s.g.SongBase = t.s.g.SongFile = t.dir.filePath("B.mp3");
+        writeLinesAtomically(t.dir.filePath("B.map"), rec("1000", "1", "1", "0") +
+                                                          rec("1000", "2", "1", "0") +
+                                                          rec("1000", "3", "1", "0"));
+        const int64_t t0 = t.clock.tickMs();
+        QString paused, resumed;
+        int pausedState = 0, resumedState = 0;
+        t.clock.at(t0 + k.at, [&] { t.c.pause(); });
+        t.clock.at(t0 + k.at + 200, [&] {
+            paused = t.c.playbackStatus();
+            pausedState = t.player.playState();
+            t.c.play();
+        });
+        t.clock.at(t0 + k.at + 400, [&] {
+            resumed = t.c.playbackStatus();
+            resumedState = t.player.playState();
+        });
+        t.c.play();
+        t.run();
+        EXPECT_EQ(std::tuple(paused, pausedState), std::tuple(k.paused, k.pausedState)) << k.at;
+        EXPECT_EQ(std::tuple(resumed, resumedState), std::tuple(QString("Playing"), k.playState))
+            << k.at;
+        EXPECT_EQ(t.s.velmor.Command10.text(), "Pause") << k.at;
+    }
+}
+
+// A stopped play is Stopped at once, not after the closing wait; in notation
+// mode (no Pause button) the keys pause nothing.
+TEST(MediaControls, AStoppedPlayIsStoppedAndNotationModeOffersNoPause) {
+    Controls t;
+    t.s.g.SongBase = t.s.g.SongFile = t.dir.filePath("B.mp3");
+    writeLinesAtomically(t.dir.filePath("B.map"),
+                         rec("1000", "1", "1", "0") + rec("1000", "2", "1", "0"));
+    const int64_t t0 = t.clock.tickMs();
+    QString afterStop;
+    t.clock.at(t0 + 500, [&] { t.c.stop(); });
+    t.clock.at(t0 + 1500, [&] { afterStop = t.c.playbackStatus(); });
+    t.c.play();
+    t.run();
+    EXPECT_EQ(afterStop, "Stopped");
+
+    t.s.velmor.Command10Visible.set(false);
+    BControl_Command1_Click(t.s); // "Manual Play"
+    t.run();
+    EXPECT_FALSE(t.c.canPause());
+    t.c.pause();
+    t.run();
+    EXPECT_EQ(std::tuple(t.player.playState(), t.s.velmor.Command10.text()),
+              std::tuple(3, QString("Pause")));
+}
+
 TEST(MediaControls, NextAndPreviousSelectWithinTheListAndNeverStart) {
     Controls t;
     struct Step {
