@@ -56,7 +56,8 @@ std::unique_ptr<Desktop> installDesktop(Session& s, Library& library, std::funct
     d->inner = s.player;
     if (s.player) {
         MediaControls* c = d->controls.get();
-        d->player = std::make_unique<ObservedPlayer>(*s.player, [c] { c->schedule(); });
+        d->player = std::make_unique<ObservedPlayer>(
+            *s.player, [c] { c->schedule(); }, [c] { c->musicStarted(); });
         s.player = d->player.get();
     }
     QString why;

@@ -36,7 +36,9 @@ MediaControls::MediaControls(Session& s, Library* library, QObject* parent)
 }
 
 bool MediaControls::ticsHeld() const {
-    return s_.adobeF.Text11Visible.get() || (s_.g.MapPlaying.get() && !s_.g.MapTicsDone.get());
+    // A stop asked for ends the loop at its next test: no tic is held then.
+    return s_.adobeF.Text11Visible.get() || (s_.g.MapPlaying.get() && !s_.g.MapTicsDone.get() &&
+                                             !s_.g.StopRequested && !s_.g.CursorPlaySwitch);
 }
 
 QString MediaControls::playbackStatus() const {
@@ -134,7 +136,8 @@ bool MediaControls::canPlay() const {
 
 bool MediaControls::canPause() const {
     // In notation mode the viewer plays along and no Pause is offered.
-    return s_.velmor.Command10Visible.get() && playbackStatus() == kPlaying;
+    // Paused, it stays true, as the desktops' play/pause buttons expect.
+    return s_.velmor.Command10Visible.get() && playbackStatus() != kStopped;
 }
 
 bool MediaControls::mapPlays() const {
@@ -172,7 +175,7 @@ void MediaControls::play() {
 
 void MediaControls::pause() {
     later([this] {
-        if (!canPause()) return;
+        if (!canPause() || playbackStatus() != kPlaying) return;
         if (s_.velmor.Command10.text() == u"Pause") Command10_Click(s_);
         // The play loop holds a map play on its next tic; any other music
         // (a manual play, or music running on past its map's last tic) has
@@ -237,6 +240,11 @@ void MediaControls::setPosition(const QString& trackId, int64_t us) {
     emit seeked(positionUs());
 }
 
+void MediaControls::musicStarted() {
+    started_ = true;
+    schedule();
+}
+
 void MediaControls::schedule() {
     if (scheduled_) return;
     scheduled_ = true;
@@ -265,8 +273,11 @@ void MediaControls::flush() {
     const QString is = now.value(QStringLiteral("PlaybackStatus")).toString();
     last_ = now;
     if (!diff.isEmpty()) emit changed(diff);
-    // The position jumps at a start (to the song's start) and at a stop (to 0).
-    if ((was == kStopped) != (is == kStopped)) emit seeked(positionUs());
+    // The position jumps at a start (to the song's start, also from a pause)
+    // and at a stop (to 0).
+    const bool started = started_ && is != kStopped;
+    started_ = false;
+    if (started || (was == kStopped) != (is == kStopped)) emit seeked(positionUs());
 }
 
 } // namespace mv

@@ -94,6 +94,9 @@ class MediaControls : public QObject {
 
     // Something may have changed: looked at from the event queue.
     void schedule();
+    // Music was loaded to play from its start: the next report also tells
+    // the position's jump (Seeked), whatever the status was.
+    void musicStarted();
     // Looks now: emits `changed` with what differs, and `seeked` when the
     // position jumped (a play start, a stop).
     void flush();
@@ -105,6 +108,7 @@ class MediaControls : public QObject {
   private:
     // Runs `verb` from the event queue under the program's last guard.
     void later(std::function<void()> verb);
+    bool started_ = false; // music was loaded to play since the last report
     // The play loop will hold on a tic at "Pause": from the count-off to
     // the map's last tic.
     bool ticsHeld() const;

@@ -1,8 +1,9 @@
 #pragma once
 // A media player that reports every call that may change what it plays:
 // the desktop's media controls learn of a start, a pause or a stop however
-// it came (a button, a key, a token, the play loop).  It forwards every
-// operation to the player it wraps, unchanged.
+// it came (a button, a key, a token, the play loop), and `started` of
+// music loaded to play from its start.  It forwards every operation to the
+// player it wraps, unchanged.
 
 #include "transport/media_player.h"
 
@@ -12,15 +13,18 @@ namespace mv {
 
 class ObservedPlayer : public MediaPlayer {
   public:
-    ObservedPlayer(MediaPlayer& inner, std::function<void()> changed)
-        : inner_(inner), changed_(std::move(changed)) {}
+    ObservedPlayer(MediaPlayer& inner, std::function<void()> changed,
+                   std::function<void()> started = {})
+        : inner_(inner), changed_(std::move(changed)), started_(std::move(started)) {}
 
     void setURL(const QString& path) override {
         tell([&] { inner_.setURL(path); });
+        if (!path.isEmpty() && started_) started_();
     }
     QString URL() const override { return inner_.URL(); }
     void setURLPaused(const QString& path) override {
         tell([&] { inner_.setURLPaused(path); });
+        if (!path.isEmpty() && started_) started_();
     }
     void close() override {
         tell([&] { inner_.close(); });
@@ -62,7 +66,7 @@ class ObservedPlayer : public MediaPlayer {
         if (changed_) changed_();
     }
     MediaPlayer& inner_;
-    std::function<void()> changed_;
+    std::function<void()> changed_, started_;
 };
 
 } // namespace mv

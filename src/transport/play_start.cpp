@@ -211,6 +211,9 @@ void start(Session& s, int64_t announced, int64_t announcedZero) {
         explicit Running(Prop<bool>& f) : flag(f) { flag.set(true); }
         ~Running() { flag.set(false); }
     } running(s.g.MapPlaying);
+    // A play started in the closing wait of the one before runs inside it:
+    // its own tics are to come.
+    s.g.MapTicsDone.set(false);
     if (v.FirstNote.value() > 0 && guard(s))
         s.pump.waitUntil(s.clock.tickMs() + static_cast<int64_t>(std::floor(v.FirstNote.value())) +
                          1);

@@ -51,7 +51,7 @@ struct Controls : Stage {
             QCoreApplication::processEvents();
     }
     QTemporaryDir dir;
-    ObservedPlayer observed{player, [this] { c.schedule(); }};
+    ObservedPlayer observed{player, [this] { c.schedule(); }, [this] { c.musicStarted(); }};
     MediaControls c{s};
     QStringList loads;
 };
@@ -208,29 +208,57 @@ TEST(MediaControls, PauseAndPlayTellTheTruthAtEveryMomentOfAPlay) {
     }
 }
 
-// A stopped play is Stopped at once, not after the closing wait; in notation
-// mode (no Pause button) the keys pause nothing.
-TEST(MediaControls, AStoppedPlayIsStoppedAndNotationModeOffersNoPause) {
+// A play stopped in a long tic is Stopped at once; the sheet's Play pressed
+// again in the closing wait starts a play whose Pause holds on a tic again;
+// music loaded anew from a pause tells its jump; in notation mode (no Pause
+// button) the keys pause nothing.
+TEST(MediaControls, StopsRestartsAndNotationModeTellTheTruth) {
     Controls t;
+    QSignalSpy seeked(&t.c, &MediaControls::seeked);
     t.s.g.SongBase = t.s.g.SongFile = t.dir.filePath("B.mp3");
     writeLinesAtomically(t.dir.filePath("B.map"),
-                         rec("1000", "1", "1", "0") + rec("1000", "2", "1", "0"));
+                         rec("8000", "1", "1", "0") + rec("1000", "2", "1", "0"));
     const int64_t t0 = t.clock.tickMs();
     QString afterStop;
     t.clock.at(t0 + 500, [&] { t.c.stop(); });
     t.clock.at(t0 + 1500, [&] { afterStop = t.c.playbackStatus(); });
     t.c.play();
     t.run();
-    EXPECT_EQ(afterStop, "Stopped");
+    EXPECT_EQ(afterStop, "Stopped"); // the tic had 6.5 s to run
 
-    t.s.velmor.Command10Visible.set(false);
+    // One tic of 1 s; Play again 1 s into the closing wait, Pause 500 ms on.
+    writeLinesAtomically(t.dir.filePath("B.map"), rec("1000", "1", "1", "0"));
+    const int64_t t1 = t.clock.tickMs();
+    QString paused;
+    int pausedState = 0;
+    t.clock.at(t1 + 2000, [&] { WindowsMediaPlayer1_MouseDown(t.s, 1, 0, 0, 0); });
+    t.clock.at(t1 + 2500, [&] { t.c.pause(); });
+    t.clock.at(t1 + 2700, [&] {
+        paused = t.c.playbackStatus();
+        pausedState = t.player.playState();
+        EXPECT_TRUE(t.c.canPause());
+        t.c.play();
+    });
+    t.c.play();
+    t.run();
+    EXPECT_EQ(std::tuple(paused, pausedState), std::tuple(QString("Paused"), 3));
+
     BControl_Command1_Click(t.s); // "Manual Play"
     t.run();
+    t.c.pause();
+    t.run();
+    ASSERT_EQ(t.c.playbackStatus(), "Paused");
+    seeked.clear();
+    Command8_Click(t.s); // the music loaded anew, from its start
+    t.run();
+    ASSERT_EQ(seeked.size(), 1);
+    EXPECT_EQ(seeked[0][0].toLongLong(), 0);
+
+    t.s.velmor.Command10Visible.set(false);
     EXPECT_FALSE(t.c.canPause());
     t.c.pause();
     t.run();
-    EXPECT_EQ(std::tuple(t.player.playState(), t.s.velmor.Command10.text()),
-              std::tuple(3, QString("Pause")));
+    EXPECT_EQ(t.player.playState(), 3);
 }
 
 TEST(MediaControls, NextAndPreviousSelectWithinTheListAndNeverStart) {
