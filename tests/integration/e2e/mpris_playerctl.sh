@@ -120,11 +120,13 @@ dbus-run-session -- bash -c '
 # object path, and the position's jumps.
 grep -q 'member=PropertiesChanged' "$work/signals.txt"
 grep -q 'object path "/io/github/mellivane/Mellivane/track/' "$work/signals.txt"
-# Seeked went out at the cursor play's start and stop and at the manual
-# play's start, each time at the music's start, then where SetPosition put
-# it (10 s) and where the seek of 5 s more took it.
+# Seeked went out at the cursor play's start (its count-off, and again as
+# its music loads) and stop and at the manual play's start, each time at the
+# music's start, then where SetPosition put it (10 s) and where the seek of
+# 5 s more took it.
 seeks=$(grep -A1 'member=Seeked' "$work/signals.txt" | grep -o 'int64 .*' | cut -d' ' -f2 | tr '\n' ' ')
 awk -v s="$seeks" 'BEGIN { n = split(s, v, " ")
-  exit !(n == 5 && v[1] == 0 && v[2] == 0 && v[3] == 0 && v[4] >= 1e7 && v[4] < 1.02e7 &&
-         v[5] >= v[4] + 5e6 && v[5] < v[4] + 5.2e6) }' || { echo "FAIL: Seeked positions: $seeks"; exit 1; }
+  for (i = 1; i <= n - 2; i++) if (v[i] != 0) exit 1
+  exit !(n >= 5 && v[n - 1] >= 1e7 && v[n - 1] < 1.02e7 &&
+         v[n] >= v[n - 1] + 5e6 && v[n] < v[n - 1] + 5.2e6) }' || { echo "FAIL: Seeked positions: $seeks"; exit 1; }
 echo "e2e mpris playerctl: passed"
