@@ -87,6 +87,18 @@ template <class T> class Prop : public Notifier {
     T v_;
 };
 
+// Holds a flag true for its own lifetime, however the scope is left.
+class TrueWhile {
+  public:
+    explicit TrueWhile(Prop<bool>& flag) : flag_(flag) { flag_.set(true); }
+    ~TrueWhile() { flag_.set(false); }
+    TrueWhile(const TrueWhile&) = delete;
+    TrueWhile& operator=(const TrueWhile&) = delete;
+
+  private:
+    Prop<bool>& flag_;
+};
+
 // A check box: Value is 0 or 1.
 using CheckBox = Prop<int>;
 // A light: a shape made visible or hidden.

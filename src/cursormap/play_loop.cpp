@@ -242,11 +242,7 @@ class Loop {
 
     void afterLoop() {
         // No tic is held from here on: a pause now is the music's alone.
-        struct Done {
-            Prop<bool>& flag;
-            explicit Done(Prop<bool>& f) : flag(f) { flag.set(true); }
-            ~Done() { flag.set(false); }
-        } done(s_.g.MapTicsDone);
+        const TrueWhile done(s_.g.MapTicsDone);
         s_.form1.Visible.set(false); // 1
         s_.pump.waitAfterPlay(3.0);  // 2
         if (f_.Visible.get()) {      // 3

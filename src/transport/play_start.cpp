@@ -206,11 +206,7 @@ void start(Session& s, int64_t announced, int64_t announcedZero) {
     s.adobeF.Shape3.set(true);
     s.files.open(1, map, FileMode::Input);
     // From the map's opening to the loop's end, however it ends.
-    struct Running {
-        Prop<bool>& flag;
-        explicit Running(Prop<bool>& f) : flag(f) { flag.set(true); }
-        ~Running() { flag.set(false); }
-    } running(s.g.MapPlaying);
+    const TrueWhile running(s.g.MapPlaying);
     // A play started in the closing wait of the one before runs inside it:
     // its own tics are to come.
     s.g.MapTicsDone.set(false);
