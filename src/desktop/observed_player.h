@@ -8,6 +8,7 @@
 #include "transport/media_player.h"
 
 #include <functional>
+#include <utility>
 
 namespace mv {
 
@@ -18,13 +19,11 @@ class ObservedPlayer : public MediaPlayer {
         : inner_(inner), changed_(std::move(changed)), started_(std::move(started)) {}
 
     void setURL(const QString& path) override {
-        tell([&] { inner_.setURL(path); });
-        if (!path.isEmpty() && started_) started_();
+        load(path, [&] { inner_.setURL(path); });
     }
     QString URL() const override { return inner_.URL(); }
     void setURLPaused(const QString& path) override {
-        tell([&] { inner_.setURLPaused(path); });
-        if (!path.isEmpty() && started_) started_();
+        load(path, [&] { inner_.setURLPaused(path); });
     }
     void close() override {
         tell([&] { inner_.close(); });
@@ -64,6 +63,11 @@ class ObservedPlayer : public MediaPlayer {
     template <class F> void tell(F&& call) {
         call();
         if (changed_) changed_();
+    }
+    // A path loads music to play from its start; "" only drops it.
+    template <class F> void load(const QString& path, F&& call) {
+        tell(std::forward<F>(call));
+        if (!path.isEmpty() && started_) started_();
     }
     MediaPlayer& inner_;
     std::function<void()> changed_, started_;

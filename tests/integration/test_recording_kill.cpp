@@ -58,6 +58,7 @@ class ProgramTest : public ::testing::Test {
     void start(const QString& script) {
         const QString path = dir.filePath(QStringLiteral("script%1.txt").arg(++runs));
         ASSERT_TRUE(writeFile(path, script.toUtf8()));
+        err.clear(); // each run's own lines
         program.start(gBinary,
                       {"--audio", "null", "--songs", songs, "--config-dir",
                        dir.filePath(QStringLiteral("config%1").arg(runs)), "--script", path});
